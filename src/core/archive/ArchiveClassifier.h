@@ -1,0 +1,33 @@
+#pragma once
+// Turning a path into an archive family, and splitting a path that leads into an archive.
+//
+// Paths use "/" between components. A path inside an archive is the archive's disk path,
+// "/", and the inner path ("/home/u/a.zip/docs/readme.txt").
+
+#include <QString>
+#include <QStringList>
+
+namespace vz {
+
+// The classifier: finds the longest prefix of `path` that is an existing file (a directory
+// does not count), takes the text after its last "." upper-cased, and requires it to be in
+// `recognisedExtensions` (upper-case, without dots). ".exe" files are then probed, in the
+// order of the list, with the zip, RAR, cabinet and 7z unpackers of the enabled families;
+// an .exe that none of them opens is not an archive. Returns an ArchiveFamily code.
+int ClassifyPath(const QString& path, const QStringList& recognisedExtensions);
+
+// The test that the disk listings use for a file: does this existing file count as an
+// archive (the classifier's answer is not 0)?
+bool PassesArchiveExtensionTest(const QString& filePath, const QStringList& recognisedExtensions);
+
+struct ArchivePathParts {
+    QString archivePath;  // the existing file; empty when no prefix of the path is a file
+    QString innerPath;    // the rest after "/"; empty for the archive itself
+};
+// Cuts the path at its last "/" until an existing file remains.
+ArchivePathParts SplitArchivePath(const QString& path);
+
+// The upper-case text after the last "." of the last path component, or empty.
+QString UpperExtension(const QString& path);
+
+}  // namespace vz

@@ -1,0 +1,136 @@
+#include "RarWriter.h"
+
+#include <QFile>
+#include <zlib.h>
+
+namespace vzt {
+namespace {
+
+void Put16(QByteArray& b, quint32 v) {
+    b.append(static_cast<char>(v & 0xFF));
+    b.append(static_cast<char>((v >> 8) & 0xFF));
+}
+void Put32(QByteArray& b, quint32 v) {
+    Put16(b, v & 0xFFFF);
+    Put16(b, v >> 16);
+}
+
+quint32 Crc32(const QByteArray& data) {
+    return static_cast<quint32>(
+        crc32(0L, reinterpret_cast<const Bytef*>(data.constData()), static_cast<uInt>(data.size())));
+}
+
+// A block: HEAD_CRC (low 16 bits of the CRC32 of the rest), then type, flags, size, body.
+QByteArray Block(quint8 type, quint16 flags, const QByteArray& body) {
+    QByteArray rest;
+    rest.append(static_cast<char>(type));
+    Put16(rest, flags);
+    Put16(rest, static_cast<quint32>(7 + body.size()));
+    rest.append(body);
+    QByteArray out;
+    Put16(out, Crc32(rest) & 0xFFFF);
+    out.append(rest);
+    return out;
+}
+
+quint32 DosTime(qint64 t) {
+    time_t tt = static_cast<time_t>(t);
+    struct tm tm {};
+    gmtime_r(&tt, &tm);
+    return (static_cast<quint32>(tm.tm_year - 80) << 25) | (static_cast<quint32>(tm.tm_mon + 1) << 21) |
+           (static_cast<quint32>(tm.tm_mday) << 16) | (static_cast<quint32>(tm.tm_hour) << 11) |
+           (static_cast<quint32>(tm.tm_min) << 5) | static_cast<quint32>(tm.tm_sec / 2);
+}
+
+const QByteArray kMarker("Rar!\x1a\x07\x00", 7);
+
+QByteArray MainHeader(bool volume, bool firstVolume) {
+    QByteArray body(6, '\0');
+    quint16 flags = 0;
+    if (volume) flags |= 0x0001 | 0x0010;  // MHD_VOLUME | MHD_NEWNUMBERING
+    if (volume && firstVolume) flags |= 0x0100;  // MHD_FIRSTVOLUME
+    return Block(0x73, flags, body);
+}
+
+// flags: 0x01 continued from the previous volume, 0x02 continued in the next one.
+QByteArray FileHeader(const RarItem& item, const QByteArray& piece, quint16 splitFlags) {
+    QByteArray name = item.name.toUtf8();
+    QByteArray body;
+    Put32(body, static_cast<quint32>(piece.size()));       // PACK_SIZE
+    Put32(body, static_cast<quint32>(item.data.size()));   // UNP_SIZE
+    body.append(static_cast<char>(3));                     // HOST_OS: Unix
+    // FILE_CRC: CRC of the whole file in the last piece, of the piece otherwise.
+    Put32(body, (splitFlags & 0x02) ? Crc32(piece) : Crc32(item.data));
+    Put32(body, DosTime(item.mtime));
+    body.append(static_cast<char>(20));                    // UNP_VER
+    body.append(static_cast<char>(0x30));                  // METHOD: store
+    Put16(body, static_cast<quint32>(name.size()));
+    Put32(body, item.folder ? (040000u | (item.unixMode ? item.unixMode : 0755))
+                            : (0100000u | item.unixMode));
+    body.append(name);
+    quint16 flags = 0x8000 | splitFlags;                   // LONG_BLOCK
+    if (item.folder) flags |= 0x00E0;                      // directory
+    return Block(0x74, flags, body) + piece;
+}
+
+QByteArray EndBlock(bool moreVolumes) {
+    return Block(0x7B, moreVolumes ? 0x0001 : 0x0000, QByteArray());
+}
+
+bool Save(const QString& path, const QByteArray& data) {
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(data) == data.size();
+}
+
+}  // namespace
+
+bool WriteStoredRar(const QString& path, const std::vector<RarItem>& items) {
+    QByteArray out = kMarker + MainHeader(false, false);
+    for (const RarItem& item : items) out += FileHeader(item, item.folder ? QByteArray() : item.data, 0);
+    out += EndBlock(false);
+    return Save(path, out);
+}
+
+QStringList WriteStoredRarVolumes(const QString& basePath, const std::vector<RarItem>& items,
+                                  int volumeDataSize) {
+    std::vector<QByteArray> volumes;
+    QByteArray current = kMarker + MainHeader(true, true);
+    int used = 0;
+    for (const RarItem& item : items) {
+        if (item.folder) {
+            current += FileHeader(item, QByteArray(), 0);
+            continue;
+        }
+        int offset = 0;
+        do {
+            const int room = volumeDataSize - used;
+            if (room <= 0) {
+                current += EndBlock(true);
+                volumes.push_back(current);
+                current = kMarker + MainHeader(true, false);
+                used = 0;
+                continue;
+            }
+            const int take = std::min(room, static_cast<int>(item.data.size()) - offset);
+            const QByteArray piece = item.data.mid(offset, take);
+            quint16 split = 0;
+            if (offset > 0) split |= 0x01;
+            if (offset + take < item.data.size()) split |= 0x02;
+            current += FileHeader(item, piece, split);
+            offset += take;
+            used += take;
+        } while (offset < item.data.size());
+    }
+    current += EndBlock(false);
+    volumes.push_back(current);
+
+    QStringList paths;
+    for (size_t i = 0; i < volumes.size(); ++i) {
+        const QString p = basePath + QStringLiteral(".part%1.rar").arg(i + 1);
+        if (!Save(p, volumes[i])) return {};
+        paths << p;
+    }
+    return paths;
+}
+
+}  // namespace vzt
