@@ -1,0 +1,31 @@
+#pragma once
+// The settings file velazip.ini: $XDG_CONFIG_HOME/Vela Systems/Vela-ZIP Archiver/velazip.ini.
+//
+// Every key has a read default (assumed when the key is missing, the member initialisers of
+// CSettingsRecord) and a file default (written into a new file); where the two differ the
+// difference is deliberate. Section and key names match without regard to case, unknown
+// sections and keys survive a save, values are plain UTF-8 text. An unreadable or
+// malformed file yields the defaults; nothing here reports an error.
+
+#include <QString>
+#include <QStringList>
+
+#include "settings/CSettingsRecord.h"
+
+class CSettingsStore {
+public:
+    enum class SaveMode { CurrentValues, Defaults };
+
+    // The seventeen "Additional archives" extensions, upper-case, without dots, in order:
+    // CAB RAR JAR XAP 7Z 001 GZ GZIP BZ BZ2 BZIP2 TAR TGZ TBZ TBZ2 ISO EXE.
+    static const QStringList& AdditionalArchiveExtensions();
+    // The sixteen dotted extensions used for file associations (the list above without EXE).
+    static const QStringList& AssociationExtensions();
+
+    // Fills the record from the file, creating the folder chain and a file with the file
+    // defaults first when they are missing. `appDataFolder` overrides $XDG_CONFIG_HOME.
+    static void Load(CSettingsRecord& record, const QString& appDataFolder = QString());
+    // Writes every key from the record (CurrentValues) or the file-default column (Defaults)
+    // into record.SettingsFilePath; unknown keys already in the file are kept.
+    static void Save(const CSettingsRecord& record, SaveMode mode);
+};
