@@ -2,6 +2,7 @@
 // rename and removal, names that users type, entry information, and the families that are
 // never written.
 
+#include <sys/stat.h>
 #include <zip.h>
 
 #include <QDir>
@@ -376,6 +377,30 @@ private slots:
         }
         QVERIFY(packer.CloseArchive());
         QCOMPARE(vzt::ReadAll(path), before);
+    }
+
+    // A rewritten archive keeps its permissions; a new one gets those of any new file.
+    void archiveKeepsItsMode() {
+        const QString dir = m_tmp.filePath(QStringLiteral("mode"));
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"a.txt", "a"}}));
+        const QString archive = dir + QStringLiteral("/m.zip");
+        const mode_t mask = ::umask(027);
+        CZipPacker packer;
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/a.txt")));
+        ::umask(mask);
+        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
+                     QFileDevice::WriteUser | QFileDevice::ReadGroup);
+        QVERIFY(QFile::setPermissions(archive, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                   QFileDevice::ReadUser | QFileDevice::WriteUser |
+                                                   QFileDevice::ReadOther));
+        QVERIFY(packer.RenameFile(QStringLiteral("a.txt"), QStringLiteral("b.txt")));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
+                     QFileDevice::WriteUser | QFileDevice::ReadOther);
     }
 
     void writableFamilies_data() {

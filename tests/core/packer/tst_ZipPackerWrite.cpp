@@ -119,7 +119,8 @@ private slots:
                      qPrintable(packer.LastError()));
 
             ZIPFILEFULLINFO info;
-            QVERIFY2(packer.GetFileInfo(QStringLiteral("tree/big.txt"), info), qPrintable(packer.LastError()));
+            QVERIFY2(packer.GetFileInfo(QStringLiteral("tree/big.txt"), info),
+                     qPrintable(packer.LastError()));
             QCOMPARE(info.method, level == 0    ? QStringLiteral("Store")
                                   : method == 8 ? QStringLiteral("Deflate")
                                                 : QStringLiteral("BZip2"));
@@ -426,6 +427,10 @@ private slots:
             files.insert(QStringLiteral("p/f%1.txt").arg(i), TextData(1000 + i * 997));
         files.insert(QStringLiteral("p/large.txt"), TextData(5 * 1024 * 1024 + 17));
         files.insert(QStringLiteral("p/noise.bin"), vzt::RandomBytes(3 * 1024 * 1024, 3));
+        // Chunks that do not compress are stored inside the deflate stream; here one file
+        // holds both kinds, and a chunk changes kind in its middle.
+        files.insert(QStringLiteral("p/half.bin"),
+                     vzt::RandomBytes(1536 * 1024, 4) + TextData(2 * 1024 * 1024));
         QVERIFY(vzt::MakeTree(dir, files));
         const QString archive = dir + QStringLiteral("/p.zip");
         CZipPacker packer;

@@ -14,10 +14,12 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "archive/ArchiveFamily.h"
 #include "archive/packer/DiskScanner.h"
+#include "archive/packer/ZipArchiveFile.h"
 #include "archive/packer/ZipCompressionPipeline.h"
 #include "archive/packer/ZipEntrySource.h"
 #include "archive/packer/ZipNameIndex.h"
@@ -36,8 +38,36 @@ QString UpperExtensionOf(const QString& path) {
     return dot > slash ? path.mid(dot + 1).toUpper() : QString();
 }
 
-QString SystemReason(int error) {
-    return QString::fromLocal8Bit(std::strerror(error));
+// Why the packer never writes an archive of this name, or empty when it may (by the
+// extension alone: zip, jar and xap).
+QString FamilyRefusal(const QString& path) {
+    const int family = ArchiveFamily::ForExtension(UpperExtensionOf(path));
+    if (family == ArchiveFamily::SelfExtractingZip)
+        return QStringLiteral(
+            "a self-extracting archive (.exe) is never changed; only .zip, .jar and .xap archives "
+            "are written");
+    if (family == ArchiveFamily::None)
+        return QStringLiteral("only zip archives (.zip, .jar, .xap) are written");
+    if (!ArchiveFamily::IsWritableZip(family))
+        return QStringLiteral(
+                   "%1 archives are only read; only zip archives (.zip, .jar, .xap) are "
+                   "written")
+            .arg(ArchiveFamily::DisplayName(family));
+    return QString();
+}
+
+// libzip converts every entry's MS-DOS time with mktime, and glibc checks /etc/localtime
+// again on each call while TZ is unset: a system call per entry. Naming the same zone in TZ
+// makes glibc read it once.
+void CacheLocalTimeZone() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        if (!qEnvironmentVariableIsSet("TZ") &&
+            QFileInfo::exists(QStringLiteral("/etc/localtime"))) {
+            qputenv("TZ", ":/etc/localtime");
+            ::tzset();
+        }
+    });
 }
 
 QString ZipReason(zip_error_t* error) {
@@ -245,17 +275,21 @@ struct CZipPacker::Impl : public vz::IPackSink {
             return Fail(QStringLiteral("No archive is open."));
         if (za)
             return true;
-        int code = 0;
-        const QByteArray native = QFile::encodeName(path);
-        za = zip_open(native.constData(), createPending ? ZIP_CREATE | ZIP_TRUNCATE : ZIP_CHECKCONS,
-                      &code);
+        zip_error_t e;
+        zip_error_init(&e);
+        zip_source_t* source = vz::CreateArchiveFileSource(path, createPending, &e);
+        // A new archive starts empty; an existing one is checked entry by entry (local headers
+        // against the central directory) so that a damaged archive is refused, not rewritten.
+        if (source)
+            za = zip_open_from_source(source, createPending ? ZIP_CREATE : ZIP_CHECKCONS, &e);
         if (!za) {
-            zip_error_t e;
-            zip_error_init_with_code(&e, code);
+            if (source)
+                zip_source_free(source);
             const QString reason = ZipReason(&e);
             zip_error_fini(&e);
             return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(path, reason));
         }
+        zip_error_fini(&e);
         zip_register_cancel_callback_with_state(za, &Impl::CancelCallback, nullptr, this);
         zip_register_progress_callback_with_state(za, 0.01, &Impl::ProgressCallback, nullptr, this);
         return true;
@@ -313,33 +347,14 @@ struct CZipPacker::Impl : public vz::IPackSink {
 
     bool WriteEmptyArchive() {
         static const char kEndOfCentralDirectory[22] = {'P', 'K', 5, 6};
-        QByteArray templ = QFile::encodeName(path) + ".XXXXXX";
-        const int fd = ::mkstemp(templ.data());
-        if (fd < 0)
-            return Fail(
-                QStringLiteral("Cannot write the archive %1: %2.").arg(path, SystemReason(errno)));
-        struct stat old {};
-        mode_t mode;
-        if (::stat(QFile::encodeName(path).constData(), &old) == 0) {
-            mode = old.st_mode & 07777;
-        } else {
-            const mode_t mask = ::umask(0);
-            ::umask(mask);
-            mode = 0666 & ~mask;
-        }
-        const bool ok = ::fchmod(fd, mode) == 0 &&
-                        ::write(fd, kEndOfCentralDirectory, sizeof kEndOfCentralDirectory) ==
-                            static_cast<ssize_t>(sizeof kEndOfCentralDirectory);
-        const int writeErrno = errno;
-        const bool closed = ::close(fd) == 0;
-        if (!ok || !closed ||
-            ::rename(templ.constData(), QFile::encodeName(path).constData()) != 0) {
-            const int e = ok && closed ? errno : writeErrno;
-            ::unlink(templ.constData());
-            return Fail(
-                QStringLiteral("Cannot write the archive %1: %2.").arg(path, SystemReason(e)));
-        }
-        return true;
+        zip_error_t e;
+        zip_error_init(&e);
+        const bool ok = vz::ReplaceFileContents(path, kEndOfCentralDirectory,
+                                                sizeof kEndOfCentralDirectory, &e);
+        if (!ok)
+            Fail(QStringLiteral("Cannot write the archive %1: %2.").arg(path, ZipReason(&e)));
+        zip_error_fini(&e);
+        return ok;
     }
 
     // Metadata of a new entry: external attributes made on Unix, MS-DOS time and the extended
@@ -724,7 +739,9 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     return true;
 }
 
-CZipPacker::CZipPacker() : d(new Impl) {}
+CZipPacker::CZipPacker() : d(new Impl) {
+    CacheLocalTimeZone();
+}
 
 CZipPacker::~CZipPacker() {
     CloseArchive();
@@ -760,12 +777,9 @@ bool CZipPacker::CreateArchive(const QString& path) {
         CloseArchive();
     d->BeginOperation();
     const QString clean = CleanDiskPath(path);
-    QString reason;
-    const int family = ArchiveFamily::ForExtension(UpperExtensionOf(clean));
-    if (!ArchiveFamily::IsWritableZip(family)) {
-        vz::IsWritableArchive(clean, &reason);
-        return d->Fail(QStringLiteral("Cannot create the archive %1: %2").arg(clean, reason));
-    }
+    const QString refusal = FamilyRefusal(clean);
+    if (!refusal.isEmpty())
+        return d->Fail(QStringLiteral("Cannot create the archive %1: %2.").arg(clean, refusal));
     const QFileInfo info(clean);
     if (info.isDir())
         return d->Fail(
@@ -796,10 +810,11 @@ bool CZipPacker::OpenArchive(const QString& path) {
     const QFileInfo info(clean);
     if (!info.exists())
         return d->Fail(QStringLiteral("The archive %1 does not exist.").arg(clean));
-    QString reason;
-    if (!vz::IsWritableArchive(clean, &reason))
-        return d->Fail(
-            QStringLiteral("Cannot open the archive %1 for changing: %2").arg(clean, reason));
+    const QString refusal = FamilyRefusal(clean);
+    if (!refusal.isEmpty())
+        return d->Fail(QStringLiteral("Cannot change the archive %1: %2.").arg(clean, refusal));
+    if (info.isDir())
+        return d->Fail(QStringLiteral("Cannot change the archive %1: it is a folder.").arg(clean));
     if (!FolderWritable(info.absolutePath()))
         return d->Fail(
             QStringLiteral("Cannot change the archive %1: the folder %2 is not writable.")
@@ -1099,38 +1114,27 @@ bool CZipPacker::GetFileInfo(const QString& innerPath, ZIPFILEFULLINFO& info) {
 namespace vz {
 
 bool IsWritableArchive(const QString& path, QString* reason) {
-    QString why;
-    const int family = ArchiveFamily::ForExtension(UpperExtensionOf(path));
-    if (family == ArchiveFamily::SelfExtractingZip) {
-        why = QStringLiteral(
-            "a self-extracting archive (.exe) is never changed; only .zip, .jar and "
-            ".xap archives are written.");
-    } else if (family != ArchiveFamily::None && !ArchiveFamily::IsWritableZip(family)) {
-        why = QStringLiteral(
-                  "%1 archives are only read; only zip archives (.zip, .jar, .xap) are written.")
-                  .arg(ArchiveFamily::DisplayName(family));
-    } else if (family == ArchiveFamily::None) {
-        why = QStringLiteral("only zip archives (.zip, .jar, .xap) are written.");
-    } else {
-        const QFileInfo info(path);
-        if (info.isDir()) {
-            why = QStringLiteral("it is a folder.");
-        } else if (info.exists()) {
-            int code = 0;
-            zip_t* za =
-                zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY | ZIP_CHECKCONS, &code);
-            if (za) {
-                zip_discard(za);
-            } else {
-                zip_error_t e;
-                zip_error_init_with_code(&e, code);
-                why = QStringLiteral("it is damaged or not a zip archive (%1).").arg(ZipReason(&e));
-                zip_error_fini(&e);
-            }
+    CacheLocalTimeZone();
+    QString why = FamilyRefusal(path);
+    const QFileInfo info(path);
+    if (why.isEmpty() && info.isDir()) {
+        why = QStringLiteral("it is a folder");
+    } else if (why.isEmpty() && info.exists()) {
+        zip_error_t e;
+        zip_error_init(&e);
+        zip_source_t* source = CreateArchiveFileSource(path, false, &e);
+        zip_t* za = source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &e) : nullptr;
+        if (za) {
+            zip_discard(za);
+        } else {
+            if (source)
+                zip_source_free(source);
+            why = QStringLiteral("it is damaged or not a zip archive (%1)").arg(ZipReason(&e));
         }
+        zip_error_fini(&e);
     }
     if (reason)
-        *reason = why;
+        *reason = why.isEmpty() ? QString() : why + QLatin1Char('.');
     return why.isEmpty();
 }
 
