@@ -17,6 +17,7 @@ constexpr size_t kDictionary = 32 * 1024;        // deflate's window
 constexpr size_t kOutputPiece = 256 * 1024;      // compressed bytes handed over at once
 constexpr size_t kQueueLimit = 4 * 1024 * 1024;  // output of one unit waiting for the writer
 constexpr size_t kBzip2ReadPiece = 1024 * 1024;
+constexpr size_t kSample = 16 * 1024;  // probed at three places of a chunk
 
 QString ReadError(const QString& path, int error) {
     return QStringLiteral("Cannot read the file %1: %2.")
@@ -66,14 +67,50 @@ private:
 
 }  // namespace
 
-struct ZipCompressionPipeline::Worker {
+// One raw deflate stream, made on first use and reset for each unit.
+struct RawDeflate {
     z_stream zs{};
-    bool zsReady = false;
+    bool ready = false;
+    ~RawDeflate() {
+        if (ready)
+            deflateEnd(&zs);
+    }
+    bool Reset(int level) {
+        if (ready)
+            return deflateReset(&zs) == Z_OK;
+        ready = deflateInit2(&zs, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) == Z_OK;
+        return ready;
+    }
+};
+
+struct ZipCompressionPipeline::Worker {
+    RawDeflate main;    // at the chosen level
+    RawDeflate stored;  // level 0: stored blocks, for data that does not compress
+    RawDeflate probe;   // level 1, for the samples
     std::vector<char> input;
     std::vector<char> output = std::vector<char>(kOutputPiece);
-    ~Worker() {
-        if (zsReady)
-            deflateEnd(&zs);
+    std::vector<char> scratch = std::vector<char>(compressBound(kSample) + 64);
+
+    // Already compressed or random data costs deflate the most time for no gain: when
+    // samples from the start, middle and end of a chunk do not shrink at level 1, the chunk
+    // is written as stored blocks (still one valid deflate stream).
+    bool Incompressible(const Bytef* data, size_t length) {
+        if (length < 4 * kSample)
+            return false;
+        const size_t at[3] = {0, (length - kSample) / 2, length - kSample};
+        for (size_t offset : at) {
+            if (!probe.Reset(1))
+                return false;
+            probe.zs.next_in = const_cast<Bytef*>(data + offset);
+            probe.zs.avail_in = static_cast<uInt>(kSample);
+            probe.zs.next_out = reinterpret_cast<Bytef*>(scratch.data());
+            probe.zs.avail_out = static_cast<uInt>(scratch.size());
+            if (deflate(&probe.zs, Z_FINISH) != Z_STREAM_END)
+                return false;
+            if (probe.zs.total_out < kSample * 98 / 100)
+                return false;
+        }
+        return true;
     }
 };
 
@@ -182,18 +219,14 @@ void ZipCompressionPipeline::CompressDeflate(Worker& worker, Unit& unit) {
     const uint32_t crc =
         static_cast<uint32_t>(crc32(0, data + dictionary, static_cast<uInt>(length)));
 
-    z_stream& zs = worker.zs;
-    if (!worker.zsReady) {
-        if (deflateInit2(&zs, m_options.level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-            return Finish(
-                unit,
-                QStringLiteral("Cannot compress the file %1: out of memory.").arg(file.displayPath),
-                0);
-        worker.zsReady = true;
-    } else {
-        deflateReset(&zs);
-    }
-    if (dictionary > 0)
+    const bool store = worker.Incompressible(data + dictionary, length);
+    RawDeflate& stream = store ? worker.stored : worker.main;
+    if (!stream.Reset(store ? 0 : m_options.level))
+        return Finish(
+            unit,
+            QStringLiteral("Cannot compress the file %1: out of memory.").arg(file.displayPath), 0);
+    z_stream& zs = stream.zs;
+    if (dictionary > 0 && !store)
         deflateSetDictionary(&zs, data, static_cast<uInt>(dictionary));
     zs.next_in = data + dictionary;
     zs.avail_in = static_cast<uInt>(length);
