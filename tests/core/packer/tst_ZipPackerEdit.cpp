@@ -403,6 +403,26 @@ private slots:
                      QFileDevice::WriteUser | QFileDevice::ReadOther);
     }
 
+    // Through a symbolic link the link's target is rewritten; the link stays a link.
+    void archiveBehindALink() {
+        const QString dir = m_tmp.filePath(QStringLiteral("linked"));
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"real/x.txt", "x"}}));
+        QVERIFY(vzt::Run(QStringLiteral("zip"),
+                         {QStringLiteral("-q"), QStringLiteral("a.zip"), QStringLiteral("x.txt")},
+                         dir + QStringLiteral("/real"))
+                    .Ok());
+        QVERIFY(QFile::link(QStringLiteral("real/a.zip"), dir + QStringLiteral("/link.zip")));
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(dir + QStringLiteral("/link.zip")));
+        QVERIFY(packer.RenameFile(QStringLiteral("x.txt"), QStringLiteral("y.txt")));
+        QVERIFY(packer.CloseArchive());
+        QVERIFY(QFileInfo(dir + QStringLiteral("/link.zip")).isSymLink());
+        QCOMPARE(pkt::EntryNames(dir + QStringLiteral("/real/a.zip")),
+                 QStringList{QStringLiteral("y.txt")});
+        QCOMPARE(pkt::OtherFiles(dir + QStringLiteral("/real"), {"a.zip", "x.txt"}), QStringList());
+    }
+
     void writableFamilies_data() {
         QTest::addColumn<QString>("name");
         QTest::newRow("zip") << "a.zip";

@@ -86,6 +86,13 @@ QString ParentOf(const QString& innerPath) {
     return slash < 0 ? QString() : innerPath.left(slash);
 }
 
+// The file that a path leads to through symbolic links (the path itself when it leads to
+// nothing yet).
+QString ResolveLinks(const QString& path) {
+    const QString target = QFileInfo(path).canonicalFilePath();
+    return target.isEmpty() ? path : target;
+}
+
 bool FolderWritable(const QString& folder) {
     return ::access(QFile::encodeName(folder).constData(), W_OK | X_OK) == 0;
 }
@@ -165,7 +172,8 @@ struct CZipPacker::Impl : public vz::IPackSink {
     int threads = 0;
     qint64 memoryBudget = 0;
 
-    QString path;
+    QString path;    // as the caller named it (texts, the item listener)
+    QString ioPath;  // the file written: a symbolic link's target, so that the link stays
     bool open = false;
     bool createPending = false;  // CreateArchive's archive is not written yet
     zip_t* za = nullptr;
@@ -277,7 +285,7 @@ struct CZipPacker::Impl : public vz::IPackSink {
             return true;
         zip_error_t e;
         zip_error_init(&e);
-        zip_source_t* source = vz::CreateArchiveFileSource(path, createPending, &e);
+        zip_source_t* source = vz::CreateArchiveFileSource(ioPath, createPending, &e);
         // A new archive starts empty; an existing one is checked entry by entry (local headers
         // against the central directory) so that a damaged archive is refused, not rewritten.
         if (source)
@@ -349,7 +357,7 @@ struct CZipPacker::Impl : public vz::IPackSink {
         static const char kEndOfCentralDirectory[22] = {'P', 'K', 5, 6};
         zip_error_t e;
         zip_error_init(&e);
-        const bool ok = vz::ReplaceFileContents(path, kEndOfCentralDirectory,
+        const bool ok = vz::ReplaceFileContents(ioPath, kEndOfCentralDirectory,
                                                 sizeof kEndOfCentralDirectory, &e);
         if (!ok)
             Fail(QStringLiteral("Cannot write the archive %1: %2.").arg(path, ZipReason(&e)));
@@ -630,7 +638,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     settings.foldersWithoutPaths = ini.PackFoldersWithoutPaths;
     settings.innerFolder = folder;
     struct stat self {};
-    if (!createPending && ::stat(QFile::encodeName(path).constData(), &self) == 0) {
+    if (!createPending && ::stat(QFile::encodeName(ioPath).constData(), &self) == 0) {
         settings.archiveDevice = self.st_dev;
         settings.archiveInode = self.st_ino;
     }
@@ -780,7 +788,8 @@ bool CZipPacker::CreateArchive(const QString& path) {
     const QString refusal = FamilyRefusal(clean);
     if (!refusal.isEmpty())
         return d->Fail(QStringLiteral("Cannot create the archive %1: %2.").arg(clean, refusal));
-    const QFileInfo info(clean);
+    const QString target = ResolveLinks(clean);
+    const QFileInfo info(target);
     if (info.isDir())
         return d->Fail(
             QStringLiteral("Cannot create the archive %1: a folder has that name.").arg(clean));
@@ -793,6 +802,7 @@ bool CZipPacker::CreateArchive(const QString& path) {
             QStringLiteral("Cannot create the archive %1: the folder %2 is not writable.")
                 .arg(clean, folder));
     d->path = clean;
+    d->ioPath = target;
     d->open = true;
     d->createPending = true;
     if (!d->EnsureOpen()) {
@@ -815,13 +825,16 @@ bool CZipPacker::OpenArchive(const QString& path) {
         return d->Fail(QStringLiteral("Cannot change the archive %1: %2.").arg(clean, refusal));
     if (info.isDir())
         return d->Fail(QStringLiteral("Cannot change the archive %1: it is a folder.").arg(clean));
-    if (!FolderWritable(info.absolutePath()))
+    const QString target = ResolveLinks(clean);
+    const QString folder = QFileInfo(target).absolutePath();
+    if (!FolderWritable(folder))
         return d->Fail(
             QStringLiteral("Cannot change the archive %1: the folder %2 is not writable.")
-                .arg(clean, info.absolutePath()));
-    if (::access(QFile::encodeName(clean).constData(), W_OK) != 0)
+                .arg(clean, folder));
+    if (::access(QFile::encodeName(target).constData(), W_OK) != 0)
         return d->Fail(QStringLiteral("Cannot change the archive %1: it is read-only.").arg(clean));
     d->path = clean;
+    d->ioPath = target;
     d->open = true;
     d->createPending = false;
     if (!d->EnsureOpen()) {
@@ -1122,7 +1135,7 @@ bool IsWritableArchive(const QString& path, QString* reason) {
     } else if (why.isEmpty() && info.exists()) {
         zip_error_t e;
         zip_error_init(&e);
-        zip_source_t* source = CreateArchiveFileSource(path, false, &e);
+        zip_source_t* source = CreateArchiveFileSource(ResolveLinks(path), false, &e);
         zip_t* za = source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &e) : nullptr;
         if (za) {
             zip_discard(za);
