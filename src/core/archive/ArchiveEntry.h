@@ -48,6 +48,7 @@ struct ARCHIVEFILEFULLINFO {
     quint32 unixMode = 0;    // st_mode bits when the archive has them, else 0
     QString method;          // compression method name, empty when the format does not tell
     bool encrypted = false;
+    QString encryption;      // "Zip 2.0", "AES-256", ... when the format tells
 };
 
 // Every family reports the same records; the family names stay for callers that speak of one.

@@ -95,6 +95,11 @@ public:
 
     // Beyond the interface above.
 
+    // A password to try before asking the observer (the command line's --password).
+    void SetPassword(const QString& password);
+    // The full record of the entry at `innerPath` (the last one of that name).
+    bool GetEntryInfo(const QString& innerPath, ARCHIVEFILEFULLINFO& info);
+
     // One level below `innerFolder` (empty for the archive's root), in one pass.
     bool ListLevel(const QString& innerFolder, ArchiveLevel& level);
     // Whether anything lies below `innerFolder`.
@@ -114,6 +119,7 @@ private:
     struct Impl;
     std::unique_ptr<Impl> d;
     int m_family;
+    std::vector<ARCHIVEFILEFULLINFO> m_allEntries;
     QString m_path;
     QString m_error;
     bool m_cancelled = false;
