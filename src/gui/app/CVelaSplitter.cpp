@@ -21,9 +21,9 @@ void CVelaSplitter::SetPane(int pane, QWidget* widget, int size, int minimumSize
     } else {
         widget->setMinimumHeight(minimumSize);
     }
-    m_initialSizes[pane] = size;
-    if (count() == 2 && m_initialSizes[0] > 0 && m_initialSizes[1] > 0) {
-        setSizes({m_initialSizes[0], m_initialSizes[1]});
+    m_applied[pane] = size;
+    if (count() == 2 && m_applied[0] > 0 && m_applied[1] > 0) {
+        ApplySizes(m_applied[0], m_applied[1]);
     }
 }
 
@@ -32,26 +32,41 @@ void CVelaSplitter::SetNested(CVelaSplitter* first, CVelaSplitter* second) {
     m_nested[1] = second;
 }
 
+QList<int> CVelaSplitter::CurrentSizes() const {
+    if (isVisible()) {
+        return sizes();
+    }
+    return {m_applied[0], m_hidden ? 0 : m_applied[1]};
+}
+
+void CVelaSplitter::ApplySizes(int first, int second) {
+    m_applied[0] = first;
+    m_applied[1] = second;
+    setSizes({first, second});
+}
+
 void CVelaSplitter::ToggleSecondPane() {
     if (count() < 2) {
         return;
     }
-    QWidget* second = widget(1);
+    const QList<int> current = CurrentSizes();
     if (!m_hidden) {
-        const QList<int> s = sizes();
-        if (s.value(1) > 0) {
-            m_hiddenSize = s.value(1);
+        if (current.value(1) > 0) {
+            m_hiddenSize = current.value(1);
         }
-        second->hide();
+        widget(1)->hide();
         m_hidden = true;
-    } else {
-        const QList<int> s = sizes();
-        const int total = s.value(0) + s.value(1);
-        second->show();
-        m_hidden = false;
-        if (m_hiddenSize > 0 && total > m_hiddenSize) {
-            setSizes({total - m_hiddenSize, m_hiddenSize});
-        }
+        return;
+    }
+    widget(1)->show();
+    m_hidden = false;
+    if (m_hiddenSize <= 0) {
+        return;
+    }
+    if (!isVisible()) {
+        ApplySizes(m_applied[0], m_hiddenSize);
+    } else if (current.value(0) > m_hiddenSize) {
+        ApplySizes(current.value(0) - m_hiddenSize, m_hiddenSize);
     }
 }
 
@@ -59,7 +74,7 @@ int CVelaSplitter::PaneSize(int pane) const {
     if (pane == 1 && m_hidden) {
         return m_hiddenSize;
     }
-    const int size = sizes().value(pane);
+    const int size = CurrentSizes().value(pane);
     return size > 0 ? size : -1;
 }
 
@@ -89,9 +104,9 @@ void CVelaSplitter::ApplyStateText(const QString& text) {
     if (first > 0 && second > 0) {
         if (m_hidden) {
             m_hiddenSize = second;
-            setSizes({first, 0});
+            m_applied[0] = first;
         } else {
-            setSizes({first, second});
+            ApplySizes(first, second);
         }
     }
     if (mark == 1) {

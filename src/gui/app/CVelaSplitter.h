@@ -40,9 +40,14 @@ public:
     void SaveState() const;
 
 private:
+    // The pane sizes: the real ones once the splitter is on screen, before that the ones
+    // last applied.
+    QList<int> CurrentSizes() const;
+    void ApplySizes(int first, int second);
+
     int m_number;
     bool m_hidden = false;
     int m_hiddenSize = -1;
-    int m_initialSizes[2] = {-1, -1};
+    int m_applied[2] = {-1, -1};
     CVelaSplitter* m_nested[2] = {nullptr, nullptr};
 };
