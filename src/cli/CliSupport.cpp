@@ -140,7 +140,10 @@ ReplaceAnswer Observer::AskOverwrite(const OverwriteQuestion& q) {
 
 bool Observer::AskPassword(const QString& archivePath, const QString& entryPath, bool retry,
                            QString* password) {
-    if (!StdinIsTerminal()) return false;
+    if (!StdinIsTerminal()) {
+        m_declinedPassword = true;
+        return false;
+    }
     *password = Prompt(QStringLiteral("%1password for %2 in %3: ")
                            .arg(retry ? QStringLiteral("Wrong password. ") : QString(), entryPath,
                                 archivePath),
@@ -148,6 +151,25 @@ bool Observer::AskPassword(const QString& archivePath, const QString& entryPath,
     return !std::cin.eof();
 }
 
-void Observer::Report(const QString& message) { PrintError(message); }
+void Observer::Report(const QString& message) {
+    ++m_reports;
+    PrintError(message);
+}
+
+QString FailureLine(const QString& path, const QString& destination, const QString& password,
+                    const Observer& observer, bool cancelled, const QString& lastError) {
+    if (observer.DeclinedPassword())
+        return password.isEmpty()
+                   ? QStringLiteral("%1: a password is required (give it with --password)").arg(path)
+                   : QStringLiteral("%1: the password is wrong").arg(path);
+    if (cancelled)
+        return destination.isEmpty()
+                   ? QStringLiteral("%1: stopped").arg(path)
+                   : QStringLiteral("%1: stopped; what was finished stays in %2").arg(path, destination);
+    if (observer.Reports() == 1) return QStringLiteral("%1: 1 entry failed (see above)").arg(path);
+    if (observer.Reports() > 1)
+        return QStringLiteral("%1: %2 entries failed (see above)").arg(path).arg(observer.Reports());
+    return QStringLiteral("%1: %2").arg(path, lastError);
+}
 
 }  // namespace cli

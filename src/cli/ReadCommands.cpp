@@ -209,9 +209,8 @@ int Extract(Args args) {
     }
     a.unpacker->CloseArchive();
     if (!done) {
-        PrintError(a.unpacker->WasCancelled()
-                       ? QStringLiteral("%1: stopped; what was finished stays in %2").arg(path, dest)
-                       : QStringLiteral("%1: %2").arg(path, a.unpacker->LastError()));
+        PrintError(FailureLine(path, dest, password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
         return kFailed;
     }
     return kOk;
@@ -231,7 +230,8 @@ int Test(Args args) {
     const bool good = a.unpacker->Test();
     a.unpacker->CloseArchive();
     if (!good) {
-        PrintError(QStringLiteral("%1: %2").arg(path, a.unpacker->LastError()));
+        PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
         return kFailed;
     }
     Print(QStringLiteral("%1: OK").arg(path));

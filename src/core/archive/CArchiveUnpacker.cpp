@@ -381,6 +381,15 @@ struct CArchiveUnpacker::Impl {
                 continue;
             }
 
+            // Encrypted data of a format whose encryption libarchive cannot undo (RAR, 7z).
+            if (info.encrypted &&
+                !(archive_read_format_capabilities(a) & ARCHIVE_READ_FORMAT_CAPS_ENCRYPT_DATA)) {
+                Report(st, QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and encrypted "
+                                          "%3 entries cannot be read.")
+                               .arg(info.path, Where(), ArchiveFamily::DisplayName(traits->family)));
+                continue;
+            }
+
             // A file with data.
             if (writer) {
                 ItemFacts incoming;

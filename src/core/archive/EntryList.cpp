@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <algorithm>
+#include <unordered_map>
 
 #include "common/Texts.h"
 
@@ -9,6 +10,26 @@ namespace vz {
 
 NormalisedName NormaliseEntryName(const QString& raw) {
     NormalisedName n;
+    // Most names need no change: no "\", no empty, "." or ".." component, no leading "/".
+    bool clean = !raw.isEmpty() && raw.at(0) != QLatin1Char('/');
+    for (qsizetype i = 0, size = raw.size(); clean && i < size; ++i) {
+        const char16_t c = raw.at(i).unicode();
+        if (c == u'\\' || c == u':') {
+            clean = false;
+        } else if (c == u'/') {
+            if (i + 1 < size && raw.at(i + 1) == QLatin1Char('/')) clean = false;
+        } else if (c == u'.' && (i == 0 || raw.at(i - 1) == QLatin1Char('/'))) {
+            const qsizetype next = i + 1 < size ? raw.at(i + 1).unicode() : u'/';
+            if (next == u'/' || (next == u'.' && (i + 2 >= size || raw.at(i + 2) == QLatin1Char('/'))))
+                clean = false;
+        }
+    }
+    if (clean) {
+        n.trailingSlash = raw.endsWith(QLatin1Char('/'));
+        n.path = n.trailingSlash ? raw.left(raw.size() - 1) : raw;
+        return n;
+    }
+
     QString s = raw;
     s.replace(QLatin1Char('\\'), QLatin1Char('/'));
     if (s.startsWith(QLatin1Char('/'))) n.unsafe = true;
@@ -52,29 +73,43 @@ bool IsAtOrBelow(const QString& path, const QString& folder) {
     return EqualsNoCase(path, folder) || IsBelow(path, folder);
 }
 
+namespace {
+
+// Case-insensitive hashing and equality of names, without making folded copies.
+struct FoldedHash {
+    size_t operator()(QStringView v) const {
+        size_t h = 1469598103934665603ull;
+        for (const QChar c : v) h = (h ^ c.toCaseFolded().unicode()) * 1099511628211ull;
+        return h;
+    }
+};
+struct FoldedEqual {
+    bool operator()(QStringView a, QStringView b) const {
+        return a.size() == b.size() && a.compare(b, Qt::CaseInsensitive) == 0;
+    }
+};
+
+}  // namespace
+
 ArchiveLevel ListLevel(const std::vector<ListedEntry>& entries, const QString& folder) {
     ArchiveLevel level;
-    QHash<QString, size_t> folderIndex;  // lower-cased name -> position in level.folders
+    // Name (a view into the entries, which outlive this call) -> position in level.folders.
+    std::unordered_map<QStringView, size_t, FoldedHash, FoldedEqual> folderIndex;
     const int prefixLength = folder.isEmpty() ? 0 : folder.size() + 1;
     size_t lastFolder = SIZE_MAX;
+    QStringView lastName;
 
     auto addFolder = [&](QStringView name, bool hasChildren) {
         // Entries of one folder usually follow each other: try the last one first.
-        if (lastFolder != SIZE_MAX &&
-            name.compare(level.folders[lastFolder].name, Qt::CaseInsensitive) == 0) {
+        if (lastFolder != SIZE_MAX && (name == lastName || FoldedEqual()(name, lastName))) {
             level.folders[lastFolder].hasChildren |= hasChildren;
             return;
         }
-        const QString key = name.toString().toLower();
-        auto it = folderIndex.constFind(key);
-        if (it != folderIndex.constEnd()) {
-            lastFolder = it.value();
-            level.folders[lastFolder].hasChildren |= hasChildren;
-            return;
-        }
-        lastFolder = level.folders.size();
-        folderIndex.insert(key, lastFolder);
-        level.folders.push_back(ArchiveLevelFolder{name.toString(), hasChildren});
+        auto [it, inserted] = folderIndex.try_emplace(name, level.folders.size());
+        if (inserted) level.folders.push_back(ArchiveLevelFolder{name.toString(), hasChildren});
+        lastFolder = it->second;
+        lastName = name;
+        level.folders[lastFolder].hasChildren |= hasChildren;
     };
 
     for (const ListedEntry& e : entries) {
