@@ -13,7 +13,9 @@
 
 namespace cli {
 
-bool Args::Flag(const QString& name) { return m_args.removeAll(name) > 0; }
+bool Args::Flag(const QString& name) {
+    return m_args.removeAll(name) > 0;
+}
 
 QString Args::Value(const QString& name, const QString& fallback, bool* ok) {
     *ok = true;
@@ -40,7 +42,8 @@ QString Args::Value(const QString& name, const QString& fallback, bool* ok) {
 
 QString Args::Unknown() const {
     for (const QString& a : m_args)
-        if (a.startsWith(QLatin1String("--"))) return a;
+        if (a.startsWith(QLatin1String("--")))
+            return a;
     return QString();
 }
 
@@ -55,7 +58,9 @@ void PrintError(const QString& line) {
     fwrite(b.constData(), 1, static_cast<size_t>(b.size()), stderr);
 }
 
-bool StdinIsTerminal() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+bool StdinIsTerminal() {
+    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
 
 QString Prompt(const QString& question, bool hidden) {
     std::cerr << question.toStdString() << std::flush;
@@ -85,16 +90,22 @@ const CSettingsRecord& Settings() {
 }
 
 bool ParseOverwriteMode(const QString& text, OverwriteMode* mode) {
-    if (text == QLatin1String("ask")) *mode = OverwriteMode::Ask;
-    else if (text == QLatin1String("always")) *mode = OverwriteMode::Always;
-    else if (text == QLatin1String("never")) *mode = OverwriteMode::Never;
-    else return false;
+    if (text == QLatin1String("ask"))
+        *mode = OverwriteMode::Ask;
+    else if (text == QLatin1String("always"))
+        *mode = OverwriteMode::Always;
+    else if (text == QLatin1String("never"))
+        *mode = OverwriteMode::Never;
+    else
+        return false;
     return true;
 }
 
 namespace {
 std::atomic<bool> g_interrupted{false};
-void OnInterrupt(int) { g_interrupted = true; }
+void OnInterrupt(int) {
+    g_interrupted = true;
+}
 }  // namespace
 
 void InstallInterruptHandler() {
@@ -106,17 +117,22 @@ void InstallInterruptHandler() {
 }
 
 void Observer::Progress(int percent, const QString& currentName) {
-    if (!m_showProgress || percent == m_lastPercent) return;
+    if (!m_showProgress || percent == m_lastPercent)
+        return;
     m_lastPercent = percent;
     std::cerr << '\r' << percent << "% " << currentName.left(70).toStdString() << "\x1b[K"
               << std::flush;
-    if (percent >= 100) std::cerr << '\n';
+    if (percent >= 100)
+        std::cerr << '\n';
 }
 
-bool Observer::StopRequested() { return g_interrupted; }
+bool Observer::StopRequested() {
+    return g_interrupted;
+}
 
 ReplaceAnswer Observer::AskOverwrite(const OverwriteQuestion& q) {
-    if (m_yesToAll || m_mode == OverwriteMode::Always) return ReplaceAnswer::Yes;
+    if (m_yesToAll || m_mode == OverwriteMode::Always)
+        return ReplaceAnswer::Yes;
     if (m_mode == OverwriteMode::Ask && StdinIsTerminal()) {
         for (;;) {
             const QString a = Prompt(QStringLiteral("Replace %1? [y]es, [n]o, [a]ll, [c]ancel: ")
@@ -124,8 +140,10 @@ ReplaceAnswer Observer::AskOverwrite(const OverwriteQuestion& q) {
                                      false)
                                   .trimmed()
                                   .toLower();
-            if (a == QLatin1String("y") || a == QLatin1String("yes")) return ReplaceAnswer::Yes;
-            if (a == QLatin1String("n") || a == QLatin1String("no")) return ReplaceAnswer::No;
+            if (a == QLatin1String("y") || a == QLatin1String("yes"))
+                return ReplaceAnswer::Yes;
+            if (a == QLatin1String("n") || a == QLatin1String("no"))
+                return ReplaceAnswer::No;
             if (a == QLatin1String("a") || a == QLatin1String("all")) {
                 m_yesToAll = true;
                 return ReplaceAnswer::YesToAll;
@@ -140,14 +158,40 @@ ReplaceAnswer Observer::AskOverwrite(const OverwriteQuestion& q) {
 
 bool Observer::AskPassword(const QString& archivePath, const QString& entryPath, bool retry,
                            QString* password) {
-    if (!StdinIsTerminal()) return false;
-    *password = Prompt(QStringLiteral("%1password for %2 in %3: ")
-                           .arg(retry ? QStringLiteral("Wrong password. ") : QString(), entryPath,
-                                archivePath),
-                       true);
+    if (!StdinIsTerminal()) {
+        m_declinedPassword = true;
+        return false;
+    }
+    *password = Prompt(
+        QStringLiteral("%1password for %2 in %3: ")
+            .arg(retry ? QStringLiteral("Wrong password. ") : QString(), entryPath, archivePath),
+        true);
     return !std::cin.eof();
 }
 
-void Observer::Report(const QString& message) { PrintError(message); }
+void Observer::Report(const QString& message) {
+    ++m_reports;
+    PrintError(message);
+}
+
+QString FailureLine(const QString& path, const QString& destination, const QString& password,
+                    const Observer& observer, bool cancelled, const QString& lastError) {
+    if (observer.DeclinedPassword())
+        return password.isEmpty()
+                   ? QStringLiteral("%1: a password is required (give it with --password)")
+                         .arg(path)
+                   : QStringLiteral("%1: the password is wrong").arg(path);
+    if (cancelled)
+        return destination.isEmpty() ? QStringLiteral("%1: stopped").arg(path)
+                                     : QStringLiteral("%1: stopped; what was finished stays in %2")
+                                           .arg(path, destination);
+    if (observer.Reports() == 1)
+        return QStringLiteral("%1: 1 entry failed (see above)").arg(path);
+    if (observer.Reports() > 1)
+        return QStringLiteral("%1: %2 entries failed (see above)")
+            .arg(path)
+            .arg(observer.Reports());
+    return QStringLiteral("%1: %2").arg(path, lastError);
+}
 
 }  // namespace cli

@@ -55,13 +55,22 @@ public:
                      QString* password) override;
     void Report(const QString& message) override;
     void SetShowProgress(bool on) { m_showProgress = on; }
+    // Whether a password question went unanswered because no terminal was there.
+    bool DeclinedPassword() const { return m_declinedPassword; }
+    int Reports() const { return m_reports; }
 
 private:
     OverwriteMode m_mode;
     bool m_yesToAll = false;
     bool m_showProgress = false;
     int m_lastPercent = -1;
+    bool m_declinedPassword = false;
+    int m_reports = 0;
 };
+
+// The one line that ends a failed unpack or test.
+QString FailureLine(const QString& path, const QString& destination, const QString& password,
+                    const Observer& observer, bool cancelled, const QString& lastError);
 
 // Installs the Ctrl+C handler that Observer::StopRequested reads.
 void InstallInterruptHandler();

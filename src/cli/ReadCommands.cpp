@@ -14,7 +14,8 @@ namespace {
 
 QString Absolute(const QString& path) {
     QString p = QFileInfo(path).absoluteFilePath();
-    while (p.size() > 1 && p.endsWith(QLatin1Char('/'))) p.chop(1);
+    while (p.size() > 1 && p.endsWith(QLatin1Char('/')))
+        p.chop(1);
     return p;
 }
 
@@ -42,8 +43,9 @@ bool OpenPath(const QString& path, OpenedArchive* out) {
     out->family = vz::ClassifyPath(path, recognised);
     out->parts = vz::SplitArchivePath(path);
     if (out->family == 0) {
-        PrintError(QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
-                       .arg(path));
+        PrintError(
+            QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
+                .arg(path));
         return false;
     }
     out->unpacker = vz::CreateUnpacker(out->family);
@@ -74,31 +76,39 @@ int ListDiskFolder(const QString& folder) {
     }
     folders.Sort();
     archives.Sort();
-    for (const QString& f : folders) Print(f + QLatin1Char('/'));
-    for (const QString& a : archives) Print(a);
+    for (const QString& f : folders)
+        Print(f + QLatin1Char('/'));
+    for (const QString& a : archives)
+        Print(a);
     return kOk;
 }
 
 QString IsoTime(vz::FileTime t) {
-    if (!t.known) return QStringLiteral("-                  ");
+    if (!t.known)
+        return QStringLiteral("-                  ");
     return QDateTime::fromSecsSinceEpoch(t.seconds).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
 }
 
 }  // namespace
 
 int Classify(Args args) {
-    if (!TakeNothingMore(args, 1, QStringLiteral("classify PATH"))) return kUsage;
-    Print(QString::number(vz::ClassifyPath(Absolute(args.Rest().at(0)), Settings().EnabledExtensions)));
+    if (!TakeNothingMore(args, 1, QStringLiteral("classify PATH")))
+        return kUsage;
+    Print(QString::number(
+        vz::ClassifyPath(Absolute(args.Rest().at(0)), Settings().EnabledExtensions)));
     return kOk;
 }
 
 int List(Args args) {
     const bool all = args.Flag(QStringLiteral("--all"));
-    if (!TakeNothingMore(args, 1, QStringLiteral("list [--all] PATH"))) return kUsage;
+    if (!TakeNothingMore(args, 1, QStringLiteral("list [--all] PATH")))
+        return kUsage;
     const QString path = Absolute(args.Rest().at(0));
-    if (!all && QFileInfo(path).isDir()) return ListDiskFolder(path);
+    if (!all && QFileInfo(path).isDir())
+        return ListDiskFolder(path);
     OpenedArchive a;
-    if (!OpenPath(path, &a)) return kFailed;
+    if (!OpenPath(path, &a))
+        return kFailed;
     if (all) {
         const std::vector<ARCHIVEFILEFULLINFO>* entries = nullptr;
         if (!a.unpacker->AllEntries(entries)) {
@@ -106,10 +116,16 @@ int List(Args args) {
             return kFailed;
         }
         for (const ARCHIVEFILEFULLINFO& e : *entries) {
-            const QChar type = e.isFolder ? QLatin1Char('d') : e.isSymlink ? QLatin1Char('l') : QLatin1Char('f');
-            const QString size = e.isFolder ? QStringLiteral("-")
-                                 : e.sizeKnown ? QString::number(e.size) : QStringLiteral("?");
-            Print(QStringLiteral("%1 %2 %3 %4").arg(type).arg(size, 14).arg(IsoTime(e.modified), e.path));
+            const QChar type = e.isFolder    ? QLatin1Char('d')
+                               : e.isSymlink ? QLatin1Char('l')
+                                             : QLatin1Char('f');
+            const QString size = e.isFolder    ? QStringLiteral("-")
+                                 : e.sizeKnown ? QString::number(e.size)
+                                               : QStringLiteral("?");
+            Print(QStringLiteral("%1 %2 %3 %4")
+                      .arg(type)
+                      .arg(size, 14)
+                      .arg(IsoTime(e.modified), e.path));
         }
         return kOk;
     }
@@ -123,17 +139,21 @@ int List(Args args) {
         return kFailed;
     }
     QByteArray out;
-    for (const ArchiveLevelFolder& f : level.folders) out += f.name.toUtf8() + "/\n";
-    for (const QString& f : level.files) out += f.toUtf8() + '\n';
+    for (const ArchiveLevelFolder& f : level.folders)
+        out += f.name.toUtf8() + "/\n";
+    for (const QString& f : level.files)
+        out += f.toUtf8() + '\n';
     fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
     return kOk;
 }
 
 int Info(Args args) {
-    if (!TakeNothingMore(args, 1, QStringLiteral("info PATH"))) return kUsage;
+    if (!TakeNothingMore(args, 1, QStringLiteral("info PATH")))
+        return kUsage;
     const QString path = Absolute(args.Rest().at(0));
     OpenedArchive a;
-    if (!OpenPath(path, &a)) return kFailed;
+    if (!OpenPath(path, &a))
+        return kFailed;
     const QString& inner = a.parts.innerPath;
     QString text;
     if (inner.isEmpty()) {
@@ -168,8 +188,10 @@ int Extract(Args args) {
         {"--archives-with-paths", "--archives-without-paths", &ini.UnpackArchivesWithoutPaths},
     };
     for (auto& f : pathFlags) {
-        if (args.Flag(QLatin1String(f.with))) *f.field = false;
-        if (args.Flag(QLatin1String(f.without))) *f.field = true;
+        if (args.Flag(QLatin1String(f.with)))
+            *f.field = false;
+        if (args.Flag(QLatin1String(f.without)))
+            *f.field = true;
     }
     bool ok = true;
     OverwriteMode mode = ini.AskBeforeOverwriting ? OverwriteMode::Ask : OverwriteMode::Always;
@@ -181,12 +203,14 @@ int Extract(Args args) {
     ini.AskBeforeOverwriting = mode != OverwriteMode::Always;
     const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
     const bool progress = args.Flag(QStringLiteral("--progress"));
-    if (!ok || !TakeNothingMore(args, 2, QStringLiteral("extract [options] PATH DEST"))) return kUsage;
+    if (!ok || !TakeNothingMore(args, 2, QStringLiteral("extract [options] PATH DEST")))
+        return kUsage;
 
     const QString path = Absolute(args.Rest().at(0));
     const QString dest = Absolute(args.Rest().at(1));
     OpenedArchive a;
-    if (!OpenPath(path, &a)) return kFailed;
+    if (!OpenPath(path, &a))
+        return kFailed;
     if (!QDir().mkpath(dest)) {
         PrintError(QStringLiteral("%1: cannot create the destination folder").arg(dest));
         return kFailed;
@@ -209,9 +233,8 @@ int Extract(Args args) {
     }
     a.unpacker->CloseArchive();
     if (!done) {
-        PrintError(a.unpacker->WasCancelled()
-                       ? QStringLiteral("%1: stopped; what was finished stays in %2").arg(path, dest)
-                       : QStringLiteral("%1: %2").arg(path, a.unpacker->LastError()));
+        PrintError(FailureLine(path, dest, password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
         return kFailed;
     }
     return kOk;
@@ -220,10 +243,12 @@ int Extract(Args args) {
 int Test(Args args) {
     bool ok = true;
     const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
-    if (!ok || !TakeNothingMore(args, 1, QStringLiteral("test [--password PW] ARCHIVE"))) return kUsage;
+    if (!ok || !TakeNothingMore(args, 1, QStringLiteral("test [--password PW] ARCHIVE")))
+        return kUsage;
     const QString path = Absolute(args.Rest().at(0));
     OpenedArchive a;
-    if (!OpenPath(path, &a)) return kFailed;
+    if (!OpenPath(path, &a))
+        return kFailed;
     Observer observer(OverwriteMode::Never);
     InstallInterruptHandler();
     a.unpacker->SetHandleDialogProgress(&observer);
@@ -231,7 +256,8 @@ int Test(Args args) {
     const bool good = a.unpacker->Test();
     a.unpacker->CloseArchive();
     if (!good) {
-        PrintError(QStringLiteral("%1: %2").arg(path, a.unpacker->LastError()));
+        PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
         return kFailed;
     }
     Print(QStringLiteral("%1: OK").arg(path));

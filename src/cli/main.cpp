@@ -66,7 +66,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     vz::EnsureUtf8Locale();
     QStringList args = QCoreApplication::arguments().mid(1);
-    if (args.isEmpty() || args.first() == QLatin1String("--help") || args.first() == QLatin1String("-h")) {
+    if (args.isEmpty() || args.first() == QLatin1String("--help") ||
+        args.first() == QLatin1String("-h")) {
         fputs(kHelp, stdout);
         return args.isEmpty() ? cli::kUsage : cli::kOk;
     }
@@ -76,7 +77,8 @@ int main(int argc, char* argv[]) {
     }
     const QString name = args.takeFirst();
     for (const Command& c : kCommands)
-        if (name == QLatin1String(c.name)) return c.run(cli::Args(args));
+        if (name == QLatin1String(c.name))
+            return c.run(cli::Args(args));
     cli::PrintError(QStringLiteral("unknown command %1 (see velazip-cli --help)").arg(name));
     return cli::kUsage;
 }

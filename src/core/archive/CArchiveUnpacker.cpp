@@ -21,17 +21,19 @@ namespace vz {
 
 void EnsureUtf8Locale() {
     const char* codeset = nl_langinfo(CODESET);
-    if (codeset && strcmp(codeset, "UTF-8") == 0) return;
-    if (setlocale(LC_CTYPE, "") && strcmp(nl_langinfo(CODESET), "UTF-8") == 0) return;
+    if (codeset && strcmp(codeset, "UTF-8") == 0)
+        return;
+    if (setlocale(LC_CTYPE, "") && strcmp(nl_langinfo(CODESET), "UTF-8") == 0)
+        return;
     setlocale(LC_CTYPE, "C.UTF-8");
 }
 
 namespace {
 
-constexpr size_t kMaxEntries = 50'000'000;   // beyond this an archive is not listed
+constexpr size_t kMaxEntries = 50'000'000;    // beyond this an archive is not listed
 constexpr int kMaxConsecutiveFailures = 100;  // a header that fails again and again
 constexpr int kMaxRetries = 10;
-constexpr qint64 kPollBytes = 1 << 20;        // progress and Stop between such amounts
+constexpr qint64 kPollBytes = 1 << 20;  // progress and Stop between such amounts
 
 // The name of the one stream of a gzip or bzip2 file: the file name without its compression
 // suffix; "backup.tgz" and "backup.tar.gz" both give "backup.tar".
@@ -49,9 +51,11 @@ QString StreamName(const QString& archivePath) {
 // The uncompressed size that a gzip member records in its last four bytes (modulo 4 GiB).
 bool GzipTrailerSize(const QString& path, quint64* size) {
     QFile f(path);
-    if (!f.open(QIODevice::ReadOnly) || f.size() < 18 || !f.seek(f.size() - 4)) return false;
+    if (!f.open(QIODevice::ReadOnly) || f.size() < 18 || !f.seek(f.size() - 4))
+        return false;
     const QByteArray t = f.read(4);
-    if (t.size() != 4) return false;
+    if (t.size() != 4)
+        return false;
     *size = static_cast<quint8>(t[0]) | (static_cast<quint32>(static_cast<quint8>(t[1])) << 8) |
             (static_cast<quint32>(static_cast<quint8>(t[2])) << 16) |
             (static_cast<quint32>(static_cast<quint8>(t[3])) << 24);
@@ -78,9 +82,12 @@ struct Selection {
     bool Selects(const QString& path, bool isFolder) const {
         switch (kind) {
             case Kind::Archive:
-            case Kind::Test: return true;
-            case Kind::Folder: return IsAtOrBelow(path, inner);
-            case Kind::File: return !isFolder && EqualsNoCase(path, inner);
+            case Kind::Test:
+                return true;
+            case Kind::Folder:
+                return IsAtOrBelow(path, inner);
+            case Kind::File:
+                return !isFolder && EqualsNoCase(path, inner);
         }
         return false;
     }
@@ -90,23 +97,29 @@ struct Selection {
             return p.isEmpty() ? QStringList() : p.split(QLatin1Char('/'));
         };
         switch (kind) {
-            case Kind::Test: return {};
+            case Kind::Test:
+                return {};
             case Kind::Archive: {
                 QString p = path;
                 if (!virtualPrefix.isEmpty()) {
-                    if (EqualsNoCase(p, virtualPrefix)) return {};
+                    if (EqualsNoCase(p, virtualPrefix))
+                        return {};
                     p = p.mid(virtualPrefix.size() + 1);
                 }
-                if (withoutPaths) return isFolder ? QStringList() : QStringList{LastComponent(p)};
+                if (withoutPaths)
+                    return isFolder ? QStringList() : QStringList{LastComponent(p)};
                 return split(p);
             }
             case Kind::Folder: {
-                if (!withoutPaths) return split(path);
+                if (!withoutPaths)
+                    return split(path);
                 QStringList out{LastComponent(inner)};
-                if (path.size() > inner.size()) out += split(path.mid(inner.size() + 1));
+                if (path.size() > inner.size())
+                    out += split(path.mid(inner.size() + 1));
                 return out;
             }
-            case Kind::File: return withoutPaths ? QStringList{LastComponent(path)} : split(path);
+            case Kind::File:
+                return withoutPaths ? QStringList{LastComponent(path)} : split(path);
         }
         return {};
     }
@@ -149,7 +162,8 @@ struct CArchiveUnpacker::Impl {
 
     // The display path of a header: a compressed tar's entries lie below its level.
     QString DisplayPath(const QString& path) const {
-        if (!tarInside || path.isEmpty()) return path;
+        if (!tarInside || path.isEmpty())
+            return path;
         return streamName + QLatin1Char('/') + path;
     }
 
@@ -179,11 +193,14 @@ struct CArchiveUnpacker::Impl {
     }
 
     bool EnsureListed() {
-        if (listed) return true;
-        if (!open) return Fail(QStringLiteral("No archive is open."));
+        if (listed)
+            return true;
+        if (!open)
+            return Fail(QStringLiteral("No archive is open."));
         if (traits->listWithLibzip && volumes.size() == 1) {
             QString err;
-            if (ListZipDirectory(volumes.first(), &entries, &err)) return listed = true;
+            if (ListZipDirectory(volumes.first(), &entries, &err))
+                return listed = true;
         }
         return listed = ListWithLibarchive();
     }
@@ -207,9 +224,12 @@ struct CArchiveUnpacker::Impl {
         for (;;) {
             archive_entry* h = nullptr;
             const int r = archive_read_next_header(a, &h);
-            if (r == ARCHIVE_EOF) break;
-            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries) continue;
-            if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures) continue;
+            if (r == ARCHIVE_EOF)
+                break;
+            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries)
+                continue;
+            if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures)
+                continue;
             if (r != ARCHIVE_OK && r != ARCHIVE_WARN)
                 return Fail(QStringLiteral("Cannot read the archive %1: %2.")
                                 .arg(Where(), LibarchiveError(a, "damaged archive")));
@@ -221,12 +241,13 @@ struct CArchiveUnpacker::Impl {
                 c.entry.skip = false;
                 c.entry.info.method = QString::fromLatin1(traits->streamMethod);
                 quint64 size = 0;
-                c.entry.info.sizeKnown = traits->family == ArchiveFamily::GZip &&
-                                         GzipTrailerSize(volumes.last(), &size);
+                c.entry.info.sizeKnown =
+                    traits->family == ArchiveFamily::GZip && GzipTrailerSize(volumes.last(), &size);
                 c.entry.info.size = size;
                 c.entry.info.packedSize = static_cast<quint64>(compressedTotal);
                 c.entry.info.packedSizeKnown = true;
-                c.entry.info.modified = FileTime::FromUnix(QFileInfo(q->m_path).lastModified().toSecsSinceEpoch());
+                c.entry.info.modified =
+                    FileTime::FromUnix(QFileInfo(q->m_path).lastModified().toSecsSinceEpoch());
                 entries.push_back(c.entry);
                 break;
             }
@@ -241,17 +262,21 @@ struct CArchiveUnpacker::Impl {
     const ListedEntry* FindEntry(const QString& inner) const {
         const ListedEntry* found = nullptr;
         for (const ListedEntry& e : entries)
-            if (!e.skip && EqualsNoCase(e.info.path, inner)) found = &e;  // the last one wins
+            if (!e.skip && EqualsNoCase(e.info.path, inner))
+                found = &e;  // the last one wins
         return found;
     }
 
     // The total bytes an unpack writes, for its percentage; 0 when not known cheaply.
     quint64 SelectedBytes(const Selection& sel) const {
-        if (!listed) return 0;
+        if (!listed)
+            return 0;
         quint64 total = 0;
         for (const ListedEntry& e : entries) {
-            if (e.skip || e.info.isFolder || !sel.Selects(e.info.path, false)) continue;
-            if (!e.info.sizeKnown) return 0;
+            if (e.skip || e.info.isFolder || !sel.Selects(e.info.path, false))
+                continue;
+            if (!e.info.sizeKnown)
+                return 0;
             total += e.info.size;
         }
         return total;
@@ -267,9 +292,11 @@ struct CArchiveUnpacker::Impl {
     };
 
     void Report(PassState& st, const QString& message) {
-        if (!st.failed) q->m_error = message;
+        if (!st.failed)
+            q->m_error = message;
         st.failed = true;
-        if (observer) observer->Report(message);
+        if (observer)
+            observer->Report(message);
     }
 
     // One pass over the archive: unpacks (or, without a writer, tests) the selected entries.
@@ -285,7 +312,8 @@ struct CArchiveUnpacker::Impl {
         QElapsedTimer sinceProgress;
         sinceProgress.start();
         auto progress = [&](const QString& name) {
-            if (!observer) return;
+            if (!observer)
+                return;
             int percent = 0;
             if (total > 0)
                 percent = static_cast<int>(st.bytesDone * 100 / total);
@@ -294,7 +322,8 @@ struct CArchiveUnpacker::Impl {
             observer->Progress(std::min(100, std::max(0, percent)), name);
         };
         auto stopNow = [&]() {
-            if (observer && observer->StopRequested()) st.cancelled = true;
+            if (observer && observer->StopRequested())
+                st.cancelled = true;
             return st.cancelled;
         };
 
@@ -303,8 +332,10 @@ struct CArchiveUnpacker::Impl {
         for (;;) {
             archive_entry* h = nullptr;
             const int r = archive_read_next_header(a, &h);
-            if (r == ARCHIVE_EOF) break;
-            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries) continue;
+            if (r == ARCHIVE_EOF)
+                break;
+            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries)
+                continue;
             if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures) {
                 ++index;
                 Report(st, QStringLiteral("Cannot read an entry of %1: %2.")
@@ -318,7 +349,8 @@ struct CArchiveUnpacker::Impl {
             }
             failures = retries = 0;
             ++index;
-            if (index < st.resumeAt) continue;
+            if (index < st.resumeAt)
+                continue;
 
             ConvertedHeader c = ConvertHeader(h, *traits);
             ARCHIVEFILEFULLINFO& info = c.entry.info;
@@ -328,48 +360,57 @@ struct CArchiveUnpacker::Impl {
                 info.sizeKnown = false;
             }
             info.path = DisplayPath(info.path);
-            if (!sel.Selects(info.path, info.isFolder)) continue;
+            if (!sel.Selects(info.path, info.isFolder))
+                continue;
             if (c.unsafe || info.path.isEmpty()) {
                 if (!c.rawName.isEmpty() && c.rawName != QLatin1String(".") &&
                     c.rawName != QLatin1String("./"))
-                    Report(st, QStringLiteral("Refused %1 in %2: the name leads outside the destination.")
+                    Report(st, QStringLiteral(
+                                   "Refused %1 in %2: the name leads outside the destination.")
                                    .arg(c.rawName, Where()));
                 continue;
             }
-            if (stopNow()) break;
+            if (stopNow())
+                break;
             progress(info.path);
 
             const QStringList comps = sel.Map(info.path, info.isFolder);
-            if (writer && comps.isEmpty()) continue;
+            if (writer && comps.isEmpty())
+                continue;
             passwords.SetCurrentEntry(info.path);
 
             if (writer && info.isFolder) {
-                if (writer->MakeFolder(comps, info.unixMode, info.modified) != DestinationWriter::Result::Ok)
+                if (writer->MakeFolder(comps, info.unixMode, info.modified) !=
+                    DestinationWriter::Result::Ok)
                     Report(st, writer->Error());
                 else if (listener)
                     listener->ItemAdded(writer->FullPath(comps));
                 continue;
             }
-            if (info.isFolder) continue;
+            if (info.isFolder)
+                continue;
             if (writer && info.isSymlink) {
                 const auto res = writer->MakeSymlink(comps, info.linkTarget, info.modified);
                 if (res == DestinationWriter::Result::Cancelled) {
                     st.cancelled = true;
                     break;
                 }
-                if (res == DestinationWriter::Result::Failed) Report(st, writer->Error());
+                if (res == DestinationWriter::Result::Failed)
+                    Report(st, writer->Error());
                 if (res == DestinationWriter::Result::Ok && listener)
                     listener->ItemAdded(writer->FullPath(comps));
                 continue;
             }
             if (!c.hardlinkTarget.isEmpty() && (!info.sizeKnown || info.size == 0)) {
-                if (!writer) continue;
+                if (!writer)
+                    continue;
                 const QString target = DisplayPath(c.hardlinkTarget);
                 const auto made = st.madeFiles.constFind(target.toLower());
                 if (c.hardlinkUnsafe || made == st.madeFiles.constEnd()) {
-                    Report(st, QStringLiteral("Refused the hard link %1 in %2: it leads to %3, which "
-                                              "this unpack did not write.")
-                                   .arg(info.path, Where(), c.hardlinkTarget));
+                    Report(st,
+                           QStringLiteral("Refused the hard link %1 in %2: it leads to %3, which "
+                                          "this unpack did not write.")
+                               .arg(info.path, Where(), c.hardlinkTarget));
                     continue;
                 }
                 const auto res = writer->MakeHardlink(comps, made.value());
@@ -377,7 +418,18 @@ struct CArchiveUnpacker::Impl {
                     st.cancelled = true;
                     break;
                 }
-                if (res == DestinationWriter::Result::Failed) Report(st, writer->Error());
+                if (res == DestinationWriter::Result::Failed)
+                    Report(st, writer->Error());
+                continue;
+            }
+
+            // Encrypted data of a format whose encryption libarchive cannot undo (RAR, 7z).
+            if (info.encrypted &&
+                !(archive_read_format_capabilities(a) & ARCHIVE_READ_FORMAT_CAPS_ENCRYPT_DATA)) {
+                Report(st,
+                       QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and encrypted "
+                                      "%3 entries cannot be read.")
+                           .arg(info.path, Where(), ArchiveFamily::DisplayName(traits->family)));
                 continue;
             }
 
@@ -390,7 +442,8 @@ struct CArchiveUnpacker::Impl {
                 incoming.modified = info.modified;
                 incoming.attributes = info.attributes;
                 const auto res = writer->BeginFile(comps, incoming);
-                if (res == DestinationWriter::Result::Skipped) continue;
+                if (res == DestinationWriter::Result::Skipped)
+                    continue;
                 if (res == DestinationWriter::Result::Cancelled) {
                     st.cancelled = true;
                     break;
@@ -407,7 +460,8 @@ struct CArchiveUnpacker::Impl {
                 size_t size = 0;
                 la_int64_t offset = 0;
                 const int dr = archive_read_data_block(a, &buffer, &size, &offset);
-                if (dr == ARCHIVE_EOF) break;
+                if (dr == ARCHIVE_EOF)
+                    break;
                 if (dr != ARCHIVE_OK && dr != ARCHIVE_WARN) {
                     dataFailed = true;
                     fatal = dr == ARCHIVE_FATAL;
@@ -424,7 +478,8 @@ struct CArchiveUnpacker::Impl {
                 sincePoll += static_cast<qint64>(size);
                 if (sincePoll >= kPollBytes) {
                     sincePoll = 0;
-                    if (stopNow()) break;
+                    if (stopNow())
+                        break;
                     if (sinceProgress.elapsed() > 100) {
                         progress(info.path);
                         sinceProgress.restart();
@@ -432,11 +487,13 @@ struct CArchiveUnpacker::Impl {
                 }
             }
             if (st.cancelled) {
-                if (writer) writer->AbortFile();
+                if (writer)
+                    writer->AbortFile();
                 break;
             }
             if (dataFailed) {
-                if (writer) writer->AbortFile();
+                if (writer)
+                    writer->AbortFile();
                 if (passwords.Cancelled()) {
                     st.cancelled = true;
                     break;
@@ -454,20 +511,24 @@ struct CArchiveUnpacker::Impl {
                 if (passwordProblem)
                     Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
                                    .arg(info.path, Where(),
-                                        passwords.Known().empty() ? QStringLiteral("a password is required")
-                                                                  : QStringLiteral("the password is wrong")));
+                                        passwords.Known().empty()
+                                            ? QStringLiteral("a password is required")
+                                            : QStringLiteral("the password is wrong")));
                 else
                     Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
                                    .arg(info.path, Where(), LibarchiveError(a, "damaged data")));
-                if (fatal) break;
+                if (fatal)
+                    break;
                 continue;
             }
             if (info.sizeKnown && static_cast<quint64>(written) != info.size) {
-                if (writer) writer->AbortFile();
-                Report(st, QStringLiteral("Cannot unpack %1 from %2: its data is incomplete (%3 of %4 "
-                                          "bytes; is a volume missing?).")
-                               .arg(info.path, Where(), GroupDigits(static_cast<quint64>(written)),
-                                    GroupDigits(info.size)));
+                if (writer)
+                    writer->AbortFile();
+                Report(st,
+                       QStringLiteral("Cannot unpack %1 from %2: its data is incomplete (%3 of %4 "
+                                      "bytes; is a volume missing?).")
+                           .arg(info.path, Where(), GroupDigits(static_cast<quint64>(written)),
+                                GroupDigits(info.size)));
                 continue;
             }
             if (writer) {
@@ -477,7 +538,8 @@ struct CArchiveUnpacker::Impl {
                     continue;
                 }
                 st.madeFiles.insert(info.path.toLower(), comps);
-                if (listener) listener->ItemAdded(writer->FullPath(comps));
+                if (listener)
+                    listener->ItemAdded(writer->FullPath(comps));
             }
             if (sel.kind == Selection::Kind::File) {
                 foundFile = true;
@@ -486,27 +548,36 @@ struct CArchiveUnpacker::Impl {
         }
         if (sel.kind == Selection::Kind::File && !foundFile && !st.failed && !st.cancelled)
             Report(st, QStringLiteral("The archive %1 holds no file %2.").arg(Where(), sel.inner));
-        if (!st.cancelled && observer) progress(QString());
+        if (!st.cancelled && observer)
+            progress(QString());
         return PassEnd::Done;
     }
 
     bool Run(Selection sel, const QString& destination) {
         q->m_error.clear();
         q->m_cancelled = false;
-        if (!open) return Fail(QStringLiteral("No archive is open."));
+        if (!open)
+            return Fail(QStringLiteral("No archive is open."));
         sel.virtualPrefix = tarInside ? streamName : QString();
         std::unique_ptr<DestinationWriter> writer;
         if (sel.kind != Selection::Kind::Test) {
             writer = std::make_unique<DestinationWriter>();
             QString err;
-            if (!writer->Open(destination, &err)) return Fail(err);
+            if (!writer->Open(destination, &err))
+                return Fail(err);
             writer->SetAskBeforeOverwriting(ini.AskBeforeOverwriting, observer);
         }
         passwords.SetObserver(observer, q->m_path);
+        // An archive known to be empty has nothing to read (libarchive does not even
+        // recognise an empty zip).
+        if (listed && entries.empty() &&
+            (sel.kind == Selection::Kind::Archive || sel.kind == Selection::Kind::Test))
+            return true;
         PassState st;
         while (RunPass(sel, writer.get(), st) == PassEnd::Restart) {
         }
-        if (writer) writer->FinishFolders();
+        if (writer)
+            writer->FinishFolders();
         q->m_cancelled = st.cancelled;
         if (st.cancelled && q->m_error.isEmpty())
             q->m_error = QStringLiteral("Stopped by the user.");
@@ -514,37 +585,48 @@ struct CArchiveUnpacker::Impl {
     }
 };
 
-CArchiveUnpacker::CArchiveUnpacker(int family)
-    : d(std::make_unique<Impl>(this)), m_family(family) {
+CArchiveUnpacker::CArchiveUnpacker(int family) : d(std::make_unique<Impl>(this)), m_family(family) {
     EnsureUtf8Locale();
     d->traits = TraitsFor(family);
 }
 
 CArchiveUnpacker::~CArchiveUnpacker() = default;
 
-void CArchiveUnpacker::SetIni(const INIUNPACK& ini) { d->ini = ini; }
-void CArchiveUnpacker::SetHandleDialogProgress(IOperationObserver* o) { d->observer = o; }
-void CArchiveUnpacker::SetWndFileTree(IItemListener* l) { d->listener = l; }
-void CArchiveUnpacker::SetPassword(const QString& password) { d->passwords.Add(password); }
+void CArchiveUnpacker::SetIni(const INIUNPACK& ini) {
+    d->ini = ini;
+}
+void CArchiveUnpacker::SetHandleDialogProgress(IOperationObserver* o) {
+    d->observer = o;
+}
+void CArchiveUnpacker::SetWndFileTree(IItemListener* l) {
+    d->listener = l;
+}
+void CArchiveUnpacker::SetPassword(const QString& password) {
+    d->passwords.Add(password);
+}
 
 bool CArchiveUnpacker::OpenArchive(const QString& path) {
     CloseArchive();
     m_error.clear();
     m_path = path;
-    if (!d->traits) return d->Fail(QStringLiteral("No unpacker reads the archive %1.").arg(path));
+    if (!d->traits)
+        return d->Fail(QStringLiteral("No unpacker reads the archive %1.").arg(path));
     if (!QFileInfo(path).isFile())
         return d->Fail(QStringLiteral("Cannot open the archive %1: no such file.").arg(path));
     QString err;
-    if (!CollectVolumes(path, m_family, &d->volumes, &err)) return d->Fail(err);
+    if (!CollectVolumes(path, m_family, &d->volumes, &err))
+        return d->Fail(err);
     d->compressedTotal = 0;
-    for (const QString& v : d->volumes) d->compressedTotal += QFileInfo(v).size();
+    for (const QString& v : d->volumes)
+        d->compressedTotal += QFileInfo(v).size();
     d->open = true;
     // A zip archive is listed from its central directory at once; that also proves it is
     // one. Other families (and zips that libzip rejects) read their first header.
     bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
               ListZipDirectory(path, &d->entries, &err);
     d->listed = ok;
-    if (!ok) ok = d->Probe();
+    if (!ok)
+        ok = d->Probe();
     if (!ok) {
         d->open = false;
         d->volumes.clear();
@@ -562,12 +644,14 @@ bool CArchiveUnpacker::FindFile() {
 }
 
 bool CArchiveUnpacker::FindNextFileW() {
-    if (!d->listed) return false;
+    if (!d->listed)
+        return false;
     return ++d->cursor < static_cast<int>(d->entries.size());
 }
 
 bool CArchiveUnpacker::GetFileShortInfo(ARCHIVEFILESHORTINFO& info) const {
-    if (!d->listed || d->cursor < 0 || d->cursor >= static_cast<int>(d->entries.size())) return false;
+    if (!d->listed || d->cursor < 0 || d->cursor >= static_cast<int>(d->entries.size()))
+        return false;
     const ListedEntry& e = d->entries[static_cast<size_t>(d->cursor)];
     info.path = e.info.path;
     info.isFolder = e.info.isFolder;
@@ -577,7 +661,8 @@ bool CArchiveUnpacker::GetFileShortInfo(ARCHIVEFILESHORTINFO& info) const {
 }
 
 bool CArchiveUnpacker::GetFileFullInfo(ARCHIVEFILEFULLINFO& info) const {
-    if (!d->listed || d->cursor < 0 || d->cursor >= static_cast<int>(d->entries.size())) return false;
+    if (!d->listed || d->cursor < 0 || d->cursor >= static_cast<int>(d->entries.size()))
+        return false;
     info = d->entries[static_cast<size_t>(d->cursor)].info;
     return true;
 }
@@ -587,26 +672,31 @@ bool CArchiveUnpacker::IsFolder(const QString& innerPath) {
 }
 
 QString CArchiveUnpacker::GetArchiveOutputInfo() {
-    if (!d->EnsureListed()) return QStringLiteral("Invalid archive");
+    if (!d->EnsureListed())
+        return QStringLiteral("Invalid archive");
     return DescribeArchive(ArchiveFamily::DisplayName(m_family), Totals(d->entries, QString()),
                            static_cast<quint64>(d->compressedTotal));
 }
 
 QString CArchiveUnpacker::GetFolderOutputInfo(const QString& innerPath) {
-    if (!d->EnsureListed()) return QStringLiteral("Invalid archive");
+    if (!d->EnsureListed())
+        return QStringLiteral("Invalid archive");
     return DescribeFolder(Totals(d->entries, innerPath));
 }
 
 QString CArchiveUnpacker::GetFileOutputInfo(const QString& innerPath) {
-    if (!d->EnsureListed()) return QStringLiteral("Invalid archive");
+    if (!d->EnsureListed())
+        return QStringLiteral("Invalid archive");
     const ListedEntry* e = d->FindEntry(innerPath);
     return e ? DescribeFile(e->info) : QString();
 }
 
 bool CArchiveUnpacker::GetEntryInfo(const QString& innerPath, ARCHIVEFILEFULLINFO& info) {
-    if (!d->EnsureListed()) return false;
+    if (!d->EnsureListed())
+        return false;
     const ListedEntry* e = d->FindEntry(innerPath);
-    if (!e) return false;
+    if (!e)
+        return false;
     info = e->info;
     return true;
 }
@@ -630,9 +720,13 @@ bool CArchiveUnpacker::Test() {
     return d->Run({Selection::Kind::Test, QString(), false, {}}, QString());
 }
 
-bool CArchiveUnpacker::IsTarInside() { return d->open && d->IsStream() && d->tarInside; }
+bool CArchiveUnpacker::IsTarInside() {
+    return d->open && d->IsStream() && d->tarInside;
+}
 
-bool CArchiveUnpacker::InitScan() { return d->open && m_family == ArchiveFamily::Cab; }
+bool CArchiveUnpacker::InitScan() {
+    return d->open && m_family == ArchiveFamily::Cab;
+}
 
 bool CArchiveUnpacker::CloseArchive() {
     const bool wasOpen = d->open;
@@ -645,7 +739,8 @@ bool CArchiveUnpacker::CloseArchive() {
 }
 
 bool CArchiveUnpacker::ListLevel(const QString& innerFolder, ArchiveLevel& level) {
-    if (!d->EnsureListed()) return false;
+    if (!d->EnsureListed())
+        return false;
     level = vz::ListLevel(d->entries, innerFolder);
     return true;
 }
@@ -655,11 +750,13 @@ bool CArchiveUnpacker::HasEntriesBelow(const QString& innerFolder) {
 }
 
 bool CArchiveUnpacker::AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries) {
-    if (!d->EnsureListed()) return false;
+    if (!d->EnsureListed())
+        return false;
     m_allEntries.clear();
     m_allEntries.reserve(d->entries.size());
     for (const ListedEntry& e : d->entries)
-        if (!e.skip) m_allEntries.push_back(e.info);
+        if (!e.skip)
+            m_allEntries.push_back(e.info);
     entries = &m_allEntries;
     return true;
 }
@@ -681,8 +778,10 @@ std::unique_ptr<CArchiveUnpacker> CreateUnpacker(int family) {
         case ArchiveFamily::GZip:
         case ArchiveFamily::Tar:
         case ArchiveFamily::BZip2:
-        case ArchiveFamily::Iso: return std::make_unique<CArchiveUnpacker>(family);
-        default: return nullptr;
+        case ArchiveFamily::Iso:
+            return std::make_unique<CArchiveUnpacker>(family);
+        default:
+            return nullptr;
     }
 }
 

@@ -20,7 +20,8 @@
 // Safety: nothing is ever written outside DEST. Entries with absolute names or ".."
 // components, symbolic links whose target leads outside DEST and hard links to anything
 // not extracted by the same operation are refused and reported through the observer; the
-// rest is extracted. Existing symbolic links in DEST are never followed. Every file is
+// rest is extracted. Existing symbolic links in DEST are never followed. DEST is made when
+// it does not exist. Every file is
 // written beside its destination and renamed over it only when complete, so a Stop or a
 // failure leaves no partial file; what finished before stays.
 

@@ -18,8 +18,8 @@ struct ListedEntry {
 };
 
 struct NormalisedName {
-    QString path;           // "/"-separated, no empty or "." components, no leading/trailing "/"
-    bool unsafe = false;    // absolute (leading "/" or a drive letter) or holding ".."
+    QString path;         // "/"-separated, no empty or "." components, no leading/trailing "/"
+    bool unsafe = false;  // absolute (leading "/" or a drive letter) or holding ".."
     bool trailingSlash = false;
 };
 // Reads "\" as a separator, drops empty and "." components, flags absolute names and "..".

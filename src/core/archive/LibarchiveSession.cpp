@@ -24,13 +24,16 @@ const FamilyTraits* TraitsFor(int family) {
         {ArchiveFamily::Rar, F::Rar, 0, "", "", false, false},
         {ArchiveFamily::SevenZip, F::SevenZip, 0, "", "", false, false},
         {ArchiveFamily::SevenZipVolumes, F::SevenZip, 0, "", "", false, false},
-        {ArchiveFamily::GZip, F::CompressedStream, ARCHIVE_FILTER_GZIP, "Deflate", "", false, false},
-        {ArchiveFamily::BZip2, F::CompressedStream, ARCHIVE_FILTER_BZIP2, "BZip2", "", false, false},
+        {ArchiveFamily::GZip, F::CompressedStream, ARCHIVE_FILTER_GZIP, "Deflate", "", false,
+         false},
+        {ArchiveFamily::BZip2, F::CompressedStream, ARCHIVE_FILTER_BZIP2, "BZip2", "", false,
+         false},
         {ArchiveFamily::Tar, F::Tar, 0, "", "Store", false, true},
         {ArchiveFamily::Iso, F::Iso, 0, "", "Store", false, true},
     };
     for (const FamilyTraits& t : kTable)
-        if (t.family == family) return &t;
+        if (t.family == family)
+            return &t;
     return nullptr;
 }
 
@@ -41,16 +44,16 @@ bool CollectRarParts(const QString& path, QStringList* volumes) {
     static const QRegularExpression partRe(QStringLiteral("^(.*)\\.part(\\d+)\\.rar$"),
                                            QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch m = partRe.match(path);
-    if (!m.hasMatch()) return false;
+    if (!m.hasMatch())
+        return false;
     const QString base = m.captured(1);
     const int width = m.captured(2).size();
     const QString ext = path.right(4);  // keep the case of ".rar"
     for (int n = 1;; ++n) {
-        const QString part = QStringLiteral("%1.part%2%3")
-                                 .arg(base)
-                                 .arg(n, width, 10, QLatin1Char('0'))
-                                 .arg(ext);
-        if (!QFileInfo(part).isFile()) break;
+        const QString part =
+            QStringLiteral("%1.part%2%3").arg(base).arg(n, width, 10, QLatin1Char('0')).arg(ext);
+        if (!QFileInfo(part).isFile())
+            break;
         *volumes << part;
     }
     return !volumes->isEmpty();
@@ -64,7 +67,8 @@ void CollectOldStyleRarParts(const QString& path, QStringList* volumes) {
     for (int n = 0; n < 1000; ++n) {
         const QString part = stem + (upper ? QStringLiteral(".R%1") : QStringLiteral(".r%1"))
                                         .arg(n, 2, 10, QLatin1Char('0'));
-        if (!QFileInfo(part).isFile()) break;
+        if (!QFileInfo(part).isFile())
+            break;
         *volumes << part;
     }
 }
@@ -72,16 +76,20 @@ void CollectOldStyleRarParts(const QString& path, QStringList* volumes) {
 // The size a complete 7z set must have, from the signature header of its first volume.
 qint64 Expected7zSize(const QString& firstVolume) {
     QFile f(firstVolume);
-    if (!f.open(QIODevice::ReadOnly)) return -1;
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
     const QByteArray h = f.read(32);
-    if (h.size() < 32 || !h.startsWith(QByteArray("7z\xBC\xAF\x27\x1C", 6))) return -1;
+    if (h.size() < 32 || !h.startsWith(QByteArray("7z\xBC\xAF\x27\x1C", 6)))
+        return -1;
     auto u64 = [&](int at) {
         quint64 v = 0;
-        for (int i = 7; i >= 0; --i) v = (v << 8) | static_cast<quint8>(h[at + i]);
+        for (int i = 7; i >= 0; --i)
+            v = (v << 8) | static_cast<quint8>(h[at + i]);
         return v;
     };
     const quint64 offset = u64(12), size = u64(20);
-    if (offset > (quint64(1) << 50) || size > (quint64(1) << 40)) return -1;
+    if (offset > (quint64(1) << 50) || size > (quint64(1) << 40))
+        return -1;
     return static_cast<qint64>(32 + offset + size);
 }
 
@@ -90,7 +98,8 @@ qint64 Expected7zSize(const QString& firstVolume) {
 bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error) {
     volumes->clear();
     if (family == ArchiveFamily::Rar) {
-        if (!CollectRarParts(path, volumes)) CollectOldStyleRarParts(path, volumes);
+        if (!CollectRarParts(path, volumes))
+            CollectOldStyleRarParts(path, volumes);
         return true;
     }
     if (family == ArchiveFamily::SevenZipVolumes) {
@@ -103,15 +112,16 @@ bool CollectVolumes(const QString& path, int family, QStringList* volumes, QStri
         for (int n = 1; n < 100000; ++n) {
             const QString part = stem + QStringLiteral(".%1").arg(n, 3, 10, QLatin1Char('0'));
             const QFileInfo fi(part);
-            if (!fi.isFile()) break;
+            if (!fi.isFile())
+                break;
             *volumes << part;
             total += fi.size();
         }
         const qint64 expected = Expected7zSize(path);
         if (expected > 0 && total < expected) {
-            *error = QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
-                         .arg(QDir::toNativeSeparators(path),
-                              QFileInfo(volumes->last()).fileName());
+            *error =
+                QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
+                    .arg(QDir::toNativeSeparators(path), QFileInfo(volumes->last()).fileName());
             return false;
         }
         return true;
@@ -121,11 +131,13 @@ bool CollectVolumes(const QString& path, int family, QStringList* volumes, QStri
 }
 
 void PasswordBook::Add(const QString& password) {
-    if (!password.isEmpty()) m_known.push_back(password.toStdString());
+    if (!password.isEmpty())
+        m_known.push_back(password.toStdString());
 }
 
 const char* PasswordBook::Ask() {
-    if (m_cancelled || !m_observer || m_asks >= kMaxAsks) return nullptr;
+    if (m_cancelled || !m_observer || m_asks >= kMaxAsks)
+        return nullptr;
     QString answer;
     const bool retry = m_asks > 0 || !m_known.empty();
     ++m_asks;
@@ -144,7 +156,8 @@ const char* PassphraseCallback(struct archive*, void* client) {
 }  // namespace
 
 LibarchiveSession::~LibarchiveSession() {
-    if (m_archive) archive_read_free(m_archive);
+    if (m_archive)
+        archive_read_free(m_archive);
 }
 
 bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& traits,
@@ -156,13 +169,19 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
     }
     using F = FamilyTraits::Formats;
     switch (traits.formats) {
-        case F::Zip: archive_read_support_format_zip_seekable(m_archive); break;
-        case F::Cab: archive_read_support_format_cab(m_archive); break;
+        case F::Zip:
+            archive_read_support_format_zip_seekable(m_archive);
+            break;
+        case F::Cab:
+            archive_read_support_format_cab(m_archive);
+            break;
         case F::Rar:
             archive_read_support_format_rar(m_archive);
             archive_read_support_format_rar5(m_archive);
             break;
-        case F::SevenZip: archive_read_support_format_7zip(m_archive); break;
+        case F::SevenZip:
+            archive_read_support_format_7zip(m_archive);
+            break;
         case F::Tar:
             archive_read_support_format_tar(m_archive);
             archive_read_support_format_gnutar(m_archive);
@@ -174,7 +193,9 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
             archive_read_support_format_raw(m_archive);
             archive_read_support_filter_all(m_archive);
             break;
-        case F::Iso: archive_read_support_format_iso9660(m_archive); break;
+        case F::Iso:
+            archive_read_support_format_iso9660(m_archive);
+            break;
     }
     if (passwords) {
         for (const std::string& p : passwords->Known())
@@ -182,9 +203,11 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
         archive_read_set_passphrase_callback(m_archive, passwords, PassphraseCallback);
     }
     m_names.clear();
-    for (const QString& v : volumes) m_names.push_back(QFile::encodeName(v).toStdString());
+    for (const QString& v : volumes)
+        m_names.push_back(QFile::encodeName(v).toStdString());
     std::vector<const char*> names;
-    for (const std::string& n : m_names) names.push_back(n.c_str());
+    for (const std::string& n : m_names)
+        names.push_back(n.c_str());
     names.push_back(nullptr);
     const size_t kBlock = 1 << 20;
     int r = names.size() == 2 ? archive_read_open_filename(m_archive, names[0], kBlock)
@@ -202,11 +225,14 @@ qint64 LibarchiveSession::Consumed() const {
 }
 
 QString DecodeEntryName(const char* utf8, const char* raw) {
-    if (utf8) return QString::fromUtf8(utf8);
-    if (!raw) return QString();
+    if (utf8)
+        return QString::fromUtf8(utf8);
+    if (!raw)
+        return QString();
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString asUtf8 = decoder(QByteArray(raw));
-    if (!decoder.hasError()) return asUtf8;
+    if (!decoder.hasError())
+        return asUtf8;
     // Code page 437, the zip default for names without the UTF-8 flag.
     static const char16_t kHigh[128] = {
         0x00C7, 0x00FC, 0x00E9, 0x00E2, 0x00E4, 0x00E0, 0x00E5, 0x00E7, 0x00EA, 0x00EB, 0x00E8,
@@ -261,12 +287,16 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
         info.size = 0;  // directories of images carry their block size: not content
         info.sizeKnown = true;
     }
-    if (archive_entry_mtime_is_set(h)) info.modified = FileTime::FromUnix(archive_entry_mtime(h));
+    if (archive_entry_mtime_is_set(h))
+        info.modified = FileTime::FromUnix(archive_entry_mtime(h));
     info.unixMode = archive_entry_mode(h);
-    if (info.isFolder) info.attributes |= kDosDirectory;
-    if ((info.unixMode & 0777) && !(info.unixMode & S_IWUSR)) info.attributes |= kDosReadOnly;
+    if (info.isFolder)
+        info.attributes |= kDosDirectory;
+    if ((info.unixMode & 0777) && !(info.unixMode & S_IWUSR))
+        info.attributes |= kDosReadOnly;
     info.encrypted = archive_entry_is_encrypted(h);
-    if (!info.isFolder) info.method = QString::fromLatin1(traits.entryMethod);
+    if (!info.isFolder)
+        info.method = QString::fromLatin1(traits.entryMethod);
     return c;
 }
 

@@ -20,9 +20,9 @@ namespace vz {
 struct FamilyTraits {
     int family = 0;
     enum class Formats { Zip, Cab, Rar, SevenZip, Tar, CompressedStream, Iso } formats;
-    int streamFilter = 0;       // the libarchive filter code a compressed stream must have
-    const char* streamMethod;   // method text of the stream ("Deflate", "BZip2")
-    const char* entryMethod;    // method text of every entry when the format does not tell
+    int streamFilter = 0;      // the libarchive filter code a compressed stream must have
+    const char* streamMethod;  // method text of the stream ("Deflate", "BZip2")
+    const char* entryMethod;   // method text of every entry when the format does not tell
     bool listWithLibzip = false;
     bool packedIsSize = false;  // entries are stored: packed size equals size
 };

@@ -1,5 +1,5 @@
 #pragma once
-// Listing a zip archive from its central directory through libzip: one pass, no data read.
+// Listing a zip archive from its central directory: one read, one pass, no entry data read.
 
 #include <QString>
 #include <vector>
@@ -8,9 +8,8 @@
 
 namespace vz {
 
-// Fills `entries` in central-directory order. False (with a reason) when libzip cannot open
-// the archive; a self-extracting archive whose offsets libzip rejects is then read by the
-// libarchive lister instead.
+// Fills `entries` in central-directory order. False (with a reason) when the directory cannot
+// be found or is damaged; the libarchive lister is then tried.
 bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QString* error);
 
 // The compression method name of a zip method number.
