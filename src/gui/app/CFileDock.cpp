@@ -6,8 +6,8 @@
 #include "app/CommandIds.h"
 #include "app/DockToolbars.h"
 #include "common/CItemIcons.h"
-#include "common/Places.h"
 #include "dragdrop/CVelaDragDropTree.h"
+#include "platform/Places.h"
 
 namespace {
 enum PlaceKind : quint8 { kFixedPlace = 1, kRemovablePlace = 2 };
@@ -38,7 +38,7 @@ CFileDock::CFileDock(QWidget* parent)
 void CFileDock::FillRoots() {
     CVelaTreeModel* model = m_tree->TreeModel();
     model->Clear();
-    for (const vz::PlaceItem& place : vz::TopLevelPlaces()) {
+    for (const vz::platform::CPlace& place : vz::platform::TopLevelPlaces()) {
         model->AppendTopLevel(place.displayName, place.path,
                               place.removable ? kRemovablePlace : kFixedPlace,
                               CVelaTreeModel::Children::None);

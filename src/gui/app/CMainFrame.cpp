@@ -4,7 +4,6 @@
 #include <QActionGroup>
 #include <QCloseEvent>
 #include <QDir>
-#include <QDirIterator>
 #include <QEvent>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -29,6 +28,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/MessageBox.h"
+#include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
 #include "settings/CSettingsStore.h"
 
@@ -47,37 +47,6 @@ protected:
         return QObject::eventFilter(watched, event);
     }
 };
-
-void EmptyFolder(const QString& folder) {
-    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    while (it.hasNext()) {
-        const QString entry = it.next();
-        const QFileInfo info(entry);
-        if (info.isDir() && !info.isSymLink()) {
-            QFile::setPermissions(
-                entry, info.permissions() | QFile::WriteOwner | QFile::ReadOwner | QFile::ExeOwner);
-            EmptyFolder(entry);
-            QDir().rmdir(entry);
-        } else {
-            if (!info.isSymLink()) {
-                QFile::setPermissions(entry, info.permissions() | QFile::WriteOwner);
-            }
-            QFile::remove(entry);
-        }
-    }
-}
-
-// The folder for files opened from archives: created when missing, emptied when `empty`.
-QString PrepareTempFolder(bool empty) {
-    const QString folder = QDir::tempPath() + QStringLiteral("/Vela-ZIP.Temp");
-    const QFileInfo info(folder);
-    if (!info.isDir()) {
-        QDir().mkpath(folder);
-    } else if (empty) {
-        EmptyFolder(folder);
-    }
-    return folder;
-}
 
 }  // namespace
 
@@ -115,7 +84,8 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
         archiveTree->Navigate(m_commandLinePath);
     }
     // A second copy started with an argument must not delete what a first copy still uses.
-    m_tempFolder = PrepareTempFolder(arguments.isEmpty());
+    vz::platform::PrepareTempFolder(arguments.isEmpty());
+    m_tempFolder = vz::platform::TempFolderPath();
 
     // Both browser histories start here, empty and recording, once browsing history exists.
 

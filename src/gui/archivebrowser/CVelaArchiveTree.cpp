@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QMenu>
 #include <memory>
@@ -15,9 +14,10 @@
 #include "archive/CArchiveUnpacker.h"
 #include "common/CItemIcons.h"
 #include "common/MessageBox.h"
-#include "common/Places.h"
 #include "common/ResponsiveCall.h"
 #include "common/Texts.h"
+#include "platform/FileSystem.h"
+#include "platform/Places.h"
 
 namespace {
 
@@ -31,6 +31,11 @@ public:
     WaitCursor(const WaitCursor&) = delete;
     WaitCursor& operator=(const WaitCursor&) = delete;
 };
+
+bool IsFolderEntry(const vz::platform::DirEntry& entry) {
+    return entry.kind == vz::platform::DirEntry::Kind::Folder ||
+           (entry.kind == vz::platform::DirEntry::Kind::Symlink && entry.linkToFolder);
+}
 
 QString FolderOf(const QString& path) {
     return path.endsWith(QLatin1Char('/')) ? path : path + '/';
@@ -65,7 +70,7 @@ bool CVelaArchiveTree::Populate(const QString& rootPath) {
         return true;
     }
     m_rootPath.clear();
-    for (const vz::PlaceItem& place : vz::TopLevelPlaces()) {
+    for (const vz::platform::CPlace& place : vz::platform::TopLevelPlaces()) {
         if (place.removable) {
             // Never read while the list is built: the medium may be slow or absent.
             model->AppendTopLevel(place.displayName, place.path, kRemovablePlace,
@@ -75,7 +80,7 @@ bool CVelaArchiveTree::Populate(const QString& rootPath) {
         const QModelIndex item = model->AppendTopLevel(
             place.displayName, place.path, kPlace,
             HasSubEntries(place.path) ? Children::Unlisted : Children::Listed);
-        if (!m_firstFixedPlace.isValid()) {
+        if (!m_firstFixedPlace.isValid() || place.home) {
             m_firstFixedPlace = item;
         }
     }
@@ -115,38 +120,32 @@ bool CVelaArchiveTree::IsShownArchive(const QString& filePath) const {
 }
 
 bool CVelaArchiveTree::HasSubEntries(const QString& folder) const {
-    QDirIterator it(folder,
-                    QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    while (it.hasNext()) {
-        const QString entry = it.next();
-        const QFileInfo info = it.fileInfo();
-        if (info.isDir() || IsShownArchive(entry)) {
-            return true;
-        }
-    }
-    return false;
+    const QString prefix = FolderOf(folder);
+    bool found = false;
+    vz::platform::ScanFolder(folder, [&](const vz::platform::DirEntry& entry) {
+        found = IsFolderEntry(entry) || IsShownArchive(prefix + entry.name);
+        return !found;
+    });
+    return found;
 }
 
 void CVelaArchiveTree::ListDiskFolder(const QModelIndex& item, const QString& folder) {
+    const QString prefix = FolderOf(folder);
     CSortStringArray folders;
     CSortStringArray archives;
-    QDirIterator it(folder,
-                    QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    while (it.hasNext()) {
-        const QString entry = it.next();
-        const QFileInfo info = it.fileInfo();
-        if (info.isDir()) {
-            folders << info.fileName();
-        } else if (IsShownArchive(entry)) {
-            archives << info.fileName();
+    vz::platform::ScanFolder(folder, [&](const vz::platform::DirEntry& entry) {
+        if (IsFolderEntry(entry)) {
+            folders << entry.name;
+        } else if (IsShownArchive(prefix + entry.name)) {
+            archives << entry.name;
         }
-    }
+        return true;
+    });
     folders.Sort();
     archives.Sort();
 
     std::vector<CVelaTreeModel::NewItem> items;
     items.reserve(static_cast<size_t>(folders.size() + archives.size()));
-    const QString prefix = FolderOf(folder);
     for (const QString& name : folders) {
         items.push_back({name, kDiskFolder,
                          HasSubEntries(prefix + name) ? Children::Unlisted : Children::Listed});
@@ -250,18 +249,17 @@ QString CVelaArchiveTree::StatusText(const QModelIndex& item) const {
         vz::RunResponsive([&] { text = vz::DescribeArchivePath(path, m_extensions); });
         return text;
     }
+    const QString prefix = FolderOf(path);
     unsigned long long folders = 0;
     unsigned long long archives = 0;
-    QDirIterator it(path,
-                    QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    while (it.hasNext()) {
-        const QString entry = it.next();
-        if (it.fileInfo().isDir()) {
+    vz::platform::ScanFolder(path, [&](const vz::platform::DirEntry& entry) {
+        if (IsFolderEntry(entry)) {
             ++folders;
-        } else if (IsShownArchive(entry)) {
+        } else if (IsShownArchive(prefix + entry.name)) {
             ++archives;
         }
-    }
+        return true;
+    });
     return QStringLiteral("Objects: %1 (including archives: %2)")
         .arg(vz::GroupDigits(folders + archives), vz::GroupDigits(archives));
 }
