@@ -25,10 +25,11 @@ LookColours ColoursFor(int shown) {
                     QColor(0x99, 0xbb, 0xe8), QColor(0x6a, 0x8c, 0xcb), QColor(0xf0, 0xf6, 0xff),
                     QColor(0xff, 0xff, 0xe1)};
         case cmd::kLookOffice2007Black:
-            return {QColor(0x53, 0x53, 0x53), QColor(0xf2, 0xf2, 0xf2), Qt::white,
-                    QColor(0xf1, 0xf1, 0xf1), QColor(0x10, 0x10, 0x10), QColor(0x6a, 0x6a, 0x6a),
-                    QColor(0xf5, 0xf5, 0xf5), QColor(0xf7, 0xc8, 0x5f), Qt::black,
-                    QColor(0x3e, 0x3e, 0x3e), QColor(0x2a, 0x2a, 0x2a), QColor(0x8a, 0x8a, 0x8a),
+            // A dark frame that still shows the dark toolbar icons.
+            return {QColor(0x7b, 0x7b, 0x7b), QColor(0xff, 0xff, 0xff), Qt::white,
+                    QColor(0xf1, 0xf1, 0xf1), QColor(0x10, 0x10, 0x10), QColor(0x8c, 0x8c, 0x8c),
+                    QColor(0xff, 0xff, 0xff), QColor(0xf7, 0xc8, 0x5f), Qt::black,
+                    QColor(0x5a, 0x5a, 0x5a), QColor(0x3a, 0x3a, 0x3a), QColor(0xa8, 0xa8, 0xa8),
                     QColor(0xff, 0xff, 0xe1)};
         case cmd::kLookOffice2007Silver:
             return {QColor(0xe4, 0xe7, 0xec), QColor(0x20, 0x20, 0x20), Qt::white,
@@ -136,7 +137,13 @@ void ApplyLook(int id) {
         QApplication::style()->name().compare(QLatin1String("fusion"), Qt::CaseInsensitive) != 0) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     }
-    QApplication::setPalette(PaletteForLook(id));
+    const QPalette palette = PaletteForLook(id);
+    QApplication::setPalette(palette);
+    // Views draw their branch arrows in the window-text colour, on the base colour: keep
+    // them dark where the frame's text is light.
+    QPalette views = palette;
+    views.setColor(QPalette::WindowText, palette.color(QPalette::Text));
+    QApplication::setPalette(views, "QAbstractItemView");
 }
 
 }  // namespace vz

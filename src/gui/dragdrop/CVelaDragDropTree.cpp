@@ -81,4 +81,9 @@ void CVelaDragDropTree::mouseDoubleClickEvent(QMouseEvent* event) {
     event->accept();
 }
 
+void CVelaDragDropTree::resizeEvent(QResizeEvent* event) {
+    QTreeView::resizeEvent(event);
+    header()->setMinimumSectionSize(viewport()->width());
+}
+
 void CVelaDragDropTree::OnDoubleClick(const QModelIndex& /*item*/) {}

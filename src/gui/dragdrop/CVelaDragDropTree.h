@@ -59,6 +59,8 @@ protected:
     void RefreshLayout() { scheduleDelayedItemsLayout(); }
 
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    // The one column is at least as wide as the view, so that a selection spans the row.
+    void resizeEvent(QResizeEvent* event) override;
     // The double-click, which never expands or collapses an item.
     virtual void OnDoubleClick(const QModelIndex& item);
 

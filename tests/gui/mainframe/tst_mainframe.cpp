@@ -56,6 +56,7 @@ private slots:
     void visualStylePersists();
     void commandTable();
     void busyCheckRefusesClose();
+    void f6MovesBetweenPanes();
     void statusBarShowsTheSelection();
 
 private:
@@ -387,6 +388,21 @@ void TestMainFrame::busyCheckRefusesClose() {
     QCOMPARE(finder.stopRequests, 1);
     frame.EndOperation(CMainFrame::Operation::FinderSearch);
     QVERIFY(!frame.BusyCheck());
+    QVERIFY(frame.close());
+}
+
+void TestMainFrame::f6MovesBetweenPanes() {
+    CMainFrame frame({});
+    frame.show();
+    QApplication::setActiveWindow(&frame);
+    QVERIFY(QTest::qWaitForWindowActive(&frame));
+    frame.ArchiveTree()->setFocus();
+    QTest::keyClick(&frame, Qt::Key_F6);
+    QCOMPARE(QApplication::focusWidget(), frame.FileTree());
+    QTest::keyClick(&frame, Qt::Key_F6);
+    QCOMPARE(QApplication::focusWidget(), frame.ArchiveTree());
+    QTest::keyClick(&frame, Qt::Key_F6, Qt::ShiftModifier);
+    QCOMPARE(QApplication::focusWidget(), frame.FileTree());
     QVERIFY(frame.close());
 }
 
