@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -57,7 +58,9 @@ private slots:
 
     void archiveLevelOrder_data();
     void archiveLevelOrder();
+    void compressedTarShowsTheTarAsAFolder_data();
     void compressedTarShowsTheTarAsAFolder();
+    void multiVolume7zListsAsOneArchive();
     void diskFolderListsFoldersThenArchives();
     void placesStartWithHomeSelected();
     void reExpansionShowsTheArchiveAsItIsNow();
@@ -162,24 +165,63 @@ void TestArchiveTree::archiveLevelOrder() {
     QVERIFY(m_boxes.isEmpty());
 }
 
+void TestArchiveTree::compressedTarShowsTheTarAsAFolder_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("tarFlag");
+    QTest::addColumn<QString>("tarLevel");
+    QTest::newRow("gzip") << "backup.tar.gz"
+                          << "-z"
+                          << "backup.tar";
+    QTest::newRow("tgz") << "backup.tgz"
+                         << "-z"
+                         << "backup.tar";
+    QTest::newRow("bzip2") << "backup.tar.bz2"
+                           << "-j"
+                           << "backup.tar";
+}
+
 void TestArchiveTree::compressedTarShowsTheTarAsAFolder() {
-    QVERIFY(vzt::MakeTree(m_dir.filePath(QStringLiteral("tarsrc")),
-                          {{"docs/readme.txt", "r"}, {"top.txt", "t"}}));
-    const QString tgz = m_root + QStringLiteral("/backup.tar.gz");
-    QVERIFY(
-        vzt::Run(QStringLiteral("tar"),
-                 {QStringLiteral("-czf"), tgz, QStringLiteral("docs"), QStringLiteral("top.txt")},
-                 m_dir.filePath(QStringLiteral("tarsrc")))
-            .Ok());
-    const QModelIndex archive = ExpandPath(tgz);
+    QFETCH(QString, name);
+    QFETCH(QString, tarFlag);
+    QFETCH(QString, tarLevel);
+    const QString source = m_dir.filePath(QStringLiteral("tarsrc"));
+    QVERIFY(vzt::MakeTree(source, {{"docs/readme.txt", "r"}, {"top.txt", "t"}}));
+    const QString archivePath = m_root + '/' + name;
+    QVERIFY(vzt::Run(QStringLiteral("tar"),
+                     {QStringLiteral("-c") + tarFlag.mid(1) + QStringLiteral("f"), archivePath,
+                      QStringLiteral("docs"), QStringLiteral("top.txt")},
+                     source)
+                .Ok());
+    const QModelIndex archive = ExpandPath(archivePath);
     CVelaTreeModel* model = m_tree->TreeModel();
-    QCOMPARE(Labels(model, archive), QStringList{"backup.tar"});
+    QCOMPARE(Labels(model, archive), QStringList{tarLevel});
     const QModelIndex tar = model->index(0, 0, archive);
     m_tree->expand(tar);
     QCOMPARE(Labels(model, tar), (QStringList{"docs", "top.txt"}));
     const QModelIndex docs = model->index(0, 0, tar);
     m_tree->expand(docs);
     QCOMPARE(Labels(model, docs), QStringList{"readme.txt"});
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestArchiveTree::multiVolume7zListsAsOneArchive() {
+    const QString source = m_dir.filePath(QStringLiteral("7zsrc"));
+    QVERIFY(vzt::MakeTree(source,
+                          {{"data/random.bin", vzt::RandomBytes(40000, 7)}, {"notes.txt", "n"}}));
+    QVERIFY(vzt::Run(QStringLiteral("7zz"),
+                     {QStringLiteral("a"), QStringLiteral("-v16k"), QStringLiteral("-mx0"),
+                      m_root + QStringLiteral("/set.7z"), QStringLiteral("data"),
+                      QStringLiteral("notes.txt")},
+                     source)
+                .Ok());
+    QVERIFY(QFileInfo::exists(m_root + QStringLiteral("/set.7z.003")));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    // Only the first volume is an archive of the listing; the others are ordinary files.
+    QCOMPARE(Labels(model, model->index(0, 0)), QStringList{"set.7z.001"});
+    const QModelIndex archive = ExpandPath(m_root + QStringLiteral("/set.7z.001"));
+    QCOMPARE(Labels(model, archive), (QStringList{"data", "notes.txt"}));
+    QVERIFY(m_boxes.isEmpty());
 }
 
 void TestArchiveTree::diskFolderListsFoldersThenArchives() {
