@@ -1,9 +1,11 @@
 // Commands that read: classify, list, info, extract, test.
 
-#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+
+#include <cstdio>
+#include <ctime>
 
 #include "Commands.h"
 #include "archive/ArchiveClassifier.h"
@@ -83,10 +85,22 @@ int ListDiskFolder(const QString& folder) {
     return kOk;
 }
 
-QString IsoTime(vz::FileTime t) {
-    if (!t.known)
-        return QStringLiteral("-                  ");
-    return QDateTime::fromSecsSinceEpoch(t.seconds).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+// "yyyy-mm-dd hh:mm:ss" in local time, appended to `out` (many entries share a time).
+void AppendTime(QByteArray& out, vz::FileTime t) {
+    static qint64 cachedSeconds = -1;
+    static char cached[32] = "";
+    if (!t.known) {
+        out += "-                  ";
+        return;
+    }
+    if (t.seconds != cachedSeconds) {
+        const std::time_t tt = static_cast<std::time_t>(t.seconds);
+        std::tm tm{};
+        localtime_r(&tt, &tm);
+        std::strftime(cached, sizeof cached, "%Y-%m-%d %H:%M:%S", &tm);
+        cachedSeconds = t.seconds;
+    }
+    out += cached;
 }
 
 }  // namespace
@@ -115,18 +129,22 @@ int List(Args args) {
             PrintError(a.unpacker->LastError());
             return kFailed;
         }
+        QByteArray out;
+        out.reserve(static_cast<int>(entries->size()) * 64);
+        char size[24];
         for (const ARCHIVEFILEFULLINFO& e : *entries) {
-            const QChar type = e.isFolder    ? QLatin1Char('d')
-                               : e.isSymlink ? QLatin1Char('l')
-                                             : QLatin1Char('f');
-            const QString size = e.isFolder    ? QStringLiteral("-")
-                                 : e.sizeKnown ? QString::number(e.size)
-                                               : QStringLiteral("?");
-            Print(QStringLiteral("%1 %2 %3 %4")
-                      .arg(type)
-                      .arg(size, 14)
-                      .arg(IsoTime(e.modified), e.path));
+            out += e.isFolder ? "d " : e.isSymlink ? "l " : "f ";
+            if (e.isFolder || !e.sizeKnown)
+                snprintf(size, sizeof size, "%14s ", e.isFolder ? "-" : "?");
+            else
+                snprintf(size, sizeof size, "%14llu ", static_cast<unsigned long long>(e.size));
+            out += size;
+            AppendTime(out, e.modified);
+            out += ' ';
+            out += e.path.toUtf8();
+            out += '\n';
         }
+        fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
         return kOk;
     }
     if (!a.parts.innerPath.isEmpty() && !a.unpacker->IsFolder(a.parts.innerPath)) {
