@@ -1,7 +1,7 @@
 #include "RarWriter.h"
 
-#include <QFile>
 #include <zlib.h>
+#include <QFile>
 
 namespace vzt {
 namespace {
@@ -16,8 +16,8 @@ void Put32(QByteArray& b, quint32 v) {
 }
 
 quint32 Crc32(const QByteArray& data) {
-    return static_cast<quint32>(
-        crc32(0L, reinterpret_cast<const Bytef*>(data.constData()), static_cast<uInt>(data.size())));
+    return static_cast<quint32>(crc32(0L, reinterpret_cast<const Bytef*>(data.constData()),
+                                      static_cast<uInt>(data.size())));
 }
 
 // A block: HEAD_CRC (low 16 bits of the CRC32 of the rest), then type, flags, size, body.
@@ -37,9 +37,10 @@ quint32 DosTime(qint64 t) {
     time_t tt = static_cast<time_t>(t);
     struct tm tm {};
     gmtime_r(&tt, &tm);
-    return (static_cast<quint32>(tm.tm_year - 80) << 25) | (static_cast<quint32>(tm.tm_mon + 1) << 21) |
-           (static_cast<quint32>(tm.tm_mday) << 16) | (static_cast<quint32>(tm.tm_hour) << 11) |
-           (static_cast<quint32>(tm.tm_min) << 5) | static_cast<quint32>(tm.tm_sec / 2);
+    return (static_cast<quint32>(tm.tm_year - 80) << 25) |
+           (static_cast<quint32>(tm.tm_mon + 1) << 21) | (static_cast<quint32>(tm.tm_mday) << 16) |
+           (static_cast<quint32>(tm.tm_hour) << 11) | (static_cast<quint32>(tm.tm_min) << 5) |
+           static_cast<quint32>(tm.tm_sec / 2);
 }
 
 const QByteArray kMarker("Rar!\x1a\x07\x00", 7);
@@ -47,29 +48,32 @@ const QByteArray kMarker("Rar!\x1a\x07\x00", 7);
 QByteArray MainHeader(bool volume, bool firstVolume) {
     QByteArray body(6, '\0');
     quint16 flags = 0;
-    if (volume) flags |= 0x0001 | 0x0010;  // MHD_VOLUME | MHD_NEWNUMBERING
-    if (volume && firstVolume) flags |= 0x0100;  // MHD_FIRSTVOLUME
+    if (volume)
+        flags |= 0x0001 | 0x0010;  // MHD_VOLUME | MHD_NEWNUMBERING
+    if (volume && firstVolume)
+        flags |= 0x0100;  // MHD_FIRSTVOLUME
     return Block(0x73, flags, body);
 }
 
 // flags: 0x01 continued from the previous volume, 0x02 continued in the next one.
 QByteArray FileHeader(const RarItem& item, const QByteArray& piece, quint16 splitFlags) {
-    QByteArray name = item.name.toUtf8();
+    // RAR 4 separates path components with "\\" whatever system made the archive.
+    QByteArray name = QString(item.name).replace(QLatin1Char('/'), QLatin1Char('\\')).toUtf8();
     QByteArray body;
-    Put32(body, static_cast<quint32>(piece.size()));       // PACK_SIZE
-    Put32(body, static_cast<quint32>(item.data.size()));   // UNP_SIZE
-    body.append(static_cast<char>(3));                     // HOST_OS: Unix
+    Put32(body, static_cast<quint32>(piece.size()));      // PACK_SIZE
+    Put32(body, static_cast<quint32>(item.data.size()));  // UNP_SIZE
+    body.append(static_cast<char>(2));                    // HOST_OS: Windows
     // FILE_CRC: CRC of the whole file in the last piece, of the piece otherwise.
     Put32(body, (splitFlags & 0x02) ? Crc32(piece) : Crc32(item.data));
     Put32(body, DosTime(item.mtime));
-    body.append(static_cast<char>(20));                    // UNP_VER
-    body.append(static_cast<char>(0x30));                  // METHOD: store
+    body.append(static_cast<char>(20));    // UNP_VER
+    body.append(static_cast<char>(0x30));  // METHOD: store
     Put16(body, static_cast<quint32>(name.size()));
-    Put32(body, item.folder ? (040000u | (item.unixMode ? item.unixMode : 0755))
-                            : (0100000u | item.unixMode));
+    Put32(body, item.folder ? 0x10u : 0x20u);  // MS-DOS attributes
     body.append(name);
-    quint16 flags = 0x8000 | splitFlags;                   // LONG_BLOCK
-    if (item.folder) flags |= 0x00E0;                      // directory
+    quint16 flags = 0x8000 | splitFlags;  // LONG_BLOCK
+    if (item.folder)
+        flags |= 0x00E0;  // directory
     return Block(0x74, flags, body) + piece;
 }
 
@@ -86,7 +90,8 @@ bool Save(const QString& path, const QByteArray& data) {
 
 bool WriteStoredRar(const QString& path, const std::vector<RarItem>& items) {
     QByteArray out = kMarker + MainHeader(false, false);
-    for (const RarItem& item : items) out += FileHeader(item, item.folder ? QByteArray() : item.data, 0);
+    for (const RarItem& item : items)
+        out += FileHeader(item, item.folder ? QByteArray() : item.data, 0);
     out += EndBlock(false);
     return Save(path, out);
 }
@@ -114,8 +119,10 @@ QStringList WriteStoredRarVolumes(const QString& basePath, const std::vector<Rar
             const int take = std::min(room, static_cast<int>(item.data.size()) - offset);
             const QByteArray piece = item.data.mid(offset, take);
             quint16 split = 0;
-            if (offset > 0) split |= 0x01;
-            if (offset + take < item.data.size()) split |= 0x02;
+            if (offset > 0)
+                split |= 0x01;
+            if (offset + take < item.data.size())
+                split |= 0x02;
             current += FileHeader(item, piece, split);
             offset += take;
             used += take;
@@ -127,7 +134,8 @@ QStringList WriteStoredRarVolumes(const QString& basePath, const std::vector<Rar
     QStringList paths;
     for (size_t i = 0; i < volumes.size(); ++i) {
         const QString p = basePath + QStringLiteral(".part%1.rar").arg(i + 1);
-        if (!Save(p, volumes[i])) return {};
+        if (!Save(p, volumes[i]))
+            return {};
         paths << p;
     }
     return paths;

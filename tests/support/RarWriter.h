@@ -13,7 +13,6 @@ struct RarItem {
     QString name;  // "/" between components
     QByteArray data;
     bool folder = false;
-    quint32 unixMode = 0644;
     qint64 mtime = 1700000000;
 };
 

@@ -14,7 +14,8 @@ ToolResult Run(const QString& program, const QStringList& args, const QString& w
                int timeoutMs) {
     QProcess p;
     p.setProcessChannelMode(QProcess::MergedChannels);
-    if (!workDir.isEmpty()) p.setWorkingDirectory(workDir);
+    if (!workDir.isEmpty())
+        p.setWorkingDirectory(workDir);
     p.start(program, args);
     ToolResult r;
     if (!p.waitForStarted(10000)) {
@@ -37,12 +38,15 @@ ToolResult Shell(const QString& command, const QString& workDir, int timeoutMs) 
     return Run(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command}, workDir, timeoutMs);
 }
 
-bool HaveTool(const QString& program) { return !QStandardPaths::findExecutable(program).isEmpty(); }
+bool HaveTool(const QString& program) {
+    return !QStandardPaths::findExecutable(program).isEmpty();
+}
 
 bool WriteAll(const QString& path, const QByteArray& data) {
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
     return f.write(data) == data.size();
 }
 
@@ -50,7 +54,8 @@ bool MakeTree(const QString& root, const QMap<QString, QByteArray>& files) {
     for (auto it = files.begin(); it != files.end(); ++it) {
         const QString path = root + QLatin1Char('/') + it.key();
         if (it.key().endsWith(QLatin1Char('/'))) {
-            if (!QDir().mkpath(path)) return false;
+            if (!QDir().mkpath(path))
+                return false;
         } else if (!WriteAll(path, it.value())) {
             return false;
         }
@@ -60,7 +65,8 @@ bool MakeTree(const QString& root, const QMap<QString, QByteArray>& files) {
 
 QByteArray ReadAll(const QString& path) {
     QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
+    if (!f.open(QIODevice::ReadOnly))
+        return QByteArray();
     return f.readAll();
 }
 
@@ -73,7 +79,8 @@ QStringList ListTree(const QString& root) {
         it.next();
         const QFileInfo fi = it.fileInfo();
         QString rel = base.relativeFilePath(fi.filePath());
-        if (fi.isDir() && !fi.isSymLink()) rel += QLatin1Char('/');
+        if (fi.isDir() && !fi.isSymLink())
+            rel += QLatin1Char('/');
         out << rel;
     }
     out.sort();
@@ -97,7 +104,9 @@ QString SharedTestData() {
     return (!dir.isEmpty() && QFileInfo(dir).isDir()) ? dir : QString();
 }
 
-QString BinaryDir() { return qEnvironmentVariable("VZ_BINARY_DIR"); }
+QString BinaryDir() {
+    return qEnvironmentVariable("VZ_BINARY_DIR");
+}
 
 void IsolateConfig(const QString& folder) {
     QDir().mkpath(folder);

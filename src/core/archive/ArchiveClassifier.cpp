@@ -9,7 +9,8 @@ namespace vz {
 namespace {
 
 QString StripTrailingSlashes(QString path) {
-    while (path.size() > 1 && path.endsWith(QLatin1Char('/'))) path.chop(1);
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
+        path.chop(1);
     return path;
 }
 
@@ -17,9 +18,11 @@ QString StripTrailingSlashes(QString path) {
 QString ExistingFilePrefix(const QString& path) {
     QString p = StripTrailingSlashes(path);
     while (!p.isEmpty()) {
-        if (QFileInfo(p).isFile()) return p;
+        if (QFileInfo(p).isFile())
+            return p;
         const int slash = p.lastIndexOf(QLatin1Char('/'));
-        if (slash <= 0) return QString();
+        if (slash <= 0)
+            return QString();
         p.truncate(slash);
     }
     return QString();
@@ -30,7 +33,8 @@ int ProbeExecutable(const QString& file, const QStringList& recognised) {
     for (const QString& ext : recognised) {
         int family = ArchiveFamily::None;
         int result = ArchiveFamily::None;
-        if (ext == QLatin1String("ZIP") || ext == QLatin1String("JAR") || ext == QLatin1String("XAP")) {
+        if (ext == QLatin1String("ZIP") || ext == QLatin1String("JAR") ||
+            ext == QLatin1String("XAP")) {
             family = ArchiveFamily::SelfExtractingZip;
             result = ArchiveFamily::SelfExtractingZip;
         } else if (ext == QLatin1String("RAR")) {
@@ -44,8 +48,10 @@ int ProbeExecutable(const QString& file, const QStringList& recognised) {
         }
         std::unique_ptr<CArchiveUnpacker> unpacker = CreateUnpacker(family);
         const bool opened = unpacker && unpacker->OpenArchive(file);
-        if (unpacker) unpacker->CloseArchive();
-        if (opened) return result;
+        if (unpacker)
+            unpacker->CloseArchive();
+        if (opened)
+            return result;
     }
     return ArchiveFamily::None;
 }
@@ -55,23 +61,28 @@ int ProbeExecutable(const QString& file, const QStringList& recognised) {
 QString UpperExtension(const QString& path) {
     const int slash = path.lastIndexOf(QLatin1Char('/'));
     const int dot = path.lastIndexOf(QLatin1Char('.'));
-    if (dot < 0 || dot < slash) return QString();
+    if (dot < 0 || dot < slash)
+        return QString();
     return path.mid(dot + 1).toUpper();
 }
 
 int ClassifyPath(const QString& path, const QStringList& recognisedExtensions) {
     const QString file = ExistingFilePrefix(path);
-    if (file.isEmpty()) return ArchiveFamily::None;
+    if (file.isEmpty())
+        return ArchiveFamily::None;
     const QString ext = UpperExtension(file);
-    if (ext.isEmpty() || !recognisedExtensions.contains(ext)) return ArchiveFamily::None;
+    if (ext.isEmpty() || !recognisedExtensions.contains(ext))
+        return ArchiveFamily::None;
     const int code = ArchiveFamily::ForExtension(ext);
-    if (code == ArchiveFamily::SelfExtractingZip) return ProbeExecutable(file, recognisedExtensions);
+    if (code == ArchiveFamily::SelfExtractingZip)
+        return ProbeExecutable(file, recognisedExtensions);
     return code;
 }
 
 bool PassesArchiveExtensionTest(const QString& filePath, const QStringList& recognisedExtensions) {
     const QString ext = UpperExtension(filePath);
-    if (ext.isEmpty() || !recognisedExtensions.contains(ext)) return false;
+    if (ext.isEmpty() || !recognisedExtensions.contains(ext))
+        return false;
     return ClassifyPath(filePath, recognisedExtensions) != ArchiveFamily::None;
 }
 

@@ -20,9 +20,9 @@ enum DosAttribute : quint32 {
 
 // What listing reads of an entry.
 struct ARCHIVEFILESHORTINFO {
-    QString path;              // inner path
-    bool isFolder = false;     // the archive records the entry as a directory
-    bool isFolderAttr = false; // the entry's attributes carry the directory bit
+    QString path;               // inner path
+    bool isFolder = false;      // the archive records the entry as a directory
+    bool isFolderAttr = false;  // the entry's attributes carry the directory bit
     // Set for entries that listing ignores: the root entry of an image ("."), entries whose
     // name is empty, and entries whose name climbs out of the archive ("..", which
     // extraction refuses as well).
@@ -48,6 +48,7 @@ struct ARCHIVEFILEFULLINFO {
     quint32 unixMode = 0;    // st_mode bits when the archive has them, else 0
     QString method;          // compression method name, empty when the format does not tell
     bool encrypted = false;
+    QString encryption;  // "Zip 2.0", "AES-256", ... when the format tells
 };
 
 // Every family reports the same records; the family names stay for callers that speak of one.

@@ -20,7 +20,8 @@
 // Safety: nothing is ever written outside DEST. Entries with absolute names or ".."
 // components, symbolic links whose target leads outside DEST and hard links to anything
 // not extracted by the same operation are refused and reported through the observer; the
-// rest is extracted. Existing symbolic links in DEST are never followed. Every file is
+// rest is extracted. Existing symbolic links in DEST are never followed. DEST is made when
+// it does not exist. Every file is
 // written beside its destination and renamed over it only when complete, so a Stop or a
 // failure leaves no partial file; what finished before stays.
 
@@ -95,6 +96,11 @@ public:
 
     // Beyond the interface above.
 
+    // A password to try before asking the observer (the command line's --password).
+    void SetPassword(const QString& password);
+    // The full record of the entry at `innerPath` (the last one of that name).
+    bool GetEntryInfo(const QString& innerPath, ARCHIVEFILEFULLINFO& info);
+
     // One level below `innerFolder` (empty for the archive's root), in one pass.
     bool ListLevel(const QString& innerFolder, ArchiveLevel& level);
     // Whether anything lies below `innerFolder`.
@@ -114,6 +120,7 @@ private:
     struct Impl;
     std::unique_ptr<Impl> d;
     int m_family;
+    std::vector<ARCHIVEFILEFULLINFO> m_allEntries;
     QString m_path;
     QString m_error;
     bool m_cancelled = false;

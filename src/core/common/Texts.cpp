@@ -7,16 +7,20 @@ namespace vz {
 
 QString GroupDigits(unsigned long long value) {
     QString digits = QString::number(value);
-    for (int pos = digits.size() - 3; pos >= 1; pos -= 3) digits.insert(pos, QLatin1Char(' '));
+    for (int pos = digits.size() - 3; pos >= 1; pos -= 3)
+        digits.insert(pos, QLatin1Char(' '));
     return digits;
 }
 
 QString FormatLocalTime(FileTime time, const char* format) {
-    if (!time.known) return QString();
+    if (!time.known)
+        return QString();
     const std::time_t t = static_cast<std::time_t>(time.seconds);
     std::tm local{};
-    if (!localtime_r(&t, &local)) return QString();
-    if (local.tm_year < 0) return QString();  // tm_year counts from 1900
+    if (!localtime_r(&t, &local))
+        return QString();
+    if (local.tm_year < 0)
+        return QString();  // tm_year counts from 1900
     char buffer[256];
     const size_t n = std::strftime(buffer, sizeof buffer, format, &local);
     return QString::fromLocal8Bit(buffer, static_cast<int>(n));
@@ -32,7 +36,9 @@ bool HasForbiddenNameChar(const QString& name) {
     return false;
 }
 
-QString TrimName(const QString& name) { return name.trimmed(); }
+QString TrimName(const QString& name) {
+    return name.trimmed();
+}
 
 int CompareNoCase(const QString& a, const QString& b) {
     return QString::compare(a, b, Qt::CaseInsensitive);
@@ -49,6 +55,7 @@ bool StartsWithNoCase(const QString& text, const QString& prefix) {
 }  // namespace vz
 
 void CSortStringArray::Sort() {
-    std::stable_sort(begin(), end(),
-                     [](const QString& a, const QString& b) { return vz::CompareNoCase(a, b) < 0; });
+    std::stable_sort(begin(), end(), [](const QString& a, const QString& b) {
+        return vz::CompareNoCase(a, b) < 0;
+    });
 }

@@ -22,8 +22,12 @@ struct FileTime {
 // Local time written with a strftime format such as "%x %X" or "%x, %X" in the user's
 // locale. A time whose year lies before 1900, or an unknown time, gives an empty text.
 QString FormatLocalTime(FileTime time, const char* format);
-inline QString FormatStatusTime(FileTime t) { return FormatLocalTime(t, "%x %X"); }
-inline QString FormatConfirmTime(FileTime t) { return FormatLocalTime(t, "%x, %X"); }
+inline QString FormatStatusTime(FileTime t) {
+    return FormatLocalTime(t, "%x %X");
+}
+inline QString FormatConfirmTime(FileTime t) {
+    return FormatLocalTime(t, "%x, %X");
+}
 
 // The nine characters that a file or folder name never holds: \ / : * ? " < > |
 extern const char kForbiddenNameChars[];

@@ -8,11 +8,11 @@
 struct CSettingsRecord {
     // "Creation and adding"
     bool AskBeforeCreation = false;
-    int CompressionLevel = -1;   // -2 ask, -1 packer default, 0..9 fixed
-    int CompressionMethod = 0;   // -1 ask, 0 Deflate (method 8), 1 BZIP2 (method 12)
+    int CompressionLevel = -1;  // -2 ask, -1 packer default, 0..9 fixed
+    int CompressionMethod = 0;  // -1 ask, 0 Deflate (method 8), 1 BZIP2 (method 12)
     // "Encryption"
     bool EnableEncryption = false;
-    int EncryptionMethod = 0;    // -1 ask, else 0 "Zip 2.0", 1 "AES-128", 2 "AES-192", 3 "AES-256"
+    int EncryptionMethod = 0;  // -1 ask, else 0 "Zip 2.0", 1 "AES-128", 2 "AES-192", 3 "AES-256"
     // "Pack"
     bool PackFilesWithoutPaths = true;
     bool PackFoldersWithoutPaths = false;

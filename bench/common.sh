@@ -1,0 +1,77 @@
+# Shared by the benchmark scripts: a Release build, data sets made once under $BENCH_DATA,
+# and best-of-N timing. Source it; do not run it.
+set -euo pipefail
+BENCH_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+BENCH_DATA=${BENCH_DATA:-/tmp/velazip-bench}
+BENCH_RUNS=${BENCH_RUNS:-3}
+mkdir -p "$BENCH_DATA"
+export XDG_CONFIG_HOME="$BENCH_DATA/config"
+
+build_release() {
+    cmake -S "$BENCH_ROOT" -B "$BENCH_ROOT/build-release" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+        -DVELAZIP_BUILD_TESTS=OFF "$@" >/dev/null
+    cmake --build "$BENCH_ROOT/build-release" -j2 >/dev/null
+    VZ="$BENCH_ROOT/build-release/velazip-cli"
+}
+
+# best_time "command ..." [setup command run before each try]: prints the best wall time in s.
+best_time() {
+    local best="" t0 t1 s
+    for _ in $(seq "$BENCH_RUNS"); do
+        [ -n "${2:-}" ] && eval "$2"
+        t0=$(date +%s%N)
+        eval "$1" >/dev/null 2>&1
+        t1=$(date +%s%N)
+        s=$(echo "scale=4; ($t1 - $t0) / 1000000000" | bc)
+        if [ -z "$best" ] || [ "$(echo "$s < $best" | bc)" = 1 ]; then best=$s; fi
+    done
+    echo "$best"
+}
+
+ratio() { echo "scale=2; $1 / $2" | bc; }
+
+# A zip of 100,000 small entries in 1,000 folders (100 entries each, 3 sub-folders), and
+# one folder of 10,000 files.
+make_big_listing_zip() {
+    BIG_ZIP="$BENCH_DATA/entries100k.zip"
+    [ -f "$BIG_ZIP" ] && return
+    local tree="$BENCH_DATA/entries100k"
+    rm -rf "$tree" && mkdir -p "$tree"
+    (
+        cd "$tree"
+        for f in $(seq -w 0 999); do mkdir -p "folder$f/s0" "folder$f/s1" "folder$f/s2"; done
+        for f in $(seq -w 0 899); do
+            for i in $(seq 0 99); do echo "$i" > "folder$f/s$((i % 3))/file$i.txt"; done
+        done
+        mkdir -p folder999/many
+        for i in $(seq -w 0 9999); do echo "$i" > "folder999/many/f$i.txt"; done
+        zip -qr -1 "$BIG_ZIP" .
+    )
+    rm -rf "$tree"
+}
+
+# About 300 MB of mixed files: random (incompressible), base64 text, source-like text, many
+# small files; and its zip made by `zip -6 -r`.
+make_mixed_tree() {
+    MIXED="$BENCH_DATA/mixed"
+    [ -f "$MIXED/.done" ] && return
+    rm -rf "$MIXED" && mkdir -p "$MIXED/random" "$MIXED/text" "$MIXED/src"
+    for i in $(seq 1 80); do head -c 1000000 /dev/urandom > "$MIXED/random/r$i.bin"; done
+    head -c 40000000 /dev/urandom > "$MIXED/random/large.bin"
+    for i in $(seq 1 1500); do head -c 45000 /dev/urandom | base64 > "$MIXED/text/t$i.txt"; done
+    local line
+    for d in $(seq 1 40); do
+        mkdir -p "$MIXED/src/m$d"
+        for i in $(seq 1 250); do
+            line="int function_$i(int value_$d) { return value_$d * $i + $d; } // module $d"
+            for _ in $(seq 1 60); do echo "$line"; done > "$MIXED/src/m$d/f$i.c"
+        done
+    done
+    touch "$MIXED/.done"
+}
+
+make_mixed_zip() {
+    make_mixed_tree
+    MIXED_ZIP="$BENCH_DATA/mixed.zip"
+    [ -f "$MIXED_ZIP" ] || (cd "$MIXED" && zip -qr -6 "$MIXED_ZIP" random text src)
+}

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Reading benchmarks against the peer tools, in one run, printed as ratios:
+#  - listing one level of a 100,000-entry zip with 1,000 folders (what one expansion costs)
+#    against `7zz l` (target <= 0.5);
+#  - `list --all` of that archive against the fastest of `7zz l`, `unzip -l`, `bsdtar -tf`
+#    (target <= 1.0);
+#  - extracting a ~300 MB zip against the fastest of `7zz x`, `unzip`, `bsdtar -x`
+#    (target <= 1.1).
+# Usage: bash bench/read_bench.sh   (data is made once under $BENCH_DATA, /tmp/velazip-bench)
+source "$(dirname "$0")/common.sh"
+build_release
+make_big_listing_zip
+make_mixed_zip
+
+echo "== listing $(basename "$BIG_ZIP") (100,000 entries, 1,000 folders)"
+ours=$(best_time "$VZ list '$BIG_ZIP'")
+sz=$(best_time "7zz l '$BIG_ZIP'")
+echo "one level:  velazip-cli list ${ours}s   7zz l ${sz}s   ratio $(ratio "$ours" "$sz") (target <= 0.5)"
+all=$(best_time "$VZ list --all '$BIG_ZIP'")
+uz=$(best_time "unzip -l '$BIG_ZIP'")
+bt=$(best_time "bsdtar -tf '$BIG_ZIP'")
+fastest=$(printf '%s\n' "$sz" "$uz" "$bt" | sort -g | head -1)
+echo "every entry: velazip-cli list --all ${all}s   7zz l ${sz}s   unzip -l ${uz}s   bsdtar -tf ${bt}s"
+echo "             ratio to the fastest $(ratio "$all" "$fastest") (target <= 1.0)"
+
+echo "== extracting $(basename "$MIXED_ZIP") ($(du -sh "$MIXED_ZIP" | cut -f1), $(du -sh --exclude=.done "$MIXED" | cut -f1) unpacked)"
+out="$BENCH_DATA/out"
+clean="rm -rf '$out' && mkdir -p '$out' && sync"
+ours=$(best_time "$VZ extract --overwrite always '$MIXED_ZIP' '$out'" "$clean")
+sz=$(best_time "7zz x -y -o'$out' '$MIXED_ZIP'" "$clean")
+uz=$(best_time "unzip -q -o '$MIXED_ZIP' -d '$out'" "$clean")
+bt=$(best_time "bsdtar -xf '$MIXED_ZIP' -C '$out'" "$clean")
+fastest=$(printf '%s\n' "$sz" "$uz" "$bt" | sort -g | head -1)
+echo "velazip-cli extract ${ours}s   7zz x ${sz}s   unzip ${uz}s   bsdtar -x ${bt}s"
+echo "ratio to the fastest $(ratio "$ours" "$fastest") (target <= 1.1)"
+rm -rf "$out"

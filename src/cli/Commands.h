@@ -1,0 +1,14 @@
+#pragma once
+// The velazip-cli commands. Each takes the arguments after its name and returns the exit code.
+
+#include "CliSupport.h"
+
+namespace cli {
+
+int Classify(Args args);
+int List(Args args);
+int Info(Args args);
+int Extract(Args args);
+int Test(Args args);
+
+}  // namespace cli

@@ -1,0 +1,285 @@
+// Commands that read: classify, list, info, extract, test.
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+
+#include <cstdio>
+#include <ctime>
+
+#include "Commands.h"
+#include "archive/ArchiveClassifier.h"
+#include "archive/CArchiveUnpacker.h"
+
+namespace cli {
+namespace {
+
+QString Absolute(const QString& path) {
+    QString p = QFileInfo(path).absoluteFilePath();
+    while (p.size() > 1 && p.endsWith(QLatin1Char('/')))
+        p.chop(1);
+    return p;
+}
+
+bool TakeNothingMore(const Args& args, int expected, const QString& usage) {
+    if (!args.Unknown().isEmpty()) {
+        PrintError(QStringLiteral("unknown option %1 (usage: %2)").arg(args.Unknown(), usage));
+        return false;
+    }
+    if (args.Rest().size() != expected) {
+        PrintError(QStringLiteral("usage: velazip-cli %1").arg(usage));
+        return false;
+    }
+    return true;
+}
+
+// An archive path opened with its family's unpacker; reports the failure itself.
+struct OpenedArchive {
+    std::unique_ptr<CArchiveUnpacker> unpacker;
+    vz::ArchivePathParts parts;
+    int family = 0;
+};
+
+bool OpenPath(const QString& path, OpenedArchive* out) {
+    const QStringList& recognised = Settings().EnabledExtensions;
+    out->family = vz::ClassifyPath(path, recognised);
+    out->parts = vz::SplitArchivePath(path);
+    if (out->family == 0) {
+        PrintError(
+            QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
+                .arg(path));
+        return false;
+    }
+    out->unpacker = vz::CreateUnpacker(out->family);
+    if (!out->unpacker) {
+        PrintError(QStringLiteral("%1: no unpacker reads %2 archives")
+                       .arg(path, ArchiveFamily::DisplayName(out->family)));
+        return false;
+    }
+    if (!vz::OpenForFamily(*out->unpacker, out->parts.archivePath)) {
+        PrintError(out->unpacker->LastError());
+        return false;
+    }
+    return true;
+}
+
+// The one level the Archive Browser shows for a disk folder: sub-folders, then archives.
+int ListDiskFolder(const QString& folder) {
+    CSortStringArray folders, archives;
+    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    const QStringList& recognised = Settings().EnabledExtensions;
+    while (it.hasNext()) {
+        it.next();
+        const QFileInfo fi = it.fileInfo();
+        if (fi.isDir())
+            folders << fi.fileName();
+        else if (vz::PassesArchiveExtensionTest(fi.filePath(), recognised))
+            archives << fi.fileName();
+    }
+    folders.Sort();
+    archives.Sort();
+    for (const QString& f : folders)
+        Print(f + QLatin1Char('/'));
+    for (const QString& a : archives)
+        Print(a);
+    return kOk;
+}
+
+// "yyyy-mm-dd hh:mm:ss" in local time, appended to `out` (many entries share a time).
+void AppendTime(QByteArray& out, vz::FileTime t) {
+    static qint64 cachedSeconds = -1;
+    static char cached[32] = "";
+    if (!t.known) {
+        out += "-                  ";
+        return;
+    }
+    if (t.seconds != cachedSeconds) {
+        const std::time_t tt = static_cast<std::time_t>(t.seconds);
+        std::tm tm{};
+        localtime_r(&tt, &tm);
+        std::strftime(cached, sizeof cached, "%Y-%m-%d %H:%M:%S", &tm);
+        cachedSeconds = t.seconds;
+    }
+    out += cached;
+}
+
+}  // namespace
+
+int Classify(Args args) {
+    if (!TakeNothingMore(args, 1, QStringLiteral("classify PATH")))
+        return kUsage;
+    Print(QString::number(
+        vz::ClassifyPath(Absolute(args.Rest().at(0)), Settings().EnabledExtensions)));
+    return kOk;
+}
+
+int List(Args args) {
+    const bool all = args.Flag(QStringLiteral("--all"));
+    if (!TakeNothingMore(args, 1, QStringLiteral("list [--all] PATH")))
+        return kUsage;
+    const QString path = Absolute(args.Rest().at(0));
+    if (!all && QFileInfo(path).isDir())
+        return ListDiskFolder(path);
+    OpenedArchive a;
+    if (!OpenPath(path, &a))
+        return kFailed;
+    if (all) {
+        const std::vector<ARCHIVEFILEFULLINFO>* entries = nullptr;
+        if (!a.unpacker->AllEntries(entries)) {
+            PrintError(a.unpacker->LastError());
+            return kFailed;
+        }
+        QByteArray out;
+        out.reserve(static_cast<int>(entries->size()) * 64);
+        char size[24];
+        for (const ARCHIVEFILEFULLINFO& e : *entries) {
+            out += e.isFolder ? "d " : e.isSymlink ? "l " : "f ";
+            if (e.isFolder || !e.sizeKnown)
+                snprintf(size, sizeof size, "%14s ", e.isFolder ? "-" : "?");
+            else
+                snprintf(size, sizeof size, "%14llu ", static_cast<unsigned long long>(e.size));
+            out += size;
+            AppendTime(out, e.modified);
+            out += ' ';
+            out += e.path.toUtf8();
+            out += '\n';
+        }
+        fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
+        return kOk;
+    }
+    if (!a.parts.innerPath.isEmpty() && !a.unpacker->IsFolder(a.parts.innerPath)) {
+        PrintError(QStringLiteral("%1: no such folder in the archive").arg(path));
+        return kFailed;
+    }
+    ArchiveLevel level;
+    if (!a.unpacker->ListLevel(a.parts.innerPath, level)) {
+        PrintError(a.unpacker->LastError());
+        return kFailed;
+    }
+    QByteArray out;
+    for (const ArchiveLevelFolder& f : level.folders)
+        out += f.name.toUtf8() + "/\n";
+    for (const QString& f : level.files)
+        out += f.toUtf8() + '\n';
+    fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
+    return kOk;
+}
+
+int Info(Args args) {
+    if (!TakeNothingMore(args, 1, QStringLiteral("info PATH")))
+        return kUsage;
+    const QString path = Absolute(args.Rest().at(0));
+    OpenedArchive a;
+    if (!OpenPath(path, &a))
+        return kFailed;
+    const QString& inner = a.parts.innerPath;
+    QString text;
+    if (inner.isEmpty()) {
+        text = a.unpacker->GetArchiveOutputInfo();
+    } else if (a.unpacker->IsFolder(inner)) {
+        text = a.unpacker->GetFolderOutputInfo(inner);
+    } else {
+        text = a.unpacker->GetFileOutputInfo(inner);
+        if (text.isEmpty()) {
+            PrintError(QStringLiteral("%1: no such entry in the archive").arg(path));
+            return kFailed;
+        }
+    }
+    Print(text);
+    return text == QLatin1String("Invalid archive") ? kFailed : kOk;
+}
+
+int Extract(Args args) {
+    const CSettingsRecord& s = Settings();
+    INIUNPACK ini;
+    ini.UnpackFilesWithoutPaths = s.UnpackFilesWithoutPaths;
+    ini.UnpackFoldersWithoutPaths = s.UnpackFoldersWithoutPaths;
+    ini.UnpackArchivesWithoutPaths = s.UnpackArchivesWithoutPaths;
+    ini.AskBeforeOverwriting = s.AskBeforeOverwriting;
+    struct {
+        const char* with;
+        const char* without;
+        bool* field;
+    } pathFlags[] = {
+        {"--files-with-paths", "--files-without-paths", &ini.UnpackFilesWithoutPaths},
+        {"--folders-with-paths", "--folders-without-paths", &ini.UnpackFoldersWithoutPaths},
+        {"--archives-with-paths", "--archives-without-paths", &ini.UnpackArchivesWithoutPaths},
+    };
+    for (auto& f : pathFlags) {
+        if (args.Flag(QLatin1String(f.with)))
+            *f.field = false;
+        if (args.Flag(QLatin1String(f.without)))
+            *f.field = true;
+    }
+    bool ok = true;
+    OverwriteMode mode = ini.AskBeforeOverwriting ? OverwriteMode::Ask : OverwriteMode::Always;
+    const QString overwrite = args.Value(QStringLiteral("--overwrite"), QString(), &ok);
+    if (!ok || (!overwrite.isEmpty() && !ParseOverwriteMode(overwrite, &mode))) {
+        PrintError(QStringLiteral("--overwrite takes ask, always or never"));
+        return kUsage;
+    }
+    ini.AskBeforeOverwriting = mode != OverwriteMode::Always;
+    const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
+    const bool progress = args.Flag(QStringLiteral("--progress"));
+    if (!ok || !TakeNothingMore(args, 2, QStringLiteral("extract [options] PATH DEST")))
+        return kUsage;
+
+    const QString path = Absolute(args.Rest().at(0));
+    const QString dest = Absolute(args.Rest().at(1));
+    OpenedArchive a;
+    if (!OpenPath(path, &a))
+        return kFailed;
+    if (!QDir().mkpath(dest)) {
+        PrintError(QStringLiteral("%1: cannot create the destination folder").arg(dest));
+        return kFailed;
+    }
+    Observer observer(mode);
+    observer.SetShowProgress(progress && StdinIsTerminal());
+    InstallInterruptHandler();
+    a.unpacker->SetIni(ini);
+    a.unpacker->SetHandleDialogProgress(&observer);
+    a.unpacker->SetPassword(password);
+    const QString& inner = a.parts.innerPath;
+    bool done;
+    if (inner.isEmpty()) {
+        a.unpacker->InitScan();
+        done = a.unpacker->UnpackArchive(dest);
+    } else if (a.unpacker->IsFolder(inner)) {
+        done = a.unpacker->UnpackFolder(inner, dest);
+    } else {
+        done = a.unpacker->UnpackFile(inner, dest);
+    }
+    a.unpacker->CloseArchive();
+    if (!done) {
+        PrintError(FailureLine(path, dest, password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
+        return kFailed;
+    }
+    return kOk;
+}
+
+int Test(Args args) {
+    bool ok = true;
+    const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
+    if (!ok || !TakeNothingMore(args, 1, QStringLiteral("test [--password PW] ARCHIVE")))
+        return kUsage;
+    const QString path = Absolute(args.Rest().at(0));
+    OpenedArchive a;
+    if (!OpenPath(path, &a))
+        return kFailed;
+    Observer observer(OverwriteMode::Never);
+    InstallInterruptHandler();
+    a.unpacker->SetHandleDialogProgress(&observer);
+    a.unpacker->SetPassword(password);
+    const bool good = a.unpacker->Test();
+    a.unpacker->CloseArchive();
+    if (!good) {
+        PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
+        return kFailed;
+    }
+    Print(QStringLiteral("%1: OK").arg(path));
+    return kOk;
+}
+
+}  // namespace cli

@@ -1,0 +1,84 @@
+// velazip-cli: Vela-ZIP Archiver's archive access for users and scripts.
+
+#include <QCoreApplication>
+#include <cstdio>
+
+#include "Commands.h"
+#include "archive/CArchiveUnpacker.h"
+
+namespace {
+
+const char kHelp[] = R"(Usage: velazip-cli COMMAND [options] ARGUMENTS
+
+Reading (every archive family: zip, jar, xap, self-extracting zip, cab, rar and rar volume
+sets, 7z and split 7z sets by ".001", gz, bz2, tar, tgz, tbz2, iso):
+  classify PATH            print the archive family code of PATH (0: not an archive;
+                           a path inside an archive gives the family of that archive)
+  list PATH                print the one level that the Archive Browser shows for PATH:
+                           folders (with a trailing "/") first, then files, each in
+                           case-insensitive order. PATH may lie inside an archive
+                           (a.zip/docs) or be a disk folder (sub-folders, then archives)
+  list --all ARCHIVE       print every entry: type (d folder, f file, l link), size,
+                           modified time and inner path
+  info PATH                print the description of an archive, or of a folder or a
+                           file inside one
+  extract [options] PATH DEST
+                           unpack an archive, or a folder or a file inside one, into DEST
+                           (made when missing). Nothing is ever written outside DEST.
+      --files-without-paths | --files-with-paths
+                           a single file goes to DEST/<name> | DEST/<its inner path>
+      --folders-without-paths | --folders-with-paths
+                           a folder goes to DEST/<folder name>/... | DEST/<its inner path>/...
+      --archives-without-paths | --archives-with-paths
+                           a whole archive puts every file directly in DEST | keeps its folders
+      --overwrite ask|always|never
+                           what happens to existing files (without a terminal "ask"
+                           skips them and reports each)
+      --password PW        the password of encrypted entries (else asked on the terminal)
+      --progress           show the progress on the terminal
+  test [--password PW] ARCHIVE
+                           read every entry and check its data
+
+Defaults come from the settings file that the program shares with Vela-ZIP Archiver
+($XDG_CONFIG_HOME/Vela Systems/Vela-ZIP Archiver/velazip.ini, made when missing): the
+recognised archive types and the four unpack settings. Options override them for one run.
+
+Without a terminal velazip-cli never waits for an answer. A failure prints one line that
+names the path and the reason, and the exit code is 1 (2 for a usage error). Ctrl+C stops
+an extraction cleanly: what was finished stays, no partial file is left.
+
+  --help                   this text
+  --version                the version
+)";
+
+struct Command {
+    const char* name;
+    int (*run)(cli::Args);
+};
+const Command kCommands[] = {
+    {"classify", cli::Classify}, {"list", cli::List}, {"info", cli::Info},
+    {"extract", cli::Extract},   {"test", cli::Test},
+};
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    vz::EnsureUtf8Locale();
+    QStringList args = QCoreApplication::arguments().mid(1);
+    if (args.isEmpty() || args.first() == QLatin1String("--help") ||
+        args.first() == QLatin1String("-h")) {
+        fputs(kHelp, stdout);
+        return args.isEmpty() ? cli::kUsage : cli::kOk;
+    }
+    if (args.first() == QLatin1String("--version")) {
+        cli::Print(QStringLiteral("velazip-cli 4.2"));
+        return cli::kOk;
+    }
+    const QString name = args.takeFirst();
+    for (const Command& c : kCommands)
+        if (name == QLatin1String(c.name))
+            return c.run(cli::Args(args));
+    cli::PrintError(QStringLiteral("unknown command %1 (see velazip-cli --help)").arg(name));
+    return cli::kUsage;
+}

@@ -1,0 +1,811 @@
+#include "archive/CArchiveUnpacker.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <langinfo.h>
+#include <locale.h>
+#include <string.h>
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+
+#include "archive/ArchiveClassifier.h"
+#include "archive/DestinationWriter.h"
+#include "archive/EntryList.h"
+#include "archive/LibarchiveSession.h"
+#include "archive/ZipDirectory.h"
+
+namespace vz {
+
+void EnsureUtf8Locale() {
+    const char* codeset = nl_langinfo(CODESET);
+    if (codeset && strcmp(codeset, "UTF-8") == 0)
+        return;
+    if (setlocale(LC_CTYPE, "") && strcmp(nl_langinfo(CODESET), "UTF-8") == 0)
+        return;
+    setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+namespace {
+
+constexpr size_t kMaxEntries = 50'000'000;    // beyond this an archive is not listed
+constexpr int kMaxConsecutiveFailures = 100;  // a header that fails again and again
+constexpr int kMaxRetries = 10;
+constexpr qint64 kPollBytes = 1 << 20;  // progress and Stop between such amounts
+
+// The name of the one stream of a gzip or bzip2 file: the file name without its compression
+// suffix; "backup.tgz" and "backup.tar.gz" both give "backup.tar".
+QString StreamName(const QString& archivePath) {
+    const QString name = QFileInfo(archivePath).fileName();
+    const QString upper = name.toUpper();
+    for (const char* ext : {".TGZ", ".TBZ2", ".TBZ"}) {
+        if (upper.endsWith(QLatin1String(ext)))
+            return name.left(name.size() - static_cast<int>(strlen(ext))) + QStringLiteral(".tar");
+    }
+    const int dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot > 0 ? name.left(dot) : name + QStringLiteral(".out");
+}
+
+// The uncompressed size that a gzip member records in its last four bytes (modulo 4 GiB).
+bool GzipTrailerSize(const QString& path, quint64* size) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly) || f.size() < 18 || !f.seek(f.size() - 4))
+        return false;
+    const QByteArray t = f.read(4);
+    if (t.size() != 4)
+        return false;
+    *size = static_cast<quint8>(t[0]) | (static_cast<quint32>(static_cast<quint8>(t[1])) << 8) |
+            (static_cast<quint32>(static_cast<quint8>(t[2])) << 16) |
+            (static_cast<quint32>(static_cast<quint8>(t[3])) << 24);
+    return true;
+}
+
+QString LibarchiveError(archive* a, const char* fallback) {
+    const char* e = archive_error_string(a);
+    return QString::fromUtf8(e ? e : fallback);
+}
+
+bool IsPasswordError(archive* a) {
+    const char* e = archive_error_string(a);
+    return e && (strcasestr(e, "passphrase") || strcasestr(e, "password"));
+}
+
+// Which entries an unpack takes and where below the destination each one goes.
+struct Selection {
+    enum class Kind { Archive, Folder, File, Test } kind;
+    QString inner;
+    bool withoutPaths = false;
+    QString virtualPrefix;  // the tar level of a compressed tar ("backup.tar"), else empty
+
+    bool Selects(const QString& path, bool isFolder) const {
+        switch (kind) {
+            case Kind::Archive:
+            case Kind::Test:
+                return true;
+            case Kind::Folder:
+                return IsAtOrBelow(path, inner);
+            case Kind::File:
+                return !isFolder && EqualsNoCase(path, inner);
+        }
+        return false;
+    }
+    // Components below the destination; empty when the entry makes nothing there.
+    QStringList Map(const QString& path, bool isFolder) const {
+        auto split = [](const QString& p) {
+            return p.isEmpty() ? QStringList() : p.split(QLatin1Char('/'));
+        };
+        switch (kind) {
+            case Kind::Test:
+                return {};
+            case Kind::Archive: {
+                QString p = path;
+                if (!virtualPrefix.isEmpty()) {
+                    if (EqualsNoCase(p, virtualPrefix))
+                        return {};
+                    p = p.mid(virtualPrefix.size() + 1);
+                }
+                if (withoutPaths)
+                    return isFolder ? QStringList() : QStringList{LastComponent(p)};
+                return split(p);
+            }
+            case Kind::Folder: {
+                if (!withoutPaths)
+                    return split(path);
+                QStringList out{LastComponent(inner)};
+                if (path.size() > inner.size())
+                    out += split(path.mid(inner.size() + 1));
+                return out;
+            }
+            case Kind::File:
+                return withoutPaths ? QStringList{LastComponent(path)} : split(path);
+        }
+        return {};
+    }
+};
+
+}  // namespace
+}  // namespace vz
+
+using namespace vz;
+
+struct CArchiveUnpacker::Impl {
+    CArchiveUnpacker* q;
+    const FamilyTraits* traits = nullptr;
+    INIUNPACK ini;
+    IOperationObserver* observer = nullptr;
+    IItemListener* listener = nullptr;
+    bool open = false;
+    QStringList volumes;
+    qint64 compressedTotal = 0;
+    // Gzip and bzip2: whether the stream holds a tar, and the name of its level.
+    bool tarInside = false;
+    QString streamName;
+    // The listing, read on first need.
+    bool listed = false;
+    std::vector<ListedEntry> entries;
+    int cursor = -1;
+    PasswordBook passwords;
+
+    explicit Impl(CArchiveUnpacker* owner) : q(owner) {}
+
+    bool Fail(const QString& message) {
+        q->m_error = message;
+        return false;
+    }
+    QString Where() const { return q->m_path; }
+
+    bool IsStream() const {
+        return traits && traits->formats == FamilyTraits::Formats::CompressedStream;
+    }
+
+    // The display path of a header: a compressed tar's entries lie below its level.
+    QString DisplayPath(const QString& path) const {
+        if (!tarInside || path.isEmpty())
+            return path;
+        return streamName + QLatin1Char('/') + path;
+    }
+
+    // Reads the first header: proves that the file is of the family and, for a compressed
+    // stream, tells whether a tar is inside.
+    bool Probe() {
+        LibarchiveSession s;
+        QString err;
+        if (!s.Open(volumes, *traits, nullptr, &err))
+            return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(Where(), err));
+        archive_entry* h = nullptr;
+        int r = ARCHIVE_RETRY;
+        for (int i = 0; i < kMaxRetries && r == ARCHIVE_RETRY; ++i)
+            r = archive_read_next_header(s.Handle(), &h);
+        if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF)
+            return Fail(QStringLiteral("Cannot open the archive %1: %2.")
+                            .arg(Where(), LibarchiveError(s.Handle(), "not an archive")));
+        if (IsStream()) {
+            if (archive_filter_code(s.Handle(), 0) != traits->streamFilter)
+                return Fail(QStringLiteral("Cannot open the archive %1: it is not a %2 stream.")
+                                .arg(Where(), ArchiveFamily::DisplayName(traits->family)));
+            const int format = archive_format(s.Handle()) & ARCHIVE_FORMAT_BASE_MASK;
+            tarInside = format == ARCHIVE_FORMAT_TAR;
+            streamName = StreamName(q->m_path);
+        }
+        return true;
+    }
+
+    bool EnsureListed() {
+        if (listed)
+            return true;
+        if (!open)
+            return Fail(QStringLiteral("No archive is open."));
+        if (traits->listWithLibzip && volumes.size() == 1) {
+            QString err;
+            if (ListZipDirectory(volumes.first(), &entries, &err))
+                return listed = true;
+        }
+        return listed = ListWithLibarchive();
+    }
+
+    bool ListWithLibarchive() {
+        entries.clear();
+        LibarchiveSession s;
+        QString err;
+        if (!s.Open(volumes, *traits, nullptr, &err))
+            return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(Where(), err));
+        archive* a = s.Handle();
+        if (IsStream() && tarInside) {
+            ListedEntry level;
+            level.info.path = streamName;
+            level.info.isFolder = true;
+            level.info.attributes = kDosDirectory;
+            level.info.sizeKnown = level.info.packedSizeKnown = true;
+            entries.push_back(level);
+        }
+        int failures = 0, retries = 0;
+        for (;;) {
+            archive_entry* h = nullptr;
+            const int r = archive_read_next_header(a, &h);
+            if (r == ARCHIVE_EOF)
+                break;
+            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries)
+                continue;
+            if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures)
+                continue;
+            if (r != ARCHIVE_OK && r != ARCHIVE_WARN)
+                return Fail(QStringLiteral("Cannot read the archive %1: %2.")
+                                .arg(Where(), LibarchiveError(a, "damaged archive")));
+            failures = retries = 0;
+            ConvertedHeader c = ConvertHeader(h, *traits);
+            if (IsStream() && !tarInside) {
+                // A plain compressed file: one entry named after the archive.
+                c.entry.info.path = streamName;
+                c.entry.skip = false;
+                c.entry.info.method = QString::fromLatin1(traits->streamMethod);
+                quint64 size = 0;
+                c.entry.info.sizeKnown =
+                    traits->family == ArchiveFamily::GZip && GzipTrailerSize(volumes.last(), &size);
+                c.entry.info.size = size;
+                c.entry.info.packedSize = static_cast<quint64>(compressedTotal);
+                c.entry.info.packedSizeKnown = true;
+                c.entry.info.modified =
+                    FileTime::FromUnix(QFileInfo(q->m_path).lastModified().toSecsSinceEpoch());
+                entries.push_back(c.entry);
+                break;
+            }
+            c.entry.info.path = DisplayPath(c.entry.info.path);
+            entries.push_back(std::move(c.entry));
+            if (entries.size() > kMaxEntries)
+                return Fail(QStringLiteral("The archive %1 holds too many entries.").arg(Where()));
+        }
+        return true;
+    }
+
+    const ListedEntry* FindEntry(const QString& inner) const {
+        const ListedEntry* found = nullptr;
+        for (const ListedEntry& e : entries)
+            if (!e.skip && EqualsNoCase(e.info.path, inner))
+                found = &e;  // the last one wins
+        return found;
+    }
+
+    // The total bytes an unpack writes, for its percentage; 0 when not known cheaply.
+    quint64 SelectedBytes(const Selection& sel) const {
+        if (!listed)
+            return 0;
+        quint64 total = 0;
+        for (const ListedEntry& e : entries) {
+            if (e.skip || e.info.isFolder || !sel.Selects(e.info.path, false))
+                continue;
+            if (!e.info.sizeKnown)
+                return 0;
+            total += e.info.size;
+        }
+        return total;
+    }
+
+    enum class PassEnd { Done, Restart };
+    struct PassState {
+        bool failed = false;
+        bool cancelled = false;
+        int resumeAt = 0;  // headers before this index were finished in an earlier pass
+        quint64 bytesDone = 0;
+        QHash<QString, QStringList> madeFiles;  // lower-case inner path -> components
+    };
+
+    void Report(PassState& st, const QString& message) {
+        if (!st.failed)
+            q->m_error = message;
+        st.failed = true;
+        if (observer)
+            observer->Report(message);
+    }
+
+    // One pass over the archive: unpacks (or, without a writer, tests) the selected entries.
+    PassEnd RunPass(const Selection& sel, DestinationWriter* writer, PassState& st) {
+        LibarchiveSession s;
+        QString err;
+        if (!s.Open(volumes, *traits, &passwords, &err)) {
+            Report(st, QStringLiteral("Cannot open the archive %1: %2.").arg(Where(), err));
+            return PassEnd::Done;
+        }
+        archive* a = s.Handle();
+        const quint64 total = SelectedBytes(sel);
+        QElapsedTimer sinceProgress;
+        sinceProgress.start();
+        auto progress = [&](const QString& name) {
+            if (!observer)
+                return;
+            int percent = 0;
+            if (total > 0)
+                percent = static_cast<int>(st.bytesDone * 100 / total);
+            else if (compressedTotal > 0)
+                percent = static_cast<int>(s.Consumed() * 100 / compressedTotal);
+            observer->Progress(std::min(100, std::max(0, percent)), name);
+        };
+        auto stopNow = [&]() {
+            if (observer && observer->StopRequested())
+                st.cancelled = true;
+            return st.cancelled;
+        };
+
+        int index = -1, failures = 0, retries = 0;
+        bool foundFile = false;
+        for (;;) {
+            archive_entry* h = nullptr;
+            const int r = archive_read_next_header(a, &h);
+            if (r == ARCHIVE_EOF)
+                break;
+            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries)
+                continue;
+            if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures) {
+                ++index;
+                Report(st, QStringLiteral("Cannot read an entry of %1: %2.")
+                               .arg(Where(), LibarchiveError(a, "damaged header")));
+                continue;
+            }
+            if (r != ARCHIVE_OK && r != ARCHIVE_WARN) {
+                Report(st, QStringLiteral("Cannot read the archive %1: %2.")
+                               .arg(Where(), LibarchiveError(a, "damaged archive")));
+                break;
+            }
+            failures = retries = 0;
+            ++index;
+            if (index < st.resumeAt)
+                continue;
+
+            ConvertedHeader c = ConvertHeader(h, *traits);
+            ARCHIVEFILEFULLINFO& info = c.entry.info;
+            if (IsStream() && !tarInside) {
+                info.path = streamName;
+                c.unsafe = false;
+                info.sizeKnown = false;
+            }
+            info.path = DisplayPath(info.path);
+            if (!sel.Selects(info.path, info.isFolder))
+                continue;
+            if (c.unsafe || info.path.isEmpty()) {
+                if (!c.rawName.isEmpty() && c.rawName != QLatin1String(".") &&
+                    c.rawName != QLatin1String("./"))
+                    Report(st, QStringLiteral(
+                                   "Refused %1 in %2: the name leads outside the destination.")
+                                   .arg(c.rawName, Where()));
+                continue;
+            }
+            if (stopNow())
+                break;
+            progress(info.path);
+
+            const QStringList comps = sel.Map(info.path, info.isFolder);
+            if (writer && comps.isEmpty())
+                continue;
+            passwords.SetCurrentEntry(info.path);
+
+            if (writer && info.isFolder) {
+                if (writer->MakeFolder(comps, info.unixMode, info.modified) !=
+                    DestinationWriter::Result::Ok)
+                    Report(st, writer->Error());
+                else if (listener)
+                    listener->ItemAdded(writer->FullPath(comps));
+                continue;
+            }
+            if (info.isFolder)
+                continue;
+            if (writer && info.isSymlink) {
+                const auto res = writer->MakeSymlink(comps, info.linkTarget, info.modified);
+                if (res == DestinationWriter::Result::Cancelled) {
+                    st.cancelled = true;
+                    break;
+                }
+                if (res == DestinationWriter::Result::Failed)
+                    Report(st, writer->Error());
+                if (res == DestinationWriter::Result::Ok && listener)
+                    listener->ItemAdded(writer->FullPath(comps));
+                continue;
+            }
+            if (!c.hardlinkTarget.isEmpty() && (!info.sizeKnown || info.size == 0)) {
+                if (!writer)
+                    continue;
+                const QString target = DisplayPath(c.hardlinkTarget);
+                const auto made = st.madeFiles.constFind(target.toLower());
+                if (c.hardlinkUnsafe || made == st.madeFiles.constEnd()) {
+                    Report(st,
+                           QStringLiteral("Refused the hard link %1 in %2: it leads to %3, which "
+                                          "this unpack did not write.")
+                               .arg(info.path, Where(), c.hardlinkTarget));
+                    continue;
+                }
+                const auto res = writer->MakeHardlink(comps, made.value());
+                if (res == DestinationWriter::Result::Cancelled) {
+                    st.cancelled = true;
+                    break;
+                }
+                if (res == DestinationWriter::Result::Failed)
+                    Report(st, writer->Error());
+                continue;
+            }
+
+            // Encrypted data of a format whose encryption libarchive cannot undo (RAR, 7z).
+            if (info.encrypted &&
+                !(archive_read_format_capabilities(a) & ARCHIVE_READ_FORMAT_CAPS_ENCRYPT_DATA)) {
+                Report(st,
+                       QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and encrypted "
+                                      "%3 entries cannot be read.")
+                           .arg(info.path, Where(), ArchiveFamily::DisplayName(traits->family)));
+                continue;
+            }
+
+            // A file with data.
+            if (writer) {
+                ItemFacts incoming;
+                incoming.path = info.path;
+                incoming.size = info.size;
+                incoming.sizeKnown = info.sizeKnown;
+                incoming.modified = info.modified;
+                incoming.attributes = info.attributes;
+                const auto res = writer->BeginFile(comps, incoming);
+                if (res == DestinationWriter::Result::Skipped)
+                    continue;
+                if (res == DestinationWriter::Result::Cancelled) {
+                    st.cancelled = true;
+                    break;
+                }
+                if (res == DestinationWriter::Result::Failed) {
+                    Report(st, writer->Error());
+                    continue;
+                }
+            }
+            qint64 written = 0, sincePoll = 0;
+            bool dataFailed = false, fatal = false;
+            for (;;) {
+                const void* buffer = nullptr;
+                size_t size = 0;
+                la_int64_t offset = 0;
+                const int dr = archive_read_data_block(a, &buffer, &size, &offset);
+                if (dr == ARCHIVE_EOF)
+                    break;
+                if (dr != ARCHIVE_OK && dr != ARCHIVE_WARN) {
+                    dataFailed = true;
+                    fatal = dr == ARCHIVE_FATAL;
+                    break;
+                }
+                if (writer && !writer->Write(static_cast<const char*>(buffer), size, offset)) {
+                    writer->AbortFile();
+                    Report(st, writer->Error());
+                    // A full disk or an unwritable folder fails every further file as well.
+                    return PassEnd::Done;
+                }
+                written = std::max<qint64>(written, offset + static_cast<qint64>(size));
+                st.bytesDone += size;
+                sincePoll += static_cast<qint64>(size);
+                if (sincePoll >= kPollBytes) {
+                    sincePoll = 0;
+                    if (stopNow())
+                        break;
+                    if (sinceProgress.elapsed() > 100) {
+                        progress(info.path);
+                        sinceProgress.restart();
+                    }
+                }
+            }
+            if (st.cancelled) {
+                if (writer)
+                    writer->AbortFile();
+                break;
+            }
+            if (dataFailed) {
+                if (writer)
+                    writer->AbortFile();
+                if (passwords.Cancelled()) {
+                    st.cancelled = true;
+                    break;
+                }
+                const bool passwordProblem = IsPasswordError(a);
+                if (info.encrypted && !passwordProblem && observer && !passwords.Exhausted() &&
+                    ArchiveFamily::IsZipFamily(traits->family)) {
+                    // Data that does not check out under a password that passed the header
+                    // check: the password was wrong after all. Ask again and resume here.
+                    passwords.Forget();
+                    passwords.CountFailure();
+                    st.resumeAt = index;
+                    return PassEnd::Restart;
+                }
+                if (passwordProblem)
+                    Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
+                                   .arg(info.path, Where(),
+                                        passwords.Known().empty()
+                                            ? QStringLiteral("a password is required")
+                                            : QStringLiteral("the password is wrong")));
+                else
+                    Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
+                                   .arg(info.path, Where(), LibarchiveError(a, "damaged data")));
+                if (fatal)
+                    break;
+                continue;
+            }
+            if (info.sizeKnown && static_cast<quint64>(written) != info.size) {
+                if (writer)
+                    writer->AbortFile();
+                Report(st,
+                       QStringLiteral("Cannot unpack %1 from %2: its data is incomplete (%3 of %4 "
+                                      "bytes; is a volume missing?).")
+                           .arg(info.path, Where(), GroupDigits(static_cast<quint64>(written)),
+                                GroupDigits(info.size)));
+                continue;
+            }
+            if (writer) {
+                const auto res = writer->CommitFile(info.unixMode, info.modified);
+                if (res != DestinationWriter::Result::Ok) {
+                    Report(st, writer->Error());
+                    continue;
+                }
+                st.madeFiles.insert(info.path.toLower(), comps);
+                if (listener)
+                    listener->ItemAdded(writer->FullPath(comps));
+            }
+            if (sel.kind == Selection::Kind::File) {
+                foundFile = true;
+                break;
+            }
+        }
+        if (sel.kind == Selection::Kind::File && !foundFile && !st.failed && !st.cancelled)
+            Report(st, QStringLiteral("The archive %1 holds no file %2.").arg(Where(), sel.inner));
+        if (!st.cancelled && observer)
+            progress(QString());
+        return PassEnd::Done;
+    }
+
+    bool Run(Selection sel, const QString& destination) {
+        q->m_error.clear();
+        q->m_cancelled = false;
+        if (!open)
+            return Fail(QStringLiteral("No archive is open."));
+        sel.virtualPrefix = tarInside ? streamName : QString();
+        std::unique_ptr<DestinationWriter> writer;
+        if (sel.kind != Selection::Kind::Test) {
+            writer = std::make_unique<DestinationWriter>();
+            QString err;
+            if (!writer->Open(destination, &err))
+                return Fail(err);
+            writer->SetAskBeforeOverwriting(ini.AskBeforeOverwriting, observer);
+        }
+        passwords.SetObserver(observer, q->m_path);
+        // An archive known to be empty has nothing to read (libarchive does not even
+        // recognise an empty zip).
+        if (listed && entries.empty() &&
+            (sel.kind == Selection::Kind::Archive || sel.kind == Selection::Kind::Test))
+            return true;
+        PassState st;
+        while (RunPass(sel, writer.get(), st) == PassEnd::Restart) {
+        }
+        if (writer)
+            writer->FinishFolders();
+        q->m_cancelled = st.cancelled;
+        if (st.cancelled && q->m_error.isEmpty())
+            q->m_error = QStringLiteral("Stopped by the user.");
+        return !st.failed && !st.cancelled;
+    }
+};
+
+CArchiveUnpacker::CArchiveUnpacker(int family) : d(std::make_unique<Impl>(this)), m_family(family) {
+    EnsureUtf8Locale();
+    d->traits = TraitsFor(family);
+}
+
+CArchiveUnpacker::~CArchiveUnpacker() = default;
+
+void CArchiveUnpacker::SetIni(const INIUNPACK& ini) {
+    d->ini = ini;
+}
+void CArchiveUnpacker::SetHandleDialogProgress(IOperationObserver* o) {
+    d->observer = o;
+}
+void CArchiveUnpacker::SetWndFileTree(IItemListener* l) {
+    d->listener = l;
+}
+void CArchiveUnpacker::SetPassword(const QString& password) {
+    d->passwords.Add(password);
+}
+
+bool CArchiveUnpacker::OpenArchive(const QString& path) {
+    CloseArchive();
+    m_error.clear();
+    m_path = path;
+    if (!d->traits)
+        return d->Fail(QStringLiteral("No unpacker reads the archive %1.").arg(path));
+    if (!QFileInfo(path).isFile())
+        return d->Fail(QStringLiteral("Cannot open the archive %1: no such file.").arg(path));
+    QString err;
+    if (!CollectVolumes(path, m_family, &d->volumes, &err))
+        return d->Fail(err);
+    d->compressedTotal = 0;
+    for (const QString& v : d->volumes)
+        d->compressedTotal += QFileInfo(v).size();
+    d->open = true;
+    // A zip archive is listed from its central directory at once; that also proves it is
+    // one. Other families (and zips that libzip rejects) read their first header.
+    bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
+              ListZipDirectory(path, &d->entries, &err);
+    d->listed = ok;
+    if (!ok)
+        ok = d->Probe();
+    if (!ok) {
+        d->open = false;
+        d->volumes.clear();
+    }
+    return ok;
+}
+
+bool CArchiveUnpacker::OpenMultiVolumeArchive(const QString& firstVolumePath) {
+    return OpenArchive(firstVolumePath);
+}
+
+bool CArchiveUnpacker::FindFile() {
+    d->cursor = -1;
+    return d->EnsureListed();
+}
+
+bool CArchiveUnpacker::FindNextFileW() {
+    if (!d->listed)
+        return false;
+    return ++d->cursor < static_cast<int>(d->entries.size());
+}
+
+bool CArchiveUnpacker::GetFileShortInfo(ARCHIVEFILESHORTINFO& info) const {
+    if (!d->listed || d->cursor < 0 || d->cursor >= static_cast<int>(d->entries.size()))
+        return false;
+    const ListedEntry& e = d->entries[static_cast<size_t>(d->cursor)];
+    info.path = e.info.path;
+    info.isFolder = e.info.isFolder;
+    info.isFolderAttr = (e.info.attributes & kDosDirectory) != 0;
+    info.skip = e.skip;
+    return true;
+}
+
+bool CArchiveUnpacker::GetFileFullInfo(ARCHIVEFILEFULLINFO& info) const {
+    if (!d->listed || d->cursor < 0 || d->cursor >= static_cast<int>(d->entries.size()))
+        return false;
+    info = d->entries[static_cast<size_t>(d->cursor)].info;
+    return true;
+}
+
+bool CArchiveUnpacker::IsFolder(const QString& innerPath) {
+    return d->EnsureListed() && IsFolderPath(d->entries, innerPath);
+}
+
+QString CArchiveUnpacker::GetArchiveOutputInfo() {
+    if (!d->EnsureListed())
+        return QStringLiteral("Invalid archive");
+    return DescribeArchive(ArchiveFamily::DisplayName(m_family), Totals(d->entries, QString()),
+                           static_cast<quint64>(d->compressedTotal));
+}
+
+QString CArchiveUnpacker::GetFolderOutputInfo(const QString& innerPath) {
+    if (!d->EnsureListed())
+        return QStringLiteral("Invalid archive");
+    return DescribeFolder(Totals(d->entries, innerPath));
+}
+
+QString CArchiveUnpacker::GetFileOutputInfo(const QString& innerPath) {
+    if (!d->EnsureListed())
+        return QStringLiteral("Invalid archive");
+    const ListedEntry* e = d->FindEntry(innerPath);
+    return e ? DescribeFile(e->info) : QString();
+}
+
+bool CArchiveUnpacker::GetEntryInfo(const QString& innerPath, ARCHIVEFILEFULLINFO& info) {
+    if (!d->EnsureListed())
+        return false;
+    const ListedEntry* e = d->FindEntry(innerPath);
+    if (!e)
+        return false;
+    info = e->info;
+    return true;
+}
+
+bool CArchiveUnpacker::UnpackArchive(const QString& destinationFolder) {
+    return d->Run({Selection::Kind::Archive, QString(), d->ini.UnpackArchivesWithoutPaths, {}},
+                  destinationFolder);
+}
+
+bool CArchiveUnpacker::UnpackFolder(const QString& innerPath, const QString& destinationFolder) {
+    return d->Run({Selection::Kind::Folder, innerPath, d->ini.UnpackFoldersWithoutPaths, {}},
+                  destinationFolder);
+}
+
+bool CArchiveUnpacker::UnpackFile(const QString& innerPath, const QString& destinationFolder) {
+    return d->Run({Selection::Kind::File, innerPath, d->ini.UnpackFilesWithoutPaths, {}},
+                  destinationFolder);
+}
+
+bool CArchiveUnpacker::Test() {
+    return d->Run({Selection::Kind::Test, QString(), false, {}}, QString());
+}
+
+bool CArchiveUnpacker::IsTarInside() {
+    return d->open && d->IsStream() && d->tarInside;
+}
+
+bool CArchiveUnpacker::InitScan() {
+    return d->open && m_family == ArchiveFamily::Cab;
+}
+
+bool CArchiveUnpacker::CloseArchive() {
+    const bool wasOpen = d->open;
+    d->open = d->listed = d->tarInside = false;
+    d->entries.clear();
+    d->entries.shrink_to_fit();
+    d->volumes.clear();
+    d->cursor = -1;
+    return wasOpen;
+}
+
+bool CArchiveUnpacker::ListLevel(const QString& innerFolder, ArchiveLevel& level) {
+    if (!d->EnsureListed())
+        return false;
+    level = vz::ListLevel(d->entries, innerFolder);
+    return true;
+}
+
+bool CArchiveUnpacker::HasEntriesBelow(const QString& innerFolder) {
+    return d->EnsureListed() && vz::HasEntriesBelow(d->entries, innerFolder);
+}
+
+bool CArchiveUnpacker::AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries) {
+    if (!d->EnsureListed())
+        return false;
+    m_allEntries.clear();
+    m_allEntries.reserve(d->entries.size());
+    for (const ListedEntry& e : d->entries)
+        if (!e.skip)
+            m_allEntries.push_back(e.info);
+    entries = &m_allEntries;
+    return true;
+}
+
+CZipUnpacker::CZipUnpacker(const QString&) : CArchiveUnpacker(ArchiveFamily::Zip) {}
+
+namespace vz {
+
+std::unique_ptr<CArchiveUnpacker> CreateUnpacker(int family) {
+    switch (family) {
+        case ArchiveFamily::Zip:
+        case ArchiveFamily::Jar:
+        case ArchiveFamily::Xap:
+        case ArchiveFamily::SelfExtractingZip:
+        case ArchiveFamily::Cab:
+        case ArchiveFamily::Rar:
+        case ArchiveFamily::SevenZip:
+        case ArchiveFamily::SevenZipVolumes:
+        case ArchiveFamily::GZip:
+        case ArchiveFamily::Tar:
+        case ArchiveFamily::BZip2:
+        case ArchiveFamily::Iso:
+            return std::make_unique<CArchiveUnpacker>(family);
+        default:
+            return nullptr;
+    }
+}
+
+bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath) {
+    if (unpacker.Family() == ArchiveFamily::SevenZipVolumes)
+        return unpacker.OpenMultiVolumeArchive(archivePath);
+    return unpacker.OpenArchive(archivePath);
+}
+
+QString DescribeArchivePath(const QString& path, const QStringList& recognisedExtensions) {
+    const int family = ClassifyPath(path, recognisedExtensions);
+    const ArchivePathParts parts = SplitArchivePath(path);
+    std::unique_ptr<CArchiveUnpacker> unpacker = CreateUnpacker(family);
+    if (!unpacker || parts.archivePath.isEmpty() || !OpenForFamily(*unpacker, parts.archivePath))
+        return QStringLiteral("Invalid archive");
+    QString text;
+    if (parts.innerPath.isEmpty())
+        text = unpacker->GetArchiveOutputInfo();
+    else if (unpacker->IsFolder(parts.innerPath))
+        text = unpacker->GetFolderOutputInfo(parts.innerPath);
+    else
+        text = unpacker->GetFileOutputInfo(parts.innerPath);
+    unpacker->CloseArchive();
+    return text;
+}
+
+}  // namespace vz

@@ -1,0 +1,374 @@
+#include "archive/DestinationWriter.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <algorithm>
+
+#include "archive/ArchiveEntry.h"
+
+namespace vz {
+namespace {
+
+QByteArray Encode(const QString& s) {
+    return QFile::encodeName(s);
+}
+
+QString Reason(int err) {
+    return QString::fromLocal8Bit(strerror(err));
+}
+
+bool ValidComponent(const QString& c) {
+    return !c.isEmpty() && c != QLatin1String(".") && c != QLatin1String("..") &&
+           !c.contains(QLatin1Char('/')) && !c.contains(QChar(0));
+}
+
+ItemFacts FactsOf(const struct stat& st, const QString& path) {
+    ItemFacts f;
+    f.path = path;
+    f.size = static_cast<quint64>(st.st_size);
+    f.sizeKnown = true;
+    f.modified = FileTime::FromUnix(st.st_mtime);
+    if (!(st.st_mode & S_IWUSR))
+        f.attributes |= kDosReadOnly;
+    return f;
+}
+
+void SetTimes(int dirFd, const QByteArray& name, FileTime mtime, int flags) {
+    if (!mtime.known)
+        return;
+    struct timespec ts[2];
+    ts[0].tv_sec = 0;
+    ts[0].tv_nsec = UTIME_OMIT;
+    ts[1].tv_sec = static_cast<time_t>(mtime.seconds);
+    ts[1].tv_nsec = 0;
+    utimensat(dirFd, name.constData(), ts, flags);
+}
+
+}  // namespace
+
+DestinationWriter::~DestinationWriter() {
+    AbortFile();
+    if (m_root >= 0)
+        close(m_root);
+}
+
+bool DestinationWriter::Open(const QString& folder, QString* error) {
+    m_rootPath = folder;
+    while (m_rootPath.size() > 1 && m_rootPath.endsWith(QLatin1Char('/')))
+        m_rootPath.chop(1);
+    m_root = open(Encode(m_rootPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (m_root < 0 && errno == ENOENT && QDir().mkpath(m_rootPath))
+        m_root = open(Encode(m_rootPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (m_root < 0) {
+        *error = QStringLiteral("Cannot open the folder %1: %2.").arg(folder, Reason(errno));
+        return false;
+    }
+    return true;
+}
+
+QString DestinationWriter::FullPath(const QStringList& components) const {
+    return (m_rootPath == QLatin1String("/") ? QString() : m_rootPath) + QLatin1Char('/') +
+           components.join(QLatin1Char('/'));
+}
+
+DestinationWriter::Result DestinationWriter::Fail(const QString& message) {
+    m_error = message;
+    return Result::Failed;
+}
+
+// Opens (and with `create` makes) the first `count` components as folders, never following
+// a symbolic link. Returns a descriptor the caller closes, or -1 with m_error set.
+int DestinationWriter::OpenFolder(const QStringList& components, int count, bool create) {
+    int fd = dup(m_root);
+    for (int i = 0; i < count && fd >= 0; ++i) {
+        const QString& c = components.at(i);
+        if (!ValidComponent(c)) {
+            close(fd);
+            Fail(QStringLiteral("The name %1 is not allowed.").arg(FullPath(components)));
+            return -1;
+        }
+        const QByteArray name = Encode(c);
+        int next = openat(fd, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (next < 0 && errno == ENOENT && create) {
+            if (mkdirat(fd, name.constData(), 0755) == 0 || errno == EEXIST)
+                next =
+                    openat(fd, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        }
+        const int err = errno;
+        close(fd);
+        fd = next;
+        if (fd < 0) {
+            const QString where = FullPath(components.mid(0, i + 1));
+            if (err == ELOOP || err == ENOTDIR) {
+                struct stat st;
+                if (fstatat(m_root,
+                            Encode(components.mid(0, i + 1).join(QLatin1Char('/'))).constData(),
+                            &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    S_ISLNK(st.st_mode))
+                    Fail(QStringLiteral("%1 is a symbolic link; it is not followed.").arg(where));
+                else
+                    Fail(QStringLiteral("%1 exists and is not a folder.").arg(where));
+            } else {
+                Fail(QStringLiteral("Cannot create the folder %1: %2.").arg(where, Reason(err)));
+            }
+            return -1;
+        }
+    }
+    return fd;
+}
+
+DestinationWriter::Result DestinationWriter::MakeFolder(const QStringList& components, quint32 mode,
+                                                        FileTime mtime) {
+    if (components.isEmpty())
+        return Result::Ok;
+    const int fd = OpenFolder(components, components.size(), true);
+    if (fd < 0)
+        return Result::Failed;
+    close(fd);
+    m_folderTimes.push_back(FolderTime{components, mode, mtime});
+    return Result::Ok;
+}
+
+// Decides what happens to an existing item at the target: a folder cannot be replaced by a
+// file; an existing file or link is replaced when the user agrees (or is not asked).
+DestinationWriter::Result DestinationWriter::PrepareTarget(int dirFd, const QString& name,
+                                                           const QStringList& components,
+                                                           const ItemFacts& incoming) {
+    struct stat st;
+    if (fstatat(dirFd, Encode(name).constData(), &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return Result::Ok;
+    if (S_ISDIR(st.st_mode))
+        return Fail(QStringLiteral("%1 exists and is a folder.").arg(FullPath(components)));
+    if (!m_ask || m_yesToAll || !m_observer)
+        return Result::Ok;
+    OverwriteQuestion q;
+    q.existing = FactsOf(st, FullPath(components));
+    q.incoming = incoming;
+    switch (m_observer->AskOverwrite(q)) {
+        case ReplaceAnswer::Yes:
+            return Result::Ok;
+        case ReplaceAnswer::YesToAll:
+            m_yesToAll = true;
+            return Result::Ok;
+        case ReplaceAnswer::No:
+            return Result::Skipped;
+        case ReplaceAnswer::Cancel:
+            return Result::Cancelled;
+    }
+    return Result::Ok;
+}
+
+DestinationWriter::Result DestinationWriter::BeginFile(const QStringList& components,
+                                                       const ItemFacts& incoming) {
+    AbortFile();
+    if (components.isEmpty() || !ValidComponent(components.last()))
+        return Fail(QStringLiteral("The name %1 is not allowed.").arg(FullPath(components)));
+    m_dirFd = OpenFolder(components, components.size() - 1, true);
+    if (m_dirFd < 0)
+        return Result::Failed;
+    const Result r = PrepareTarget(m_dirFd, components.last(), components, incoming);
+    if (r != Result::Ok) {
+        close(m_dirFd);
+        m_dirFd = -1;
+        return r;
+    }
+    m_finalName = Encode(components.last());
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        m_tempName =
+            ".vz-" + QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".part";
+        m_fileFd = openat(m_dirFd, m_tempName.constData(),
+                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (m_fileFd >= 0 || errno != EEXIST)
+            break;
+    }
+    if (m_fileFd < 0) {
+        const int err = errno;
+        close(m_dirFd);
+        m_dirFd = -1;
+        return Fail(QStringLiteral("Cannot write %1: %2.").arg(FullPath(components), Reason(err)));
+    }
+    m_written = 0;
+    return Result::Ok;
+}
+
+bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
+    if (m_fileFd < 0)
+        return false;
+    if (offset > m_written) {  // a hole in a sparse entry
+        if (lseek(m_fileFd, offset, SEEK_SET) < 0)
+            return false;
+        m_written = offset;
+    }
+    while (size > 0) {
+        const ssize_t n = write(m_fileFd, data, size);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            m_error = QStringLiteral("Cannot write %1: %2.")
+                          .arg(QFile::decodeName(m_finalName), Reason(errno));
+            return false;
+        }
+        data += n;
+        size -= static_cast<size_t>(n);
+        m_written += n;
+    }
+    return true;
+}
+
+DestinationWriter::Result DestinationWriter::CommitFile(quint32 mode, FileTime mtime) {
+    if (m_fileFd < 0)
+        return Result::Failed;
+    // A sparse entry that ends in a hole still has its full length.
+    const off_t end = lseek(m_fileFd, 0, SEEK_CUR);
+    if (end > 0 && ftruncate(m_fileFd, end) != 0) {
+        AbortFile();
+        return Fail(QStringLiteral("Cannot write %1.").arg(QFile::decodeName(m_finalName)));
+    }
+    fchmod(m_fileFd, (mode & 07777) ? (mode & 0777) : 0644);
+    if (mtime.known) {
+        struct timespec ts[2];
+        ts[0].tv_sec = 0;
+        ts[0].tv_nsec = UTIME_OMIT;
+        ts[1].tv_sec = static_cast<time_t>(mtime.seconds);
+        ts[1].tv_nsec = 0;
+        futimens(m_fileFd, ts);
+    }
+    const bool closed = close(m_fileFd) == 0;
+    m_fileFd = -1;
+    if (!closed ||
+        renameat(m_dirFd, m_tempName.constData(), m_dirFd, m_finalName.constData()) != 0) {
+        const int err = errno;
+        AbortFile();
+        return Fail(QStringLiteral("Cannot write %1: %2.")
+                        .arg(QFile::decodeName(m_finalName), Reason(err)));
+    }
+    close(m_dirFd);
+    m_dirFd = -1;
+    m_tempName.clear();
+    return Result::Ok;
+}
+
+void DestinationWriter::AbortFile() {
+    if (m_fileFd >= 0) {
+        close(m_fileFd);
+        m_fileFd = -1;
+    }
+    if (m_dirFd >= 0) {
+        if (!m_tempName.isEmpty())
+            unlinkat(m_dirFd, m_tempName.constData(), 0);
+        close(m_dirFd);
+        m_dirFd = -1;
+    }
+    m_tempName.clear();
+}
+
+bool DestinationWriter::LinkStaysInside(const QStringList& linkComponents, const QString& target) {
+    if (target.isEmpty() || target.startsWith(QLatin1Char('/')))
+        return false;
+    int depth = linkComponents.size() - 1;  // folders above the link, inside the destination
+    const QStringList parts = target.split(QLatin1Char('/'));
+    for (const QString& p : parts) {
+        if (p.isEmpty() || p == QLatin1String("."))
+            continue;
+        if (p == QLatin1String("..")) {
+            if (--depth < 0)
+                return false;
+        } else {
+            ++depth;
+        }
+    }
+    return true;
+}
+
+DestinationWriter::Result DestinationWriter::MakeSymlink(const QStringList& components,
+                                                         const QString& target, FileTime mtime) {
+    if (components.isEmpty() || !ValidComponent(components.last()))
+        return Fail(QStringLiteral("The name %1 is not allowed.").arg(FullPath(components)));
+    if (!LinkStaysInside(components, target))
+        return Fail(QStringLiteral("The link %1 leads outside the destination (%2).")
+                        .arg(FullPath(components), target));
+    const int dirFd = OpenFolder(components, components.size() - 1, true);
+    if (dirFd < 0)
+        return Result::Failed;
+    ItemFacts incoming;
+    incoming.path = components.join(QLatin1Char('/'));
+    const Result r = PrepareTarget(dirFd, components.last(), components, incoming);
+    if (r != Result::Ok) {
+        close(dirFd);
+        return r;
+    }
+    const QByteArray temp =
+        ".vz-" + QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".link";
+    const QByteArray name = Encode(components.last());
+    if (symlinkat(Encode(target).constData(), dirFd, temp.constData()) != 0 ||
+        renameat(dirFd, temp.constData(), dirFd, name.constData()) != 0) {
+        const int err = errno;
+        unlinkat(dirFd, temp.constData(), 0);
+        close(dirFd);
+        return Fail(
+            QStringLiteral("Cannot make the link %1: %2.").arg(FullPath(components), Reason(err)));
+    }
+    SetTimes(dirFd, name, mtime, AT_SYMLINK_NOFOLLOW);
+    close(dirFd);
+    return Result::Ok;
+}
+
+DestinationWriter::Result DestinationWriter::MakeHardlink(const QStringList& components,
+                                                          const QStringList& existing) {
+    if (components.isEmpty() || !ValidComponent(components.last()) || existing.isEmpty())
+        return Fail(QStringLiteral("The name %1 is not allowed.").arg(FullPath(components)));
+    const int fromFd = OpenFolder(existing, existing.size() - 1, false);
+    if (fromFd < 0)
+        return Result::Failed;
+    const int dirFd = OpenFolder(components, components.size() - 1, true);
+    if (dirFd < 0) {
+        close(fromFd);
+        return Result::Failed;
+    }
+    ItemFacts incoming;
+    incoming.path = components.join(QLatin1Char('/'));
+    Result r = PrepareTarget(dirFd, components.last(), components, incoming);
+    if (r == Result::Ok) {
+        const QByteArray temp =
+            ".vz-" + QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".link";
+        const QByteArray name = Encode(components.last());
+        if (linkat(fromFd, Encode(existing.last()).constData(), dirFd, temp.constData(), 0) != 0 ||
+            renameat(dirFd, temp.constData(), dirFd, name.constData()) != 0) {
+            const int err = errno;
+            unlinkat(dirFd, temp.constData(), 0);
+            r = Fail(QStringLiteral("Cannot make the link %1: %2.")
+                         .arg(FullPath(components), Reason(err)));
+        }
+    }
+    close(fromFd);
+    close(dirFd);
+    return r;
+}
+
+void DestinationWriter::FinishFolders() {
+    // Deepest first, so that setting a folder's time is not undone by its children.
+    std::stable_sort(m_folderTimes.begin(), m_folderTimes.end(),
+                     [](const FolderTime& a, const FolderTime& b) {
+                         return a.components.size() > b.components.size();
+                     });
+    for (auto it = m_folderTimes.begin(); it != m_folderTimes.end(); ++it) {
+        const int fd = OpenFolder(it->components, it->components.size() - 1, false);
+        if (fd < 0)
+            continue;
+        const QByteArray name = Encode(it->components.last());
+        if (it->mode & 0777)
+            fchmodat(fd, name.constData(), (it->mode & 0777) | S_IRWXU, 0);
+        SetTimes(fd, name, it->mtime, AT_SYMLINK_NOFOLLOW);
+        close(fd);
+    }
+    m_folderTimes.clear();
+}
+
+}  // namespace vz

@@ -1,0 +1,79 @@
+#pragma once
+// Writes extracted items below a destination folder and nowhere else.
+//
+// Every item is addressed by its components below the destination; each folder on the way
+// is opened without following symbolic links, so a link that already exists in the
+// destination (or one that the archive itself made) is never walked through. A file is
+// written to a temporary name beside its target and renamed over it only when complete.
+
+#include <QString>
+#include <QStringList>
+#include <ctime>
+
+#include "common/OperationObserver.h"
+
+namespace vz {
+
+class DestinationWriter {
+public:
+    enum class Result { Ok, Skipped, Failed, Cancelled };
+
+    DestinationWriter() = default;
+    ~DestinationWriter();
+    DestinationWriter(const DestinationWriter&) = delete;
+    DestinationWriter& operator=(const DestinationWriter&) = delete;
+
+    bool Open(const QString& destinationFolder, QString* error);
+    // When set, an existing file is replaced only after the observer agrees.
+    void SetAskBeforeOverwriting(bool ask, IOperationObserver* observer) {
+        m_ask = ask;
+        m_observer = observer;
+    }
+
+    QString FullPath(const QStringList& components) const;
+
+    Result MakeFolder(const QStringList& components, quint32 mode, FileTime mtime);
+    // A file: BeginFile, then Write blocks, then CommitFile (or AbortFile).
+    Result BeginFile(const QStringList& components, const ItemFacts& incoming);
+    bool Write(const char* data, size_t size, qint64 offset);
+    Result CommitFile(quint32 mode, FileTime mtime);
+    void AbortFile();
+    // A symbolic link whose target must stay inside the destination.
+    Result MakeSymlink(const QStringList& components, const QString& target, FileTime mtime);
+    // A hard link to an item this writer made before.
+    Result MakeHardlink(const QStringList& components, const QStringList& existing);
+    // Gives the folders made by MakeFolder their recorded times (after their contents).
+    void FinishFolders();
+
+    QString Error() const { return m_error; }
+
+    // Whether a link target, read relative to the folder of `linkComponents`, stays inside
+    // the destination.
+    static bool LinkStaysInside(const QStringList& linkComponents, const QString& target);
+
+private:
+    int OpenFolder(const QStringList& components, int count, bool create);
+    Result PrepareTarget(int dirFd, const QString& name, const QStringList& components,
+                         const ItemFacts& incoming);
+    Result Fail(const QString& message);
+
+    int m_root = -1;
+    QString m_rootPath;
+    bool m_ask = false;
+    bool m_yesToAll = false;
+    IOperationObserver* m_observer = nullptr;
+    QString m_error;
+    // The file being written.
+    int m_dirFd = -1;
+    int m_fileFd = -1;
+    QByteArray m_tempName, m_finalName;
+    qint64 m_written = 0;
+    struct FolderTime {
+        QStringList components;
+        quint32 mode;
+        FileTime mtime;
+    };
+    std::vector<FolderTime> m_folderTimes;
+};
+
+}  // namespace vz

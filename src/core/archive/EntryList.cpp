@@ -1,0 +1,261 @@
+#include "archive/EntryList.h"
+
+#include <QHash>
+#include <algorithm>
+#include <unordered_map>
+
+#include "common/Texts.h"
+
+namespace vz {
+
+NormalisedName NormaliseEntryName(const QString& raw) {
+    NormalisedName n;
+    // Most names need no change: no "\", no empty, "." or ".." component, no leading "/".
+    bool clean = !raw.isEmpty() && raw.at(0) != QLatin1Char('/');
+    for (qsizetype i = 0, size = raw.size(); clean && i < size; ++i) {
+        const char16_t c = raw.at(i).unicode();
+        if (c == u'\\' || c == u':') {
+            clean = false;
+        } else if (c == u'/') {
+            if (i + 1 < size && raw.at(i + 1) == QLatin1Char('/'))
+                clean = false;
+        } else if (c == u'.' && (i == 0 || raw.at(i - 1) == QLatin1Char('/'))) {
+            const qsizetype next = i + 1 < size ? raw.at(i + 1).unicode() : u'/';
+            if (next == u'/' ||
+                (next == u'.' && (i + 2 >= size || raw.at(i + 2) == QLatin1Char('/'))))
+                clean = false;
+        }
+    }
+    if (clean) {
+        n.trailingSlash = raw.endsWith(QLatin1Char('/'));
+        n.path = n.trailingSlash ? raw.left(raw.size() - 1) : raw;
+        return n;
+    }
+
+    QString s = raw;
+    s.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    if (s.startsWith(QLatin1Char('/')))
+        n.unsafe = true;
+    if (s.size() >= 2 && s.at(1) == QLatin1Char(':') && s.at(0).isLetter())
+        n.unsafe = true;
+    n.trailingSlash = s.endsWith(QLatin1Char('/'));
+    QString out;
+    out.reserve(s.size());
+    int start = 0;
+    while (start <= s.size()) {
+        int end = s.indexOf(QLatin1Char('/'), start);
+        if (end < 0)
+            end = s.size();
+        const QStringView part = QStringView(s).mid(start, end - start);
+        if (part == u"..") {
+            n.unsafe = true;
+        } else if (!part.isEmpty() && part != u".") {
+            if (!out.isEmpty())
+                out += QLatin1Char('/');
+            out += part;
+        }
+        start = end + 1;
+    }
+    n.path = out;
+    return n;
+}
+
+QString LastComponent(const QString& innerPath) {
+    return innerPath.mid(innerPath.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+QString ParentPath(const QString& innerPath) {
+    const int slash = innerPath.lastIndexOf(QLatin1Char('/'));
+    return slash < 0 ? QString() : innerPath.left(slash);
+}
+
+bool IsBelow(const QString& path, const QString& folder) {
+    if (folder.isEmpty())
+        return !path.isEmpty();
+    return path.size() > folder.size() + 1 && path.at(folder.size()) == QLatin1Char('/') &&
+           QStringView(path).left(folder.size()).compare(folder, Qt::CaseInsensitive) == 0;
+}
+
+bool IsAtOrBelow(const QString& path, const QString& folder) {
+    return EqualsNoCase(path, folder) || IsBelow(path, folder);
+}
+
+namespace {
+
+// Case-insensitive hashing and equality of names, without making folded copies.
+struct FoldedHash {
+    size_t operator()(QStringView v) const {
+        size_t h = 1469598103934665603ull;
+        for (const QChar c : v)
+            h = (h ^ c.toCaseFolded().unicode()) * 1099511628211ull;
+        return h;
+    }
+};
+struct FoldedEqual {
+    bool operator()(QStringView a, QStringView b) const {
+        return a.size() == b.size() && a.compare(b, Qt::CaseInsensitive) == 0;
+    }
+};
+
+}  // namespace
+
+ArchiveLevel ListLevel(const std::vector<ListedEntry>& entries, const QString& folder) {
+    ArchiveLevel level;
+    // Name (a view into the entries, which outlive this call) -> position in level.folders.
+    std::unordered_map<QStringView, size_t, FoldedHash, FoldedEqual> folderIndex;
+    const int prefixLength = folder.isEmpty() ? 0 : folder.size() + 1;
+    size_t lastFolder = SIZE_MAX;
+    QStringView lastName;
+
+    auto addFolder = [&](QStringView name, bool hasChildren) {
+        // Entries of one folder usually follow each other: try the last one first.
+        if (lastFolder != SIZE_MAX && (name == lastName || FoldedEqual()(name, lastName))) {
+            level.folders[lastFolder].hasChildren |= hasChildren;
+            return;
+        }
+        auto [it, inserted] = folderIndex.try_emplace(name, level.folders.size());
+        if (inserted)
+            level.folders.push_back(ArchiveLevelFolder{name.toString(), hasChildren});
+        lastFolder = it->second;
+        lastName = name;
+        level.folders[lastFolder].hasChildren |= hasChildren;
+    };
+
+    for (const ListedEntry& e : entries) {
+        if (e.skip)
+            continue;
+        const QString& path = e.info.path;
+        if (prefixLength && !IsBelow(path, folder))
+            continue;
+        const QStringView rest = QStringView(path).mid(prefixLength);
+        const qsizetype slash = rest.indexOf(QLatin1Char('/'));
+        if (slash < 0) {
+            if (e.info.isFolder)
+                addFolder(rest, false);
+            else
+                level.files << rest.toString();
+        } else {
+            addFolder(rest.left(slash), true);
+        }
+    }
+    std::stable_sort(level.folders.begin(), level.folders.end(),
+                     [](const ArchiveLevelFolder& a, const ArchiveLevelFolder& b) {
+                         return CompareNoCase(a.name, b.name) < 0;
+                     });
+    std::stable_sort(level.files.begin(), level.files.end(),
+                     [](const QString& a, const QString& b) { return CompareNoCase(a, b) < 0; });
+    return level;
+}
+
+bool HasEntriesBelow(const std::vector<ListedEntry>& entries, const QString& folder) {
+    for (const ListedEntry& e : entries)
+        if (!e.skip && IsBelow(e.info.path, folder))
+            return true;
+    return false;
+}
+
+bool IsFolderPath(const std::vector<ListedEntry>& entries, const QString& innerPath) {
+    if (innerPath.isEmpty())
+        return true;
+    for (const ListedEntry& e : entries) {
+        if (e.skip)
+            continue;
+        if (e.info.isFolder && EqualsNoCase(e.info.path, innerPath))
+            return true;
+        if (IsBelow(e.info.path, innerPath))
+            return true;
+    }
+    return false;
+}
+
+ArchiveTotals Totals(const std::vector<ListedEntry>& entries, const QString& folder) {
+    ArchiveTotals t;
+    QHash<QString, bool> folders;  // every folder below, entries and implied ones
+    for (const ListedEntry& e : entries) {
+        if (e.skip || !IsBelow(e.info.path, folder))
+            continue;
+        const QString rest = folder.isEmpty() ? e.info.path : e.info.path.mid(folder.size() + 1);
+        // Each "/" in the rest ends one folder that holds this entry.
+        for (int i = rest.indexOf(QLatin1Char('/')); i >= 0;
+             i = rest.indexOf(QLatin1Char('/'), i + 1))
+            folders.insert(rest.left(i).toLower(), true);
+        if (e.info.isFolder) {
+            folders.insert(rest.toLower(), true);
+            continue;
+        }
+        ++t.files;
+        if (e.info.sizeKnown)
+            t.size += e.info.size;
+        else
+            t.sizeKnown = false;
+        if (e.info.packedSizeKnown)
+            t.packed += e.info.packedSize;
+        else
+            t.packedKnown = false;
+    }
+    t.folders = static_cast<quint64>(folders.size());
+    return t;
+}
+
+QString RatioText(quint64 size, quint64 packed) {
+    if (size == 0)
+        return QString();
+    const double ratio = 100.0 * static_cast<double>(packed) / static_cast<double>(size);
+    return QString::number(static_cast<qint64>(ratio + 0.5)) + QLatin1Char('%');
+}
+
+namespace {
+QString Bytes(quint64 n) {
+    return GroupDigits(n) + QStringLiteral(" bytes");
+}
+void Field(QStringList& fields, const char* label, const QString& value) {
+    fields << QLatin1String(label) + QStringLiteral(" - ") + value;
+}
+}  // namespace
+
+QString DescribeFolder(const ArchiveTotals& t) {
+    QStringList f;
+    if (t.sizeKnown)
+        Field(f, "Size", Bytes(t.size));
+    if (t.packedKnown)
+        Field(f, "Packed", Bytes(t.packed));
+    Field(f, "Files", GroupDigits(t.files));
+    Field(f, "Folders", GroupDigits(t.folders));
+    if (t.sizeKnown && t.packedKnown && t.size)
+        Field(f, "Ratio", RatioText(t.size, t.packed));
+    return f.join(QStringLiteral(", "));
+}
+
+QString DescribeArchive(const QString& familyName, ArchiveTotals t, quint64 archiveFileSize) {
+    t.packed = archiveFileSize;
+    t.packedKnown = true;
+    return QStringLiteral("Type - ") + familyName + QStringLiteral(", ") + DescribeFolder(t);
+}
+
+QString DescribeFile(const ARCHIVEFILEFULLINFO& info) {
+    QStringList f;
+    if (info.sizeKnown)
+        Field(f, "Size", Bytes(info.size));
+    if (info.packedSizeKnown)
+        Field(f, "Packed", Bytes(info.packedSize));
+    if (info.sizeKnown && info.packedSizeKnown && info.size)
+        Field(f, "Ratio", RatioText(info.size, info.packedSize));
+    const QString modified = FormatStatusTime(info.modified);
+    if (!modified.isEmpty())
+        Field(f, "Modified", modified);
+    if (info.crcKnown)
+        Field(f, "CRC", QStringLiteral("%1").arg(info.crc, 8, 16, QLatin1Char('0')).toUpper());
+    QString method = info.method;
+    if (info.isSymlink)
+        method = method.isEmpty() ? QStringLiteral("Link") : method;
+    if (info.encrypted) {
+        const QString how =
+            info.encryption.isEmpty() ? QStringLiteral("encrypted") : info.encryption;
+        method = method.isEmpty() ? how : method + QStringLiteral(", ") + how;
+    }
+    if (!method.isEmpty())
+        Field(f, "Compression method", method);
+    return f.join(QStringLiteral(", "));
+}
+
+}  // namespace vz

@@ -1,0 +1,61 @@
+#pragma once
+// Pure functions over an archive's entry list: inner-path normalisation, one level of the
+// Archive Browser, and the description texts. No archive access here.
+
+#include <QString>
+#include <QStringList>
+#include <vector>
+
+#include "archive/ArchiveEntry.h"
+#include "archive/CArchiveUnpacker.h"
+
+namespace vz {
+
+// An entry as the listing keeps it.
+struct ListedEntry {
+    ARCHIVEFILEFULLINFO info;
+    bool skip = false;
+};
+
+struct NormalisedName {
+    QString path;         // "/"-separated, no empty or "." components, no leading/trailing "/"
+    bool unsafe = false;  // absolute (leading "/" or a drive letter) or holding ".."
+    bool trailingSlash = false;
+};
+// Reads "\" as a separator, drops empty and "." components, flags absolute names and "..".
+NormalisedName NormaliseEntryName(const QString& raw);
+
+// The last component of an inner path, and everything before it ("" at the top).
+QString LastComponent(const QString& innerPath);
+QString ParentPath(const QString& innerPath);
+
+// Does `path` lie in `folder` (equal to it, or below it)? Case-insensitive; an empty folder
+// holds everything.
+bool IsAtOrBelow(const QString& path, const QString& folder);
+bool IsBelow(const QString& path, const QString& folder);
+
+// One level below `folder` in one pass over the entries (see ArchiveLevel).
+ArchiveLevel ListLevel(const std::vector<ListedEntry>& entries, const QString& folder);
+bool HasEntriesBelow(const std::vector<ListedEntry>& entries, const QString& folder);
+// Whether the inner path names a folder: a folder entry, or the path of deeper entries.
+bool IsFolderPath(const std::vector<ListedEntry>& entries, const QString& innerPath);
+
+// Description texts: comma-separated fields "Label - value". A folder's fields end with
+// "Ratio", a file's with "Compression method"; fields whose value the format does not give
+// are left out.
+struct ArchiveTotals {
+    quint64 size = 0;
+    bool sizeKnown = true;
+    quint64 packed = 0;
+    bool packedKnown = true;
+    quint64 files = 0;
+    quint64 folders = 0;
+};
+ArchiveTotals Totals(const std::vector<ListedEntry>& entries, const QString& folder);
+QString DescribeFolder(const ArchiveTotals& totals);
+QString DescribeArchive(const QString& familyName, ArchiveTotals totals, quint64 archiveFileSize);
+QString DescribeFile(const ARCHIVEFILEFULLINFO& info);
+// "35%": packed as a percentage of size; empty when either is unknown or size is 0.
+QString RatioText(quint64 size, quint64 packed);
+
+}  // namespace vz

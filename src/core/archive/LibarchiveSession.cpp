@@ -1,0 +1,303 @@
+#include "archive/LibarchiveSession.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <sys/stat.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QStringDecoder>
+
+#include "archive/ArchiveFamily.h"
+
+namespace vz {
+
+const FamilyTraits* TraitsFor(int family) {
+    using F = FamilyTraits::Formats;
+    static const FamilyTraits kTable[] = {
+        {ArchiveFamily::Zip, F::Zip, 0, "", "", true, false},
+        {ArchiveFamily::Jar, F::Zip, 0, "", "", true, false},
+        {ArchiveFamily::Xap, F::Zip, 0, "", "", true, false},
+        {ArchiveFamily::SelfExtractingZip, F::Zip, 0, "", "", true, false},
+        {ArchiveFamily::Cab, F::Cab, 0, "", "", false, false},
+        {ArchiveFamily::Rar, F::Rar, 0, "", "", false, false},
+        {ArchiveFamily::SevenZip, F::SevenZip, 0, "", "", false, false},
+        {ArchiveFamily::SevenZipVolumes, F::SevenZip, 0, "", "", false, false},
+        {ArchiveFamily::GZip, F::CompressedStream, ARCHIVE_FILTER_GZIP, "Deflate", "", false,
+         false},
+        {ArchiveFamily::BZip2, F::CompressedStream, ARCHIVE_FILTER_BZIP2, "BZip2", "", false,
+         false},
+        {ArchiveFamily::Tar, F::Tar, 0, "", "Store", false, true},
+        {ArchiveFamily::Iso, F::Iso, 0, "", "Store", false, true},
+    };
+    for (const FamilyTraits& t : kTable)
+        if (t.family == family)
+            return &t;
+    return nullptr;
+}
+
+namespace {
+
+// name.partN.rar with any number of digits: every part from 1 up, same width.
+bool CollectRarParts(const QString& path, QStringList* volumes) {
+    static const QRegularExpression partRe(QStringLiteral("^(.*)\\.part(\\d+)\\.rar$"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch m = partRe.match(path);
+    if (!m.hasMatch())
+        return false;
+    const QString base = m.captured(1);
+    const int width = m.captured(2).size();
+    const QString ext = path.right(4);  // keep the case of ".rar"
+    for (int n = 1;; ++n) {
+        const QString part =
+            QStringLiteral("%1.part%2%3").arg(base).arg(n, width, 10, QLatin1Char('0')).arg(ext);
+        if (!QFileInfo(part).isFile())
+            break;
+        *volumes << part;
+    }
+    return !volumes->isEmpty();
+}
+
+// name.rar followed by name.r00, name.r01, ...
+void CollectOldStyleRarParts(const QString& path, QStringList* volumes) {
+    *volumes << path;
+    const QString stem = path.left(path.size() - 4);
+    const bool upper = path.endsWith(QLatin1String(".RAR"));
+    for (int n = 0; n < 1000; ++n) {
+        const QString part = stem + (upper ? QStringLiteral(".R%1") : QStringLiteral(".r%1"))
+                                        .arg(n, 2, 10, QLatin1Char('0'));
+        if (!QFileInfo(part).isFile())
+            break;
+        *volumes << part;
+    }
+}
+
+// The size a complete 7z set must have, from the signature header of its first volume.
+qint64 Expected7zSize(const QString& firstVolume) {
+    QFile f(firstVolume);
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray h = f.read(32);
+    if (h.size() < 32 || !h.startsWith(QByteArray("7z\xBC\xAF\x27\x1C", 6)))
+        return -1;
+    auto u64 = [&](int at) {
+        quint64 v = 0;
+        for (int i = 7; i >= 0; --i)
+            v = (v << 8) | static_cast<quint8>(h[at + i]);
+        return v;
+    };
+    const quint64 offset = u64(12), size = u64(20);
+    if (offset > (quint64(1) << 50) || size > (quint64(1) << 40))
+        return -1;
+    return static_cast<qint64>(32 + offset + size);
+}
+
+}  // namespace
+
+bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error) {
+    volumes->clear();
+    if (family == ArchiveFamily::Rar) {
+        if (!CollectRarParts(path, volumes))
+            CollectOldStyleRarParts(path, volumes);
+        return true;
+    }
+    if (family == ArchiveFamily::SevenZipVolumes) {
+        if (!path.endsWith(QLatin1String(".001"))) {
+            *volumes << path;
+            return true;
+        }
+        const QString stem = path.left(path.size() - 4);
+        qint64 total = 0;
+        for (int n = 1; n < 100000; ++n) {
+            const QString part = stem + QStringLiteral(".%1").arg(n, 3, 10, QLatin1Char('0'));
+            const QFileInfo fi(part);
+            if (!fi.isFile())
+                break;
+            *volumes << part;
+            total += fi.size();
+        }
+        const qint64 expected = Expected7zSize(path);
+        if (expected > 0 && total < expected) {
+            *error =
+                QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
+                    .arg(QDir::toNativeSeparators(path), QFileInfo(volumes->last()).fileName());
+            return false;
+        }
+        return true;
+    }
+    *volumes << path;
+    return true;
+}
+
+void PasswordBook::Add(const QString& password) {
+    if (!password.isEmpty())
+        m_known.push_back(password.toStdString());
+}
+
+const char* PasswordBook::Ask() {
+    if (m_cancelled || !m_observer || m_asks >= kMaxAsks)
+        return nullptr;
+    QString answer;
+    const bool retry = m_asks > 0 || !m_known.empty();
+    ++m_asks;
+    if (!m_observer->AskPassword(m_archive, m_entry, retry, &answer)) {
+        m_cancelled = true;
+        return nullptr;
+    }
+    m_known.push_back(answer.toStdString());
+    return m_known.back().c_str();
+}
+
+namespace {
+const char* PassphraseCallback(struct archive*, void* client) {
+    return static_cast<PasswordBook*>(client)->Ask();
+}
+}  // namespace
+
+LibarchiveSession::~LibarchiveSession() {
+    if (m_archive)
+        archive_read_free(m_archive);
+}
+
+bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& traits,
+                             PasswordBook* passwords, QString* error) {
+    m_archive = archive_read_new();
+    if (!m_archive) {
+        *error = QStringLiteral("out of memory");
+        return false;
+    }
+    using F = FamilyTraits::Formats;
+    switch (traits.formats) {
+        case F::Zip:
+            archive_read_support_format_zip_seekable(m_archive);
+            break;
+        case F::Cab:
+            archive_read_support_format_cab(m_archive);
+            break;
+        case F::Rar:
+            archive_read_support_format_rar(m_archive);
+            archive_read_support_format_rar5(m_archive);
+            break;
+        case F::SevenZip:
+            archive_read_support_format_7zip(m_archive);
+            break;
+        case F::Tar:
+            archive_read_support_format_tar(m_archive);
+            archive_read_support_format_gnutar(m_archive);
+            archive_read_support_filter_all(m_archive);
+            break;
+        case F::CompressedStream:
+            archive_read_support_format_tar(m_archive);
+            archive_read_support_format_gnutar(m_archive);
+            archive_read_support_format_raw(m_archive);
+            archive_read_support_filter_all(m_archive);
+            break;
+        case F::Iso:
+            archive_read_support_format_iso9660(m_archive);
+            break;
+    }
+    if (passwords) {
+        for (const std::string& p : passwords->Known())
+            archive_read_add_passphrase(m_archive, p.c_str());
+        archive_read_set_passphrase_callback(m_archive, passwords, PassphraseCallback);
+    }
+    m_names.clear();
+    for (const QString& v : volumes)
+        m_names.push_back(QFile::encodeName(v).toStdString());
+    std::vector<const char*> names;
+    for (const std::string& n : m_names)
+        names.push_back(n.c_str());
+    names.push_back(nullptr);
+    const size_t kBlock = 1 << 20;
+    int r = names.size() == 2 ? archive_read_open_filename(m_archive, names[0], kBlock)
+                              : archive_read_open_filenames(m_archive, names.data(), kBlock);
+    if (r != ARCHIVE_OK) {
+        const char* why = archive_error_string(m_archive);
+        *error = why ? QString::fromUtf8(why) : QStringLiteral("unknown format");
+        return false;
+    }
+    return true;
+}
+
+qint64 LibarchiveSession::Consumed() const {
+    return m_archive ? archive_filter_bytes(m_archive, -1) : 0;
+}
+
+QString DecodeEntryName(const char* utf8, const char* raw) {
+    if (utf8)
+        return QString::fromUtf8(utf8);
+    if (!raw)
+        return QString();
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString asUtf8 = decoder(QByteArray(raw));
+    if (!decoder.hasError())
+        return asUtf8;
+    // Code page 437, the zip default for names without the UTF-8 flag.
+    static const char16_t kHigh[128] = {
+        0x00C7, 0x00FC, 0x00E9, 0x00E2, 0x00E4, 0x00E0, 0x00E5, 0x00E7, 0x00EA, 0x00EB, 0x00E8,
+        0x00EF, 0x00EE, 0x00EC, 0x00C4, 0x00C5, 0x00C9, 0x00E6, 0x00C6, 0x00F4, 0x00F6, 0x00F2,
+        0x00FB, 0x00F9, 0x00FF, 0x00D6, 0x00DC, 0x00A2, 0x00A3, 0x00A5, 0x20A7, 0x0192, 0x00E1,
+        0x00ED, 0x00F3, 0x00FA, 0x00F1, 0x00D1, 0x00AA, 0x00BA, 0x00BF, 0x2310, 0x00AC, 0x00BD,
+        0x00BC, 0x00A1, 0x00AB, 0x00BB, 0x2591, 0x2592, 0x2593, 0x2502, 0x2524, 0x2561, 0x2562,
+        0x2556, 0x2555, 0x2563, 0x2551, 0x2557, 0x255D, 0x255C, 0x255B, 0x2510, 0x2514, 0x2534,
+        0x252C, 0x251C, 0x2500, 0x253C, 0x255E, 0x255F, 0x255A, 0x2554, 0x2569, 0x2566, 0x2560,
+        0x2550, 0x256C, 0x2567, 0x2568, 0x2564, 0x2565, 0x2559, 0x2558, 0x2552, 0x2553, 0x256B,
+        0x256A, 0x2518, 0x250C, 0x2588, 0x2584, 0x258C, 0x2590, 0x2580, 0x03B1, 0x00DF, 0x0393,
+        0x03C0, 0x03A3, 0x03C3, 0x00B5, 0x03C4, 0x03A6, 0x0398, 0x03A9, 0x03B4, 0x221E, 0x03C6,
+        0x03B5, 0x2229, 0x2261, 0x00B1, 0x2265, 0x2264, 0x2320, 0x2321, 0x00F7, 0x2248, 0x00B0,
+        0x2219, 0x00B7, 0x221A, 0x207F, 0x00B2, 0x25A0, 0x00A0};
+    QString out;
+    for (const char* p = raw; *p; ++p) {
+        const unsigned char c = static_cast<unsigned char>(*p);
+        out += c < 128 ? QChar(c) : QChar(kHigh[c - 128]);
+    }
+    return out;
+}
+
+ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
+    ConvertedHeader c;
+    c.rawName = DecodeEntryName(archive_entry_pathname_utf8(h), archive_entry_pathname(h));
+    const NormalisedName n = NormaliseEntryName(c.rawName);
+    ARCHIVEFILEFULLINFO& info = c.entry.info;
+    info.path = n.path;
+    c.unsafe = n.unsafe;
+    c.entry.skip = n.unsafe || n.path.isEmpty();
+
+    const mode_t type = archive_entry_filetype(h);
+    info.isFolder = type == AE_IFDIR || n.trailingSlash;
+    info.isSymlink = type == AE_IFLNK;
+    if (info.isSymlink) {
+        info.linkTarget = DecodeEntryName(archive_entry_symlink_utf8(h), archive_entry_symlink(h));
+    }
+    if (const char* link = archive_entry_hardlink(h)) {
+        const NormalisedName target =
+            NormaliseEntryName(DecodeEntryName(archive_entry_hardlink_utf8(h), link));
+        c.hardlinkTarget = target.path;
+        c.hardlinkUnsafe = target.unsafe || target.path.isEmpty();
+    }
+    if (!info.isFolder && archive_entry_size_is_set(h)) {
+        info.size = static_cast<quint64>(std::max<la_int64_t>(0, archive_entry_size(h)));
+        info.sizeKnown = true;
+        if (traits.packedIsSize) {
+            info.packedSize = info.size;
+            info.packedSizeKnown = true;
+        }
+    } else if (info.isFolder) {
+        info.size = 0;  // directories of images carry their block size: not content
+        info.sizeKnown = true;
+    }
+    if (archive_entry_mtime_is_set(h))
+        info.modified = FileTime::FromUnix(archive_entry_mtime(h));
+    info.unixMode = archive_entry_mode(h);
+    if (info.isFolder)
+        info.attributes |= kDosDirectory;
+    if ((info.unixMode & 0777) && !(info.unixMode & S_IWUSR))
+        info.attributes |= kDosReadOnly;
+    info.encrypted = archive_entry_is_encrypted(h);
+    if (!info.isFolder)
+        info.method = QString::fromLatin1(traits.entryMethod);
+    return c;
+}
+
+}  // namespace vz

@@ -1,0 +1,94 @@
+#pragma once
+// One reading pass over an archive through libarchive: which formats and filters a family
+// enables, the volumes of a set, passwords, and the conversion of libarchive's headers into
+// entry records.
+
+#include <QString>
+#include <QStringList>
+#include <deque>
+#include <string>
+
+#include "archive/EntryList.h"
+#include "common/OperationObserver.h"
+
+struct archive;
+struct archive_entry;
+
+namespace vz {
+
+// What differs between the families, as data.
+struct FamilyTraits {
+    int family = 0;
+    enum class Formats { Zip, Cab, Rar, SevenZip, Tar, CompressedStream, Iso } formats;
+    int streamFilter = 0;      // the libarchive filter code a compressed stream must have
+    const char* streamMethod;  // method text of the stream ("Deflate", "BZip2")
+    const char* entryMethod;   // method text of every entry when the format does not tell
+    bool listWithLibzip = false;
+    bool packedIsSize = false;  // entries are stored: packed size equals size
+};
+const FamilyTraits* TraitsFor(int family);
+
+// The files to read for `path`, in order: the file itself, or every volume of its set
+// (name.partN.rar, name.rar + name.r00..., name.001, name.002 ...). An incomplete set that
+// can be recognised as such gives false and a reason.
+bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error);
+
+// Passwords for one archive: those given beforehand, then whatever the observer answers.
+// The user is asked at most kMaxAsks times per archive.
+class PasswordBook {
+public:
+    static constexpr int kMaxAsks = 5;
+    void SetObserver(IOperationObserver* o, const QString& archivePath) {
+        m_observer = o;
+        m_archive = archivePath;
+    }
+    void Add(const QString& password);
+    void Forget() { m_known.clear(); }
+    void SetCurrentEntry(const QString& entry) { m_entry = entry; }
+    const char* Ask();  // null when the user cancels, no one can answer, or too many tries
+    bool Cancelled() const { return m_cancelled; }
+    bool Exhausted() const { return m_asks >= kMaxAsks; }
+    void CountFailure() { ++m_asks; }
+    const std::deque<std::string>& Known() const { return m_known; }
+
+private:
+    IOperationObserver* m_observer = nullptr;
+    QString m_archive, m_entry;
+    std::deque<std::string> m_known;
+    int m_asks = 0;
+    bool m_cancelled = false;
+};
+
+class LibarchiveSession {
+public:
+    LibarchiveSession() = default;
+    ~LibarchiveSession();
+    LibarchiveSession(const LibarchiveSession&) = delete;
+    LibarchiveSession& operator=(const LibarchiveSession&) = delete;
+
+    bool Open(const QStringList& volumes, const FamilyTraits& traits, PasswordBook* passwords,
+              QString* error);
+    archive* Handle() const { return m_archive; }
+    // Compressed bytes consumed so far.
+    qint64 Consumed() const;
+
+private:
+    archive* m_archive = nullptr;
+    std::vector<std::string> m_names;
+};
+
+// A header converted to an entry record (path normalised, skip flag set for unsafe names).
+struct ConvertedHeader {
+    ListedEntry entry;
+    bool unsafe = false;
+    QString rawName;
+    QString hardlinkTarget;  // normalised inner path of a hard link's target, empty if none
+    bool hardlinkUnsafe = false;
+};
+ConvertedHeader ConvertHeader(archive_entry* header, const FamilyTraits& traits);
+
+// An entry name as text: libarchive's UTF-8 form, else the raw bytes as UTF-8 when valid,
+// else read as code page 437 (the zip default).
+QString DecodeEntryName(const char* utf8, const char* raw);
+
+}  // namespace vz

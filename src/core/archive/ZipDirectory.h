@@ -1,0 +1,18 @@
+#pragma once
+// Listing a zip archive from its central directory: one read, one pass, no entry data read.
+
+#include <QString>
+#include <vector>
+
+#include "archive/EntryList.h"
+
+namespace vz {
+
+// Fills `entries` in central-directory order. False (with a reason) when the directory cannot
+// be found or is damaged; the libarchive lister is then tried.
+bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QString* error);
+
+// The compression method name of a zip method number.
+QString ZipMethodName(int method);
+
+}  // namespace vz

@@ -1,0 +1,48 @@
+#pragma once
+// Renaming a file or folder of the File Browser in place: the checks in their order, the
+// question for read-only, hidden and system files, and the rename itself. The texts are the
+// program's own; the File Browser only shows them.
+
+#include <QString>
+
+#include "platform/FileSystem.h"
+
+namespace vz::fileops {
+
+enum class RenameVerdict {
+    Rename,              // rename on disk (after the question, if any)
+    LabelOnly,           // the same name in another case: no change on disk, a success
+    EmptyName,           // "You must specify a file name."
+    ForbiddenCharacter,  // "A file name cannot contain any of the following characters:" ...
+    AlreadyExists,       // "A file with this name already exists. Specify a different name."
+};
+
+struct RenameCheck {
+    RenameVerdict verdict = RenameVerdict::Rename;
+    QString newName;  // the typed name without leading and trailing blanks
+    QString newPath;  // the old path's folder + "/" + newName
+};
+
+// Checks a typed name for the item at `oldPath`, in this order: empty, forbidden
+// characters, the same path without regard to case, something else already there.
+RenameCheck CheckRename(const QString& oldPath, const QString& typedName);
+
+// The message of a refused name (empty for Rename and LabelOnly), file or folder wording.
+QString RenameRefusalText(RenameVerdict verdict, bool isFolder);
+// "Error Renaming File" / "Error Renaming Folder".
+QString RenameErrorCaption(bool isFolder);
+// "Cannot rename the file." / "Cannot rename the folder.".
+QString RenameFailureText(bool isFolder);
+
+// "Confirm File Rename".
+QString RenameConfirmCaption();
+// For a system, else read-only, else hidden file: "Are you sure you want to rename the
+// read-only file 'a' to 'b'?" and the like; empty when no question is asked (ordinary
+// files and every folder).
+QString RenameConfirmation(const platform::FileFacts& facts, const QString& oldName,
+                           const QString& newName);
+
+// Renames without replacing anything that is there. False on failure.
+bool RenameOnDisk(const QString& oldPath, const QString& newPath);
+
+}  // namespace vz::fileops

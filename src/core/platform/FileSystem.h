@@ -1,0 +1,74 @@
+#pragma once
+// What the program asks of the file system: the facts about one path (size, times, the
+// MS-DOS style attributes), reading one folder level without a stat per entry, and removing
+// folder contents.
+//
+// Attributes are mapped as follows: read-only when the owner has no write permission,
+// hidden when the name starts with ".", system never (no such mark exists on disk here),
+// directory for folders.
+
+#include <QString>
+#include <QtGlobal>
+#include <functional>
+
+#include "common/Texts.h"
+
+namespace vz::platform {
+
+// Paths to and from the bytes that the file system uses.
+QByteArray EncodePath(const QString& path);
+QString DecodePath(const char* bytes);
+
+// The last component of a path ("/a/b.txt" gives "b.txt"), without trailing "/".
+QString FileNameOf(const QString& path);
+// Everything before the last component ("/a/b.txt" gives "/a", "/b" gives "/").
+QString FolderOf(const QString& path);
+
+struct FileFacts {
+    bool exists = false;     // something is there (a dangling link counts)
+    bool isFolder = false;   // a folder, or a link to one
+    bool isSymlink = false;  // the path itself is a symbolic link
+    bool isFile = false;     // a regular file, or a link to one
+    quint64 size = 0;        // bytes of a file; 0 for anything else
+    vz::FileTime modified;
+    vz::FileTime created;  // unknown where the file system keeps no birth time
+    vz::FileTime accessed;
+    quint32 mode = 0;        // st_mode
+    quint32 attributes = 0;  // DosAttribute bits
+};
+
+// Facts about `path`; a link is described by what it points to (its own facts when it
+// dangles), with isSymlink set.
+FileFacts ReadFacts(const QString& path);
+
+// DosAttribute bits for a name and mode (see above).
+quint32 AttributesFor(const QString& name, quint32 mode);
+inline bool IsReadOnly(quint32 attributes) {
+    return attributes & 0x01;
+}
+
+// Gives the owner write permission when it lacks it (never through a link). True when the
+// path is now writable by its owner.
+bool ClearReadOnly(const QString& path);
+
+// One entry of a folder as readdir tells it.
+struct DirEntry {
+    QString name;
+    enum class Kind { Folder, File, Symlink, Other } kind;
+    bool linkToFolder = false;  // a symbolic link that leads to a folder
+};
+
+// Calls `visit` for every entry of `folder` except "." and "..", in file-system order, until
+// it returns false. Only entries whose type readdir does not tell are stat'ed, and links
+// (to learn whether they lead to a folder). False when the folder cannot be read.
+bool ScanFolder(const QString& folder, const std::function<bool(const DirEntry&)>& visit);
+
+// Removes everything inside `folder` (links are removed, never followed), giving read-only
+// folders their write permission first. With stopAtFirstFailure the removal ends at the
+// first entry that cannot be removed (what was removed stays removed); without it every
+// removable entry goes. True when nothing failed.
+bool RemoveFolderContents(const QString& folder, bool stopAtFirstFailure);
+// The folder's contents and then the folder itself.
+bool RemoveFolder(const QString& folder, bool stopAtFirstFailure);
+
+}  // namespace vz::platform

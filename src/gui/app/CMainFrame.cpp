@@ -1,0 +1,424 @@
+#include "app/CMainFrame.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QCloseEvent>
+#include <QDir>
+#include <QEvent>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMenuBar>
+#include <QScreen>
+#include <QShortcut>
+#include <QStatusBar>
+#include <QToolBar>
+
+#include "app/CArchiveDock.h"
+#include "app/CArchiveDockToolbar.h"
+#include "app/CArchiveView.h"
+#include "app/CFileDock.h"
+#include "app/CFileView.h"
+#include "app/CVelaSplitter.h"
+#include "app/CVelaZipApp.h"
+#include "app/CommandIds.h"
+#include "app/Commands.h"
+#include "app/IProgressWindow.h"
+#include "app/VisualStyles.h"
+#include "archive/ArchiveClassifier.h"
+#include "archivebrowser/CVelaArchiveTree.h"
+#include "common/MessageBox.h"
+#include "platform/TempFolder.h"
+#include "settings/CLayoutProfile.h"
+#include "settings/CSettingsStore.h"
+
+namespace {
+
+// Swallows the tooltips of a toolbar when the settings turn them off.
+class TooltipBlocker : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::ToolTip) {
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+}  // namespace
+
+CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWindow(parent) {
+    setObjectName(QStringLiteral("MainFrame"));
+    // The settings are read once, before any browser exists.
+    CSettingsStore::Load(m_settings);
+    CreateClient();
+
+    m_look = vz::ValidLookId(CLayoutProfile::ApplicationLook());
+    vz::ApplyLook(m_look);
+    CreateMenus();
+
+    m_statusLabel = new QLabel(this);
+    m_statusLabel->setObjectName(QStringLiteral("StatusPane"));
+    m_statusLabel->setTextInteractionFlags(Qt::NoTextInteraction);
+    statusBar()->addWidget(m_statusLabel, 1);
+
+    // Both finder rows start hidden, whatever was saved; their sizes are kept.
+    m_archiveColumn->ToggleSecondPane();
+    m_fileColumn->ToggleSecondPane();
+    UpdateFinderCommands();
+
+    setWindowTitle(QString::fromLatin1(CVelaZipApp::kProductName));
+
+    CVelaArchiveTree* archiveTree = ArchiveTree();
+    archiveTree->SetArchiveExtensions(m_settings.EnabledExtensions);
+    connect(archiveTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
+    connect(FileTree(), &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
+    archiveTree->Populate(QString());
+    m_fileView->Dock()->FillRoots();
+
+    m_commandLinePath = PathFromArguments(arguments);
+    if (!m_commandLinePath.isEmpty()) {
+        archiveTree->Navigate(m_commandLinePath);
+    }
+    // A second copy started with an argument must not delete what a first copy still uses.
+    vz::platform::PrepareTempFolder(arguments.isEmpty());
+    m_tempFolder = vz::platform::TempFolderPath();
+
+    // Both browser histories start here, empty and recording, once browsing history exists.
+
+    if (!m_settings.EnableShowTooltipForToolbars) {
+        auto* blocker = new TooltipBlocker(this);
+        m_archiveView->Dock()->Toolbar()->installEventFilter(blocker);
+        m_fileView->Dock()->Toolbar()->installEventFilter(blocker);
+        for (QToolBar* toolbar : {static_cast<QToolBar*>(m_archiveView->Dock()->Toolbar()),
+                                  m_fileView->Dock()->Toolbar()}) {
+            for (QWidget* button : toolbar->findChildren<QWidget*>()) {
+                button->installEventFilter(blocker);
+            }
+        }
+    }
+    archiveTree->setFocus();
+}
+
+CMainFrame::~CMainFrame() = default;
+
+void CMainFrame::CreateClient() {
+    QSize size(1000, 680);
+    if (QScreen* screen = QGuiApplication::primaryScreen()) {
+        const QSize available = screen->availableSize();
+        size = size.boundedTo(available * 9 / 10);
+    }
+    resize(size);
+    const int width = size.width();
+    const int height = size.height() - 60;  // menu and status bar
+
+    m_mainSplitter = new CVelaSplitter(0, Qt::Horizontal, this);
+    m_archiveColumn = new CVelaSplitter(1, Qt::Vertical, m_mainSplitter);
+    m_fileColumn = new CVelaSplitter(2, Qt::Vertical, m_mainSplitter);
+    m_mainSplitter->setObjectName(QStringLiteral("MainSplitter"));
+    m_archiveColumn->setObjectName(QStringLiteral("ArchiveColumn"));
+    m_fileColumn->setObjectName(QStringLiteral("FileColumn"));
+
+    m_archiveView = new CArchiveView(m_archiveColumn);
+    m_archiveFinderView = new QWidget(m_archiveColumn);
+    m_archiveFinderView->setObjectName(QStringLiteral("ArchiveFinderView"));
+    m_fileView = new CFileView(m_fileColumn);
+    m_fileFinderView = new QWidget(m_fileColumn);
+    m_fileFinderView->setObjectName(QStringLiteral("FileFinderView"));
+
+    m_mainSplitter->SetPane(0, m_archiveColumn, width / 2, 200);
+    m_mainSplitter->SetPane(1, m_fileColumn, width / 2, 200);
+    m_archiveColumn->SetPane(0, m_archiveView, 3 * (height / 4), 100);
+    m_archiveColumn->SetPane(1, m_archiveFinderView, height / 4, 100);
+    m_fileColumn->SetPane(0, m_fileView, 3 * (height / 4), 100);
+    m_fileColumn->SetPane(1, m_fileFinderView, height / 4, 100);
+    m_mainSplitter->SetNested(m_archiveColumn, m_fileColumn);
+    setCentralWidget(m_mainSplitter);
+
+    // Loading the main splitter loads both columns too, so each column is loaded twice.
+    m_mainSplitter->LoadState();
+    m_archiveColumn->LoadState();
+    m_fileColumn->LoadState();
+}
+
+void CMainFrame::CreateMenus() {
+    using namespace vz::cmd;
+    QMenuBar* bar = menuBar();
+
+    QMenu* file = bar->addMenu(QStringLiteral("&File"));
+    QAction* exit = vz::NewCommand(this, kExit, QStringLiteral("E&xit"),
+                                   QStringLiteral("Quits the application"), QStringLiteral("Exit"));
+    connect(exit, &QAction::triggered, this, &QWidget::close);
+    file->addAction(exit);
+
+    QMenu* view = bar->addMenu(QStringLiteral("&View"));
+    QAction* archiveFinder =
+        vz::NewCommand(this, kShowArchiveFinder, QStringLiteral("Show &Archive Finder"));
+    QAction* fileFinder =
+        vz::NewCommand(this, kShowFileFinder, QStringLiteral("Show &File Finder"));
+    connect(archiveFinder, &QAction::triggered, this, &CMainFrame::OnToggleArchiveFinder);
+    connect(fileFinder, &QAction::triggered, this, &CMainFrame::OnToggleFileFinder);
+    view->addAction(archiveFinder);
+    view->addAction(fileFinder);
+    view->addSeparator();
+    QMenu* looks = view->addMenu(QStringLiteral("Application &Look"));
+    m_looks = new QActionGroup(this);
+    m_looks->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
+    for (const int id : {kLookWindows, kLookOffice2007Blue, kLookOffice2007Black,
+                         kLookOffice2007Silver, kLookOffice2007Aqua}) {
+        QAction* look = vz::NewCommand(this, id, vz::LookMenuText(id));
+        look->setCheckable(true);
+        m_looks->addAction(look);
+        looks->addAction(look);
+        connect(look, &QAction::triggered, this, [this, id] { OnApplicationLook(id); });
+    }
+    UpdateLookMarks();
+
+    // Browsing history, bookmarks, the options dialog and the help file arrive later; their
+    // commands are in place and disabled until then.
+    QMenu* history = bar->addMenu(QStringLiteral("&History"));
+    history->addSection(QStringLiteral("Archive Browser"));
+    QAction* archiveBack = vz::NewCommand(this, kArchiveHistoryBack, QStringLiteral("&Back"),
+                                          QStringLiteral("Back to previous history item"),
+                                          QStringLiteral("Back"), QStringLiteral("go-previous"));
+    archiveBack->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Left));
+    QAction* archiveForward =
+        vz::NewCommand(this, kArchiveHistoryForward, QStringLiteral("&Forward"),
+                       QStringLiteral("Forward to next history item"), QStringLiteral("Forward"),
+                       QStringLiteral("go-next"));
+    archiveForward->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Right));
+    QAction* archiveClear = vz::NewCommand(
+        this, kArchiveHistoryClear, QStringLiteral("&Clear History"),
+        QStringLiteral("Clear the archive browser history"), QStringLiteral("Clear"));
+    history->addActions({archiveBack, archiveForward, archiveClear});
+    history->addSection(QStringLiteral("File Browser"));
+    QAction* fileBack = vz::NewCommand(this, kFileHistoryBack, QStringLiteral("&Back"),
+                                       QStringLiteral("Back to previous history item"),
+                                       QStringLiteral("Back"), QStringLiteral("go-previous"));
+    fileBack->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Left));
+    QAction* fileForward = vz::NewCommand(this, kFileHistoryForward, QStringLiteral("&Forward"),
+                                          QStringLiteral("Forward to next history item"),
+                                          QStringLiteral("Forward"), QStringLiteral("go-next"));
+    fileForward->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Right));
+    QAction* fileClear =
+        vz::NewCommand(this, kFileHistoryClear, QStringLiteral("&Clear History"),
+                       QStringLiteral(" Clear the file browser history"), QStringLiteral("Clear"));
+    history->addActions({fileBack, fileForward, fileClear});
+
+    QMenu* bookmarks = bar->addMenu(QStringLiteral("&Bookmarks"));
+    QAction* archiveBookmarks = vz::NewCommand(this, kArchiveBookmarksManager,
+                                               QStringLiteral("&Archive Bookmarks Manager..."),
+                                               QStringLiteral("Management of archive bookmarks"));
+    QAction* fileBookmarks =
+        vz::NewCommand(this, kFileBookmarksManager, QStringLiteral("&File Bookmarks Manager..."),
+                       QStringLiteral("Management of file bookmarks"));
+    bookmarks->addActions({archiveBookmarks, fileBookmarks});
+
+    QMenu* tools = bar->addMenu(QStringLiteral("&Tools"));
+    QAction* options = vz::NewCommand(this, kOptions, QStringLiteral("&Options..."),
+                                      QStringLiteral("Changes options"));
+    tools->addAction(options);
+
+    QMenu* help = bar->addMenu(QStringLiteral("&Help"));
+    QAction* helpTopics =
+        vz::NewCommand(this, kHelpTopics, QStringLiteral("&Help Topics"),
+                       QStringLiteral("Shows table of contents of online documentation"));
+    QAction* homePage =
+        vz::NewCommand(this, kHomePage, QStringLiteral("Vela-ZIP Archiver Home Page"),
+                       QStringLiteral("Visit Vela-ZIP Archiver home page"));
+    QAction* about = vz::NewCommand(this, kAbout, QStringLiteral("&About Vela-ZIP Archiver"),
+                                    QStringLiteral("About"));
+    connect(about, &QAction::triggered, this, &CMainFrame::OnAbout);
+    help->addActions({helpTopics, homePage});
+    help->addSeparator();
+    help->addAction(about);
+
+    for (QAction* later :
+         {archiveBack, archiveForward, archiveClear, fileBack, fileForward, fileClear,
+          archiveBookmarks, fileBookmarks, options, helpTopics, homePage}) {
+        later->setEnabled(false);
+    }
+
+    // F6 and Shift+F6 move between the panes.
+    auto* next = new QShortcut(QKeySequence(Qt::Key_F6), this);
+    auto* previous = new QShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F6), this);
+    connect(next, &QShortcut::activated, this, [this] { FocusNextPane(1); });
+    connect(previous, &QShortcut::activated, this, [this] { FocusNextPane(-1); });
+}
+
+CVelaArchiveTree* CMainFrame::ArchiveTree() const {
+    return m_archiveView->Dock()->Tree();
+}
+
+CVelaDragDropTree* CMainFrame::FileTree() const {
+    return m_fileView->Dock()->Tree();
+}
+
+CVelaSplitter* CMainFrame::Splitter(int number) const {
+    switch (number) {
+        case 0:
+            return m_mainSplitter;
+        case 1:
+            return m_archiveColumn;
+        case 2:
+            return m_fileColumn;
+        default:
+            return nullptr;
+    }
+}
+
+QString CMainFrame::StatusText() const {
+    return m_statusLabel->text();
+}
+
+void CMainFrame::SetStatusText(const QString& text) {
+    m_statusLabel->setText(text);
+}
+
+void CMainFrame::OnApplicationLook(int id) {
+    m_look = vz::ValidLookId(id);
+    vz::ApplyLook(m_look);
+    CLayoutProfile::SetApplicationLook(m_look);
+    UpdateLookMarks();
+}
+
+void CMainFrame::UpdateLookMarks() {
+    for (QAction* look : m_looks->actions()) {
+        look->setChecked(vz::CommandId(look) == m_look);
+    }
+}
+
+bool CMainFrame::IsArchiveFinderShown() const {
+    return !m_archiveColumn->IsSecondPaneHidden();
+}
+
+bool CMainFrame::IsFileFinderShown() const {
+    return !m_fileColumn->IsSecondPaneHidden();
+}
+
+void CMainFrame::OnToggleArchiveFinder() {
+    m_archiveColumn->ToggleSecondPane();
+    UpdateFinderCommands();
+}
+
+void CMainFrame::OnToggleFileFinder() {
+    m_fileColumn->ToggleSecondPane();
+    UpdateFinderCommands();
+}
+
+void CMainFrame::HideArchiveFinder() {
+    if (IsArchiveFinderShown()) {
+        OnToggleArchiveFinder();
+    }
+}
+
+void CMainFrame::HideFileFinder() {
+    if (IsFileFinderShown()) {
+        OnToggleFileFinder();
+    }
+}
+
+void CMainFrame::UpdateFinderCommands() {
+    if (QAction* a = vz::FindCommand(this, vz::cmd::kShowArchiveFinder)) {
+        a->setText(IsArchiveFinderShown() ? QStringLiteral("&Hide Archive Finder")
+                                          : QStringLiteral("&Show Archive Finder"));
+    }
+    if (QAction* a = vz::FindCommand(this, vz::cmd::kShowFileFinder)) {
+        a->setText(IsFileFinderShown() ? QStringLiteral("Hide &File Finder")
+                                       : QStringLiteral("Show &File Finder"));
+    }
+}
+
+void CMainFrame::FocusNextPane(int step) {
+    QList<QWidget*> panes{ArchiveTree()};
+    if (IsArchiveFinderShown()) {
+        panes << m_archiveFinderView;
+    }
+    panes << FileTree();
+    if (IsFileFinderShown()) {
+        panes << m_fileFinderView;
+    }
+    int at = 0;
+    for (int i = 0; i < panes.size(); ++i) {
+        if (panes[i] == focusWidget() || panes[i]->isAncestorOf(focusWidget())) {
+            at = i;
+        }
+    }
+    const int count = static_cast<int>(panes.size());
+    QWidget* target = panes[(at + step + count) % count];
+    target->setFocus(step > 0 ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+}
+
+void CMainFrame::BeginOperation(Operation operation, IProgressWindow* progress) {
+    m_busy[static_cast<size_t>(operation)] = Busy{true, progress};
+}
+
+void CMainFrame::EndOperation(Operation operation) {
+    m_busy[static_cast<size_t>(operation)] = Busy{};
+}
+
+bool CMainFrame::IsBusy(Operation operation) const {
+    return m_busy[static_cast<size_t>(operation)].running;
+}
+
+bool CMainFrame::BusyCheck() {
+    for (const Busy& busy : m_busy) {
+        if (busy.running) {
+            if (busy.progress != nullptr) {
+                busy.progress->PostStopRequest();
+            }
+            return true;
+        }
+    }
+    return false;
+}
+
+void CMainFrame::OnAbout() {
+    vz::ShowMessageBox(this, QStringLiteral("About Vela-ZIP Archiver"),
+                       QStringLiteral("%1\nVersion %2")
+                           .arg(QString::fromLatin1(CVelaZipApp::kProductName),
+                                QString::fromLatin1(CVelaZipApp::kVersion)),
+                       QMessageBox::Information);
+}
+
+QString CMainFrame::PathFromArguments(const QStringList& arguments) const {
+    if (arguments.isEmpty()) {
+        return {};
+    }
+    QString path = arguments.first();
+    auto isQuote = [](QChar c) { return c == QLatin1Char('"') || c == QLatin1Char('\''); };
+    while (!path.isEmpty() && path.front().isSpace())
+        path.remove(0, 1);
+    while (!path.isEmpty() && isQuote(path.front()))
+        path.remove(0, 1);
+    while (!path.isEmpty() && path.back().isSpace())
+        path.chop(1);
+    while (!path.isEmpty() && isQuote(path.back()))
+        path.chop(1);
+    if (path.isEmpty()) {
+        return {};
+    }
+    const QString absolute = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    if (QFileInfo::exists(absolute)) {
+        return absolute;
+    }
+    // A place inside an archive exists when the archive does.
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(absolute);
+    if (!parts.archivePath.isEmpty() && !parts.innerPath.isEmpty() &&
+        vz::ClassifyPath(absolute, m_settings.EnabledExtensions) != 0) {
+        return absolute;
+    }
+    return {};
+}
+
+void CMainFrame::closeEvent(QCloseEvent* event) {
+    if (BusyCheck()) {
+        event->ignore();
+        return;
+    }
+    m_mainSplitter->SaveState();
+    event->accept();
+}

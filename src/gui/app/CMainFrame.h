@@ -1,0 +1,106 @@
+#pragma once
+// The main window: the Archive Browser and the File Browser side by side, each above its
+// finder row, the menu bar with the command table, and the status bar.
+//
+// The frame owns the settings record (loaded once, before the browsers exist), the busy
+// state of the long operations, and the temporary folder.
+
+#include <QMainWindow>
+#include <QStringList>
+#include <array>
+
+#include "settings/CSettingsRecord.h"
+
+class CArchiveView;
+class CFileView;
+class CVelaArchiveTree;
+class CVelaDragDropTree;
+class CVelaSplitter;
+class IProgressWindow;
+class QActionGroup;
+class QLabel;
+
+class CMainFrame : public QMainWindow {
+    Q_OBJECT
+public:
+    // The long operations the frame keeps track of, in the order the busy check asks them.
+    enum class Operation { Archive = 0, File, SecondArchive, FinderSearch };
+
+    // `arguments` are the program's arguments without the program itself.
+    explicit CMainFrame(const QStringList& arguments, QWidget* parent = nullptr);
+    ~CMainFrame() override;
+
+    CSettingsRecord& Settings() { return m_settings; }
+    const CSettingsRecord& Settings() const { return m_settings; }
+
+    CVelaArchiveTree* ArchiveTree() const;
+    CVelaDragDropTree* FileTree() const;
+    CArchiveView* ArchiveView() const { return m_archiveView; }
+    CFileView* FileView() const { return m_fileView; }
+    // 0 the main splitter, 1 the Archive Browser column, 2 the File Browser column.
+    CVelaSplitter* Splitter(int number) const;
+
+    // The path given on the command line (empty when none was given or it does not exist).
+    QString CommandLinePath() const { return m_commandLinePath; }
+    // The folder for files opened from archives.
+    QString TempFolder() const { return m_tempFolder; }
+    QString StatusText() const;
+    void SetStatusText(const QString& text);
+
+    // Visual style.
+    int ApplicationLook() const { return m_look; }
+    void OnApplicationLook(int id);
+
+    // The finder rows.
+    bool IsArchiveFinderShown() const;
+    bool IsFileFinderShown() const;
+    void OnToggleArchiveFinder();
+    void OnToggleFileFinder();
+    void HideArchiveFinder();
+    void HideFileFinder();
+
+    // A long operation starts (with its progress window) and ends.
+    void BeginOperation(Operation operation, IProgressWindow* progress);
+    void EndOperation(Operation operation);
+    bool IsBusy(Operation operation) const;
+    // Run before closing and before the options: when an operation runs, asks the first
+    // running one to stop and returns true (the command is then refused).
+    bool BusyCheck();
+
+    void OnAbout();
+
+    // The command-line path rule: the first argument, trimmed of blanks and quotes, made
+    // absolute; kept when it exists, or when it leads into an existing archive.
+    QString PathFromArguments(const QStringList& arguments) const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void CreateClient();
+    void CreateMenus();
+    void UpdateFinderCommands();
+    void UpdateLookMarks();
+    void FocusNextPane(int step);
+
+    CSettingsRecord m_settings;
+    QString m_commandLinePath;
+    QString m_tempFolder;
+    int m_look = 0;
+
+    CVelaSplitter* m_mainSplitter = nullptr;
+    CVelaSplitter* m_archiveColumn = nullptr;
+    CVelaSplitter* m_fileColumn = nullptr;
+    CArchiveView* m_archiveView = nullptr;
+    QWidget* m_archiveFinderView = nullptr;
+    CFileView* m_fileView = nullptr;
+    QWidget* m_fileFinderView = nullptr;
+    QLabel* m_statusLabel = nullptr;
+    QActionGroup* m_looks = nullptr;
+
+    struct Busy {
+        bool running = false;
+        IProgressWindow* progress = nullptr;
+    };
+    std::array<Busy, 4> m_busy;
+};

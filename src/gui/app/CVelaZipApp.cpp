@@ -1,0 +1,32 @@
+#include "app/CVelaZipApp.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include "app/CMainFrame.h"
+#include "archive/CArchiveUnpacker.h"
+#include "common/CItemIcons.h"
+
+void CVelaZipApp::Initialise(QApplication& app) {
+    app.setApplicationName(QString::fromLatin1(kProductName));
+    app.setApplicationVersion(QString::fromLatin1(kVersion));
+    app.setOrganizationName(QStringLiteral("Vela Systems"));
+    app.setDesktopFileName(QStringLiteral("velazip"));
+    vz::EnsureUtf8Locale();
+    CItemIcons::SelectIconTheme();
+    app.setWindowIcon(QIcon::fromTheme(QStringLiteral("package-x-generic"),
+                                       QIcon::fromTheme(QStringLiteral("application-zip"))));
+}
+
+CAppFlags& CVelaZipApp::Flags() {
+    static CAppFlags flags;
+    return flags;
+}
+
+int CVelaZipApp::Run(int argc, char** argv) {
+    QApplication app(argc, argv);
+    Initialise(app);
+    CMainFrame frame(app.arguments().mid(1));
+    frame.show();
+    return app.exec();
+}

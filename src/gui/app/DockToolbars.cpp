@@ -1,0 +1,64 @@
+#include "app/DockToolbars.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QToolBar>
+#include <QToolButton>
+
+#include "app/Commands.h"
+
+namespace vz {
+
+namespace {
+
+QMenu* AddDropDown(QToolBar* toolbar, QAction* action, const QString& placeholder) {
+    auto* menu = new QMenu(placeholder, toolbar);
+    action->setMenu(menu);
+    toolbar->addAction(action);
+    if (auto* button = qobject_cast<QToolButton*>(toolbar->widgetForAction(action))) {
+        button->setPopupMode(QToolButton::MenuButtonPopup);
+    }
+    return menu;
+}
+
+}  // namespace
+
+DockToolbarMenus FillDockToolbar(QToolBar* toolbar, const DockToolbarCommands& c) {
+    toolbar->setIconSize(QSize(16, 16));
+    toolbar->setMovable(false);
+    toolbar->setFloatable(false);
+    toolbar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+
+    DockToolbarMenus menus;
+    QAction* back = NewCommand(toolbar, c.back, QStringLiteral("Back"),
+                               QStringLiteral("Back to previous history item"),
+                               QStringLiteral("Back"), QStringLiteral("go-previous"));
+    QAction* forward = NewCommand(toolbar, c.forward, QStringLiteral("Forward"),
+                                  QStringLiteral("Forward to next history item"),
+                                  QStringLiteral("Forward"), QStringLiteral("go-next"));
+    QAction* bookmarks =
+        NewCommand(toolbar, c.bookmarks, QStringLiteral("Bookmarks"), c.bookmarksTip,
+                   QStringLiteral("Bookmarks"), QStringLiteral("bookmarks"));
+    QAction* add =
+        NewCommand(toolbar, c.addBookmark, QStringLiteral("Add Bookmarks"), c.addBookmarkTip,
+                   QStringLiteral("Add Bookmarks"), QStringLiteral("bookmark-new"));
+    QAction* drives = NewCommand(toolbar, c.drives, QStringLiteral("Drives"), {},
+                                 QStringLiteral("Drives"), QStringLiteral("drive-harddisk"));
+    QAction* sync = NewCommand(toolbar, c.sync, QStringLiteral("Sync"), c.syncTip,
+                               QStringLiteral("Sync"), QStringLiteral("view-refresh"));
+
+    menus.back = AddDropDown(toolbar, back, QStringLiteral("<HISTORY>"));
+    menus.forward = AddDropDown(toolbar, forward, QStringLiteral("<HISTORY>"));
+    toolbar->addSeparator();
+    menus.bookmarks = AddDropDown(toolbar, bookmarks, QStringLiteral("<BOOKMARKS>"));
+    toolbar->addAction(add);
+    toolbar->addSeparator();
+    toolbar->addAction(drives);
+    toolbar->addAction(sync);
+    for (QAction* action : {back, forward, bookmarks, add, drives, sync}) {
+        action->setEnabled(false);
+    }
+    return menus;
+}
+
+}  // namespace vz

@@ -1,0 +1,91 @@
+#include "common/CItemIcons.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileIconProvider>
+#include <QFileInfo>
+#include <QMimeDatabase>
+#include <QStyle>
+
+namespace {
+
+QIcon StandardIcon(QStyle::StandardPixmap which) {
+    return QApplication::style() ? QApplication::style()->standardIcon(which) : QIcon();
+}
+
+QFileIconProvider& Provider() {
+    static QFileIconProvider provider;
+    return provider;
+}
+
+}  // namespace
+
+void CItemIcons::SelectIconTheme() {
+    if (!QIcon::hasThemeIcon(QStringLiteral("folder"))) {
+        QIcon::setThemeName(QStringLiteral("breeze"));
+    }
+    if (QIcon::fallbackThemeName().isEmpty()) {
+        QIcon::setFallbackThemeName(QStringLiteral("hicolor"));
+    }
+}
+
+QIcon CItemIcons::FolderIcon() {
+    static const QIcon icon = [] {
+        if (!QIcon::hasThemeIcon(QStringLiteral("folder"))) {
+            QIcon standard = StandardIcon(QStyle::SP_DirClosedIcon);
+            for (const QSize& size : StandardIcon(QStyle::SP_DirOpenIcon).availableSizes()) {
+                standard.addPixmap(StandardIcon(QStyle::SP_DirOpenIcon).pixmap(size), QIcon::Normal,
+                                   QIcon::On);
+            }
+            return standard;
+        }
+        const QIcon closed = QIcon::fromTheme(QStringLiteral("folder"));
+        const QIcon open = QIcon::fromTheme(QStringLiteral("folder-open"), closed);
+        QIcon both;
+        for (const int size : {16, 22, 24, 32, 48}) {
+            both.addPixmap(closed.pixmap(size), QIcon::Normal, QIcon::Off);
+            both.addPixmap(open.pixmap(size), QIcon::Normal, QIcon::On);
+        }
+        return both;
+    }();
+    return icon;
+}
+
+QIcon CItemIcons::IconForName(const QString& name) {
+    static QMimeDatabase db;
+    static QHash<QString, QIcon> byMimeType;
+    const QMimeType mime = db.mimeTypeForFile(name, QMimeDatabase::MatchExtension);
+    auto it = byMimeType.constFind(mime.name());
+    if (it != byMimeType.constEnd()) {
+        return *it;
+    }
+    QIcon icon = QIcon::fromTheme(mime.iconName(), QIcon::fromTheme(mime.genericIconName()));
+    if (icon.isNull()) {
+        icon =
+            QIcon::fromTheme(QStringLiteral("text-x-generic"), StandardIcon(QStyle::SP_FileIcon));
+    }
+    byMimeType.insert(mime.name(), icon);
+    return icon;
+}
+
+QIcon CItemIcons::IconForPath(const QString& path) {
+    const QFileInfo info(path);
+    if (info.isDir() && !info.isRoot() && path != QDir::homePath()) {
+        return FolderIcon();
+    }
+    QIcon icon = Provider().icon(info);
+    if (icon.isNull()) {
+        icon = info.isDir() ? FolderIcon() : IconForName(info.fileName());
+    }
+    return icon;
+}
+
+QIcon CItemIcons::IconForPlace(const QString& path, bool removable) {
+    if (removable) {
+        return QIcon::fromTheme(QStringLiteral("drive-removable-media"), IconForPath(path));
+    }
+    if (path == QDir::homePath()) {
+        return QIcon::fromTheme(QStringLiteral("user-home"), FolderIcon());
+    }
+    return QIcon::fromTheme(QStringLiteral("drive-harddisk"), IconForPath(path));
+}

@@ -1,0 +1,128 @@
+// velazip-cli's reading commands, run as a user or a script runs them: no terminal, the
+// settings file of its own, exit codes and one-line failures.
+
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "FamilyFixtures.h"
+#include "TestSupport.h"
+
+class CliReadTest : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+    QString m_zip;
+
+    vzt::ToolResult Cli(const QStringList& args) {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_CONFIG_HOME", m_dir.filePath("config"));
+        p.setProcessEnvironment(env);
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.start(vzt::BinaryDir() + "/velazip-cli", args);
+        p.closeWriteChannel();
+        vzt::ToolResult r;
+        if (!p.waitForFinished(60000)) return r;
+        r.output = p.readAll();
+        r.exitCode = p.exitCode();
+        return r;
+    }
+    QString Ini() const { return m_dir.filePath("config/Vela Systems/Vela-ZIP Archiver/velazip.ini"); }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(vzt::MakeTree(m_dir.filePath("src"), {{"Gamma.txt", "g"}, {"alpha.txt", "a"}, {"Beta.txt", "b"},
+                                                      {"docs/deep/x.txt", "x"}, {"docs/readme.md", "r"}}));
+        const auto a = vzt::MakeFamilyArchive("zip-nodirs", m_dir.filePath("src"), m_dir.path());
+        QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
+        m_zip = a.path;
+    }
+
+    void firstRunMakesTheSettingsFile() {
+        QVERIFY(!QFile::exists(Ini()));
+        QCOMPARE(Cli({"classify", m_zip}).output, QByteArray("1\n"));
+        QVERIFY(QFile::exists(Ini()));
+        QVERIFY(vzt::ReadAll(Ini()).contains("UnpackFoldersWithoutPaths=Yes"));
+    }
+
+    void listing() {
+        auto r = Cli({"list", m_zip});
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.output, QByteArray("docs/\nalpha.txt\nBeta.txt\nGamma.txt\n"));
+        r = Cli({"list", m_zip + "/docs"});
+        QCOMPARE(r.output, QByteArray("deep/\nreadme.md\n"));
+        r = Cli({"list", "--all", m_zip});
+        QCOMPARE(r.exitCode, 0);
+        const QList<QByteArray> lines = r.output.trimmed().split('\n');
+        QCOMPARE(lines.size(), 5);
+        QVERIFY(r.output.contains(" docs/deep/x.txt\n"));
+        QVERIFY(QRegularExpression("^f +1 \\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\S+$")
+                    .match(QString::fromUtf8(lines.first()))
+                    .hasMatch());
+        // A disk folder lists its sub-folders, then its archives.
+        r = Cli({"list", m_dir.path()});
+        QVERIFY2(r.output.startsWith("config/\nsrc/\n") && r.output.endsWith("x.zip\n"), r.output.constData());
+        QVERIFY(Cli({"info", m_zip + "/docs/readme.md"}).output.startsWith("Size - 1 bytes, Packed - 1 bytes"));
+    }
+
+    void failuresAreOneLineAndNonZero() {
+        auto r = Cli({"list", m_dir.filePath("src/alpha.txt")});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output.count('\n'), 1);
+        QVERIFY(r.output.contains("alpha.txt"));
+        QVERIFY(vzt::WriteAll(m_dir.filePath("bad.zip"), "not a zip"));
+        r = Cli({"extract", m_dir.filePath("bad.zip"), m_dir.filePath("out")});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output.count('\n'), 1);
+        QVERIFY(r.output.contains("bad.zip"));
+        QCOMPARE(Cli({"frobnicate"}).exitCode, 2);
+        QCOMPARE(Cli({"extract", m_zip}).exitCode, 2);
+        QCOMPARE(Cli({"--help"}).exitCode, 0);
+        QVERIFY(Cli({"--help"}).output.contains("--files-without-paths"));
+    }
+
+    // The settings give the defaults; options override them for one run.
+    void extractFollowsSettingsAndOptions() {
+        const QString out = m_dir.filePath("x1");
+        QCOMPARE(Cli({"extract", m_zip + "/docs/deep/x.txt", out}).exitCode, 0);
+        QCOMPARE(vzt::ListTree(out), QStringList{"x.txt"});  // files without paths by default
+        QCOMPARE(Cli({"extract", "--files-with-paths", m_zip + "/docs/deep/x.txt", m_dir.filePath("x2")}).exitCode, 0);
+        QCOMPARE(vzt::ListTree(m_dir.filePath("x2")), (QStringList{"docs/", "docs/deep/", "docs/deep/x.txt"}));
+        QString ini = QString::fromUtf8(vzt::ReadAll(Ini()));
+        ini.replace("UnpackFilesWithoutPaths=Yes", "UnpackFilesWithoutPaths=No");
+        QVERIFY(vzt::WriteAll(Ini(), ini.toUtf8()));
+        QCOMPARE(Cli({"extract", m_zip + "/docs/deep/x.txt", m_dir.filePath("x3")}).exitCode, 0);
+        QCOMPARE(vzt::ListTree(m_dir.filePath("x3")).size(), 3);
+        ini.replace("UnpackFilesWithoutPaths=No", "UnpackFilesWithoutPaths=Yes");
+        QVERIFY(vzt::WriteAll(Ini(), ini.toUtf8()));
+    }
+
+    // Without a terminal nothing waits: existing files are skipped and reported.
+    void overwriteWithoutTerminal() {
+        const QString out = m_dir.filePath("ow");
+        QVERIFY(vzt::MakeTree(out, {{"alpha.txt", "old"}}));
+        auto r = Cli({"extract", m_zip, out});
+        QCOMPARE(r.exitCode, 0);
+        QVERIFY(r.output.contains("Skipped") && r.output.contains("alpha.txt"));
+        QCOMPARE(vzt::ReadAll(out + "/alpha.txt"), QByteArray("old"));
+        QCOMPARE(vzt::ReadAll(out + "/Beta.txt"), QByteArray("b"));
+        QCOMPARE(Cli({"extract", "--overwrite", "always", m_zip, out}).exitCode, 0);
+        QCOMPARE(vzt::ReadAll(out + "/alpha.txt"), QByteArray("a"));
+        QCOMPARE(Cli({"extract", "--overwrite", "sometimes", m_zip, out}).exitCode, 2);
+    }
+
+    void passwordsWithoutTerminal() {
+        QVERIFY(vzt::Shell("zip -q -P pw enc.zip src/alpha.txt", m_dir.path()).Ok());
+        auto r = Cli({"extract", m_dir.filePath("enc.zip"), m_dir.filePath("e1")});
+        QCOMPARE(r.exitCode, 1);
+        QVERIFY2(r.output.contains("a password is required"), r.output.constData());
+        r = Cli({"extract", "--password", "nope", m_dir.filePath("enc.zip"), m_dir.filePath("e2")});
+        QVERIFY(r.output.contains("the password is wrong"));
+        r = Cli({"test", "--password", "pw", m_dir.filePath("enc.zip")});
+        QCOMPARE(r.exitCode, 0);
+        QVERIFY(r.output.endsWith(": OK\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(CliReadTest)
+#include "tst_cli_read.moc"

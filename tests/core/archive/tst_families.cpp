@@ -1,0 +1,297 @@
+// Every archive family, made by the real tools: listing one level, descriptions, and
+// extraction under each of the unpack settings, byte for byte.
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "FamilyFixtures.h"
+#include "TestObserver.h"
+#include "TestSupport.h"
+#include "archive/ArchiveClassifier.h"
+#include "archive/CArchiveUnpacker.h"
+
+namespace {
+
+const QByteArray kBinary = vzt::RandomBytes(61440, 7);
+
+QMap<QString, QByteArray> SourceFiles() {
+    return {{"alpha.txt", "alpha\n"},
+            {"Beta.txt", "Beta\n"},
+            {"Gamma.txt", "Gamma\n"},
+            {"docs/readme.md", "# read me\n"},
+            {"docs/deep/inner/file.bin", kBinary},
+            {"empty/", {}}};
+}
+
+QStringList Names(const std::vector<ArchiveLevelFolder>& folders) {
+    QStringList n;
+    for (const auto& f : folders)
+        n << f.name + (f.hasChildren ? "+" : "");
+    return n;
+}
+
+}  // namespace
+
+class FamiliesTest : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+    QString m_source;
+
+    std::unique_ptr<CArchiveUnpacker> Open(const vzt::FamilyArchive& a) {
+        const int family = vz::ClassifyPath(a.path, vzt::AllExtensions());
+        auto u = vz::CreateUnpacker(family);
+        if (!u || !vz::OpenForFamily(*u, a.path))
+            return nullptr;
+        return u;
+    }
+
+    vzt::FamilyArchive Make(const QString& kind) {
+        const auto a = vzt::MakeFamilyArchive(kind, m_source, m_dir.filePath("out-" + kind));
+        if (!a.error.isEmpty())
+            qWarning("%s", qPrintable(a.error));
+        return a;
+    }
+
+    void Rows() {
+        QTest::addColumn<QString>("kind");
+        for (const QString& k : vzt::FamilyKinds())
+            QTest::newRow(qPrintable(k)) << k;
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        m_source = m_dir.filePath("src");
+        QVERIFY(vzt::MakeTree(m_source, SourceFiles()));
+    }
+
+    void listing_data() { Rows(); }
+    void listing() {
+        QFETCH(QString, kind);
+        const auto a = Make(kind);
+        QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
+        auto u = Open(a);
+        QVERIFY2(u, qPrintable(a.path));
+        QString top;
+        ArchiveLevel level;
+        if (!a.tarLevel.isEmpty()) {
+            QVERIFY(u->IsTarInside());
+            QVERIFY(u->ListLevel(QString(), level));
+            QCOMPARE(Names(level.folders), QStringList{a.tarLevel + "+"});
+            QVERIFY(level.files.isEmpty());
+            top = a.tarLevel + "/";
+        }
+        QVERIFY(u->ListLevel(top.chopped(top.isEmpty() ? 0 : 1), level));
+        QStringList folders{"docs+"};
+        if (a.storesFolders)
+            folders << "empty";
+        QCOMPARE(Names(level.folders), folders);
+        QCOMPARE(level.files, (QStringList{"alpha.txt", "Beta.txt", "Gamma.txt"}));
+
+        QVERIFY(u->ListLevel(top + "docs", level));
+        QCOMPARE(Names(level.folders), QStringList{"deep+"});
+        QCOMPARE(level.files, QStringList{"readme.md"});
+        QVERIFY(u->IsFolder(top + "docs/deep"));
+        QVERIFY(u->IsFolder(top + "DOCS/Deep"));  // case does not matter
+        QVERIFY(!u->IsFolder(top + "docs/readme.md"));
+
+        // Descriptions: comma-separated "Label - value" fields.
+        const QString file = u->GetFileOutputInfo(top + "docs/deep/inner/file.bin");
+        QVERIFY2(file.startsWith("Size - 61 440 bytes"), qPrintable(file));
+        QCOMPARE(file.contains("CRC - "), a.hasCrc);
+        const QString folder = u->GetFolderOutputInfo(top + "docs");
+        QVERIFY2(folder.contains("Files - 2, Folders - 2"), qPrintable(folder));
+        QVERIFY2(u->GetArchiveOutputInfo().startsWith("Type - "),
+                 qPrintable(u->GetArchiveOutputInfo()));
+
+        // The enumeration of the described interface sees the same entries.
+        QVERIFY(u->FindFile());
+        int files = 0;
+        ARCHIVEFILESHORTINFO info;
+        while (u->FindNextFileW() && u->GetFileShortInfo(info))
+            if (!info.skip && !info.IsFolder())
+                ++files;
+        QCOMPARE(files, 5);
+        u->CloseArchive();
+    }
+
+    void extraction_data() { Rows(); }
+    void extraction() {
+        QFETCH(QString, kind);
+        const auto a = Make(kind);
+        QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
+        const QString top = a.tarLevel.isEmpty() ? QString() : a.tarLevel + "/";
+        INIUNPACK ini;
+        ini.AskBeforeOverwriting = false;
+
+        // The whole archive with its folders: the same tree, byte for byte.
+        {
+            QTemporaryDir dest;
+            auto u = Open(a);
+            QVERIFY(u);
+            u->SetIni(ini);
+            QVERIFY2(u->UnpackArchive(dest.path()), qPrintable(u->LastError()));
+            QStringList expected = vzt::ListTree(m_source);
+            if (!a.storesFolders)
+                expected.removeAll("empty/");
+            QCOMPARE(vzt::ListTree(dest.path()), expected);
+            QCOMPARE(vzt::ReadAll(dest.filePath("docs/deep/inner/file.bin")), kBinary);
+            QCOMPARE(vzt::ReadAll(dest.filePath("Beta.txt")), QByteArray("Beta\n"));
+        }
+        struct Case {
+            const char* what;
+            QString inner;
+            bool withoutPaths;
+            QStringList expected;
+        };
+        const Case cases[] = {
+            {"file without paths", top + "docs/deep/inner/file.bin", true, {"file.bin"}},
+            {"file with paths",
+             top + "docs/deep/inner/file.bin",
+             false,
+             {top + "docs/", top + "docs/deep/", top + "docs/deep/inner/",
+              top + "docs/deep/inner/file.bin"}},
+            {"folder without paths",
+             top + "docs/deep",
+             true,
+             {"deep/", "deep/inner/", "deep/inner/file.bin"}},
+            {"folder with paths",
+             top + "docs/deep",
+             false,
+             {top + "docs/", top + "docs/deep/", top + "docs/deep/inner/",
+              top + "docs/deep/inner/file.bin"}},
+            {"archive without paths",
+             QString(),
+             true,
+             {"Beta.txt", "Gamma.txt", "alpha.txt", "file.bin", "readme.md"}},
+        };
+        for (const Case& c : cases) {
+            QTemporaryDir dest;
+            auto u = Open(a);
+            QVERIFY(u);
+            INIUNPACK flags = ini;
+            flags.UnpackFilesWithoutPaths = flags.UnpackFoldersWithoutPaths =
+                flags.UnpackArchivesWithoutPaths = c.withoutPaths;
+            u->SetIni(flags);
+            bool ok;
+            if (c.inner.isEmpty())
+                ok = u->UnpackArchive(dest.path());
+            else if (u->IsFolder(c.inner))
+                ok = u->UnpackFolder(c.inner, dest.path());
+            else
+                ok = u->UnpackFile(c.inner, dest.path());
+            QVERIFY2(ok, qPrintable(QString(c.what) + ": " + u->LastError()));
+            QStringList expected = c.expected;
+            if (!top.isEmpty() && !c.withoutPaths)
+                expected.prepend(top);
+            expected.sort();
+            QCOMPARE(vzt::ListTree(dest.path()), expected);
+            const QString bin = dest.filePath(expected.filter("file.bin").value(0));
+            QCOMPARE(vzt::ReadAll(bin), kBinary);
+        }
+    }
+
+    // Folders that exist only as the path of deeper entries still list, level by level.
+    void impliedFolders_data() {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("archive");
+        QTest::newRow("zip") << "zip -qD x.zip a/b/c.txt"
+                             << "x.zip";
+        QTest::newRow("tar") << "tar cf x.tar a/b/c.txt"
+                             << "x.tar";
+        QTest::newRow("7z") << "7zz a -bso0 x.7z a/b/c.txt"
+                            << "x.7z";
+        QTest::newRow("cab") << "gcab -c x.cab a/b/c.txt"
+                             << "x.cab";
+    }
+    void impliedFolders() {
+        QFETCH(QString, command);
+        QFETCH(QString, archive);
+        QTemporaryDir dir;
+        QVERIFY(vzt::MakeTree(dir.path(), {{"a/b/c.txt", "c"}}));
+        const auto r = vzt::Shell(command, dir.path());
+        QVERIFY2(r.Ok(), r.output.constData());
+        vzt::FamilyArchive a{dir.filePath(archive), {}, false, false, {}};
+        auto u = Open(a);
+        QVERIFY(u);
+        ArchiveLevel level;
+        QVERIFY(u->ListLevel(QString(), level));
+        QCOMPARE(Names(level.folders), QStringList{"a+"});
+        QVERIFY(level.files.isEmpty());
+        QVERIFY(u->ListLevel("a", level));
+        QCOMPARE(Names(level.folders), QStringList{"b+"});
+        QVERIFY(u->ListLevel("a/b", level));
+        QVERIFY(level.folders.empty());
+        QCOMPARE(level.files, QStringList{"c.txt"});
+    }
+
+    void emptyArchives_data() {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("archive");
+        QTest::newRow("zip")
+            << "printf 'PK\\005\\006\\000\\000\\000\\000\\000\\000\\000\\000\\000\\000"
+               "\\000\\000\\000\\000\\000\\000\\000\\000' > e.zip"
+            << "e.zip";
+        QTest::newRow("tar") << "tar cf e.tar -T /dev/null"
+                             << "e.tar";
+        QTest::newRow("tgz") << "tar czf e.tgz -T /dev/null"
+                             << "e.tgz";
+        QTest::newRow("iso") << "mkdir -p void && genisoimage -quiet -J -R -o e.iso void"
+                             << "e.iso";
+    }
+    void emptyArchives() {
+        QFETCH(QString, command);
+        QFETCH(QString, archive);
+        QTemporaryDir dir;
+        const auto r = vzt::Shell(command, dir.path());
+        QVERIFY2(r.Ok(), r.output.constData());
+        vzt::FamilyArchive a{dir.filePath(archive), {}, false, false, {}};
+        auto u = Open(a);
+        QVERIFY2(u, qPrintable(archive));
+        ArchiveLevel level;
+        QVERIFY(u->ListLevel(QString(), level));
+        if (archive.endsWith(".tgz")) {  // the tar level, with nothing in it
+            QCOMPARE(level.folders.size(), size_t(1));
+            QVERIFY(!level.folders[0].hasChildren);
+        } else {
+            QVERIFY(level.folders.empty());
+        }
+        QVERIFY(level.files.isEmpty());
+        QTemporaryDir dest;
+        QVERIFY2(u->UnpackArchive(dest.path()), qPrintable(u->LastError()));
+        QVERIFY(vzt::ListTree(dest.path()).isEmpty());
+    }
+
+    // A plain compressed file is one entry named after the archive without its suffix.
+    void plainStreams_data() {
+        QTest::addColumn<QString>("tool");
+        QTest::addColumn<QString>("archive");
+        QTest::newRow("gz") << "gzip"
+                            << "notes.txt.gz";
+        QTest::newRow("bz2") << "bzip2"
+                             << "notes.txt.bz2";
+    }
+    void plainStreams() {
+        QFETCH(QString, tool);
+        QFETCH(QString, archive);
+        QTemporaryDir dir;
+        const QByteArray text = vzt::RandomBytes(5000, 3).toHex();
+        QVERIFY(vzt::WriteAll(dir.filePath("notes.txt"), text));
+        QVERIFY(vzt::Run(tool, {dir.filePath("notes.txt")}).Ok());
+        vzt::FamilyArchive a{dir.filePath(archive), {}, false, false, {}};
+        auto u = Open(a);
+        QVERIFY(u);
+        QVERIFY(!u->IsTarInside());
+        ArchiveLevel level;
+        QVERIFY(u->ListLevel(QString(), level));
+        QCOMPARE(level.files, QStringList{"notes.txt"});
+        if (tool == "gzip")
+            QVERIFY(u->GetFileOutputInfo("notes.txt").startsWith("Size - 10 000 bytes"));
+        QTemporaryDir dest;
+        QVERIFY(u->UnpackArchive(dest.path()));
+        QCOMPARE(vzt::ReadAll(dest.filePath("notes.txt")), text);
+    }
+};
+
+QTEST_GUILESS_MAIN(FamiliesTest)
+#include "tst_families.moc"

@@ -1,0 +1,289 @@
+// Archives are never trusted: nothing is written outside the destination, damaged and lying
+// archives fail cleanly, a Stop or a refused overwrite loses nothing, passwords are asked.
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "ArchiveWriters.h"
+#include "FamilyFixtures.h"
+#include "TestObserver.h"
+#include "TestSupport.h"
+#include "archive/ArchiveClassifier.h"
+#include "archive/CArchiveUnpacker.h"
+
+namespace {
+
+std::unique_ptr<CArchiveUnpacker> OpenPath(const QString& path) {
+    auto u = vz::CreateUnpacker(vz::ClassifyPath(path, vzt::AllExtensions()));
+    if (!u || !vz::OpenForFamily(*u, path))
+        return nullptr;
+    return u;
+}
+
+// Files whose names betray a partial write.
+QStringList Leftovers(const QString& root) {
+    return vzt::ListTree(root).filter(".vz-");
+}
+
+}  // namespace
+
+class SafetyTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void hostileNames_data() {
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("parent") << QByteArray("../evil.txt");
+        QTest::newRow("deeper parent") << QByteArray("a/../../evil.txt");
+        QTest::newRow("absolute") << QByteArray("/tmp/evil.txt");
+        QTest::newRow("backslash parent") << QByteArray("..\\evil.txt");
+        QTest::newRow("drive letter") << QByteArray("C:\\evil.txt");
+    }
+    void hostileNames() {
+        QFETCH(QByteArray, name);
+        QTemporaryDir dir;
+        const QString dest = dir.filePath("dest/inner");
+        QVERIFY(QDir().mkpath(dest));
+        const QString zip = dir.filePath("evil.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{name, "evil"}, {"ok.txt", "fine"}})));
+        auto u = OpenPath(zip);
+        QVERIFY(u);
+        ArchiveLevel level;
+        QVERIFY(u->ListLevel(QString(), level));
+        QCOMPARE(level.files, QStringList{"ok.txt"});  // the hostile entry is not listed
+        TestObserver observer;
+        u->SetHandleDialogProgress(&observer);
+        QVERIFY(!u->UnpackArchive(dest));  // refused and reported ...
+        QCOMPARE(observer.reports.size(), 1);
+        QVERIFY(observer.reports[0].contains("Refused"));
+        QCOMPARE(vzt::ListTree(dir.filePath("dest")),
+                 (QStringList{"inner/", "inner/ok.txt"}));  // ... the rest extracted
+        QVERIFY(!QFile::exists("/tmp/evil.txt") || vzt::ReadAll("/tmp/evil.txt") != "evil");
+    }
+
+    void linksThatLeadAway() {
+        QTemporaryDir dir;
+        const QString outside = dir.filePath("outside");
+        QVERIFY(QDir().mkpath(outside));
+        const QString dest = dir.filePath("dest");
+        QVERIFY(QDir().mkpath(dest));
+        const QString tar = dir.filePath("links.tar");
+        QVERIFY(vzt::WriteAll(tar, vzt::Tar({
+                                       {"good.txt", "good"},
+                                       {"abs", {}, '2', outside.toUtf8()},
+                                       {"abs/evil1.txt", "evil"},
+                                       {"up", {}, '2', "../outside"},
+                                       {"up/evil2.txt", "evil"},
+                                       {"hard", {}, '1', "/etc/passwd"},
+                                       {"hard2", {}, '1', "good.txt"},
+                                       {"inside", {}, '2', "good.txt"},
+                                       {"sub/uplink", {}, '2', "../good.txt"},
+                                   })));
+        auto u = OpenPath(tar);
+        QVERIFY(u);
+        TestObserver observer;
+        u->SetHandleDialogProgress(&observer);
+        QVERIFY(!u->UnpackArchive(dest));
+        QCOMPARE(observer.reports.size(), 3);  // abs, up and the hard link to /etc/passwd
+        QVERIFY(vzt::ListTree(outside).isEmpty());
+        QVERIFY(!QFileInfo(dest + "/abs").isSymLink());
+        QVERIFY(!QFileInfo(dest + "/up").isSymLink());
+        QCOMPARE(QFileInfo(dest + "/inside").symLinkTarget(), dest + "/good.txt");
+        QCOMPARE(QFileInfo(dest + "/sub/uplink").symLinkTarget(), dest + "/good.txt");
+        QCOMPARE(vzt::ReadAll(dest + "/hard2"), QByteArray("good"));
+        QVERIFY(!QFile::exists(dest + "/hard"));
+    }
+
+    // A link that already exists in the destination is never walked through.
+    void existingLinkInDestination() {
+        QTemporaryDir dir;
+        const QString outside = dir.filePath("outside");
+        const QString dest = dir.filePath("dest");
+        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(dest));
+        QVERIFY(QFile::link(outside, dest + "/docs"));
+        QVERIFY(QFile::link(outside + "/target.txt", dest + "/file.txt"));
+        const QString zip = dir.filePath("x.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{"docs/a.txt", "a"}, {"file.txt", "new"}})));
+        auto u = OpenPath(zip);
+        QVERIFY(u);
+        INIUNPACK ini;
+        ini.AskBeforeOverwriting = false;
+        u->SetIni(ini);
+        TestObserver observer;
+        u->SetHandleDialogProgress(&observer);
+        QVERIFY(!u->UnpackArchive(dest));
+        QVERIFY(vzt::ListTree(outside).isEmpty());            // nothing went through either link
+        QVERIFY(!QFileInfo(dest + "/file.txt").isSymLink());  // the link itself was replaced
+        QCOMPARE(vzt::ReadAll(dest + "/file.txt"), QByteArray("new"));
+        QVERIFY(observer.reports.join(' ').contains("symbolic link"));
+    }
+
+    void damagedArchives_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<double>("keep");  // the share of the archive that is kept
+        for (const char* k : {"zip", "7z", "tgz", "tbz2", "rar", "cab"})
+            QTest::newRow(qPrintable(QString(k) + " half")) << QString(k) << 0.5;
+        // An image is mostly padding after its files: only a cut into its headers damages it.
+        for (const char* k : {"zip", "7z", "tgz", "tbz2", "rar", "cab", "iso"})
+            QTest::newRow(qPrintable(QString(k) + " head")) << QString(k) << 0.05;
+    }
+    void damagedArchives() {
+        QFETCH(QString, kind);
+        QFETCH(double, keep);
+        QTemporaryDir dir;
+        QVERIFY(vzt::MakeTree(dir.filePath("src"), {{"a.bin", vzt::RandomBytes(40000, 1)},
+                                                    {"b/c.bin", vzt::RandomBytes(40000, 2)}}));
+        const auto a = vzt::MakeFamilyArchive(kind, dir.filePath("src"), dir.filePath("out"));
+        QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
+        QFile f(a.path);
+        QVERIFY(f.resize(static_cast<qint64>(f.size() * keep)));
+        const QString dest = dir.filePath("dest");
+        QDir().mkpath(dest);
+        auto u = OpenPath(a.path);
+        if (!u)
+            return;  // refused at open: a clean failure
+        TestObserver observer;
+        u->SetHandleDialogProgress(&observer);
+        ArchiveLevel level;
+        u->ListLevel(QString(), level);
+        QVERIFY(!u->UnpackArchive(dest) || vzt::ListTree(dest).size() < 3);
+        QVERIFY(!u->LastError().isEmpty() || vzt::ListTree(dest).size() < 3);
+        QVERIFY(Leftovers(dest).isEmpty());
+        // Whatever was written is whole: a file of the archive, byte for byte.
+        if (QFile::exists(dest + "/a.bin"))
+            QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(40000, 1));
+    }
+
+    // Sizes that the headers claim but the data does not have are an error, and nothing
+    // is allocated after them.
+    void lyingSizes() {
+        QTemporaryDir dir;
+        const QString zip = dir.filePath("lie.zip");
+        vzt::ZipItem item{"big.bin", "short", 0100644u << 16, 3, 0x7FFFFFF0LL, true};
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({item})));
+        auto u = OpenPath(zip);
+        QVERIFY(u);
+        QVERIFY(u->GetFileOutputInfo("big.bin").startsWith("Size - 2 147 483 632 bytes"));
+        QVERIFY(!u->UnpackArchive(dir.path() + "/dest") ||
+                !QFile::exists(dir.path() + "/dest/big.bin"));
+        QVERIFY(!QFile::exists(dir.path() + "/dest/big.bin"));
+        QVERIFY(Leftovers(dir.path()).isEmpty());
+    }
+
+    // Yes, Yes To All, No and Cancel when files exist.
+    void overwriteAnswers() {
+        QTemporaryDir dir;
+        QVERIFY(vzt::MakeTree(
+            dir.filePath("src"),
+            {{"1.txt", "new1"}, {"2.txt", "new2"}, {"3.txt", "new3"}, {"4.txt", "new4"}}));
+        const auto a = vzt::MakeFamilyArchive("zip", dir.filePath("src"), dir.filePath("out"));
+        const QString dest = dir.filePath("dest");
+        auto reset = [&] {
+            QDir(dest).removeRecursively();
+            QVERIFY(vzt::MakeTree(
+                dest,
+                {{"1.txt", "old1"}, {"2.txt", "old2"}, {"3.txt", "old3"}, {"4.txt", "old4"}}));
+        };
+        auto run = [&](std::deque<ReplaceAnswer> answers, TestObserver& o) {
+            auto u = OpenPath(a.path);
+            INIUNPACK ini;
+            u->SetIni(ini);
+            o.overwriteAnswers = std::move(answers);
+            u->SetHandleDialogProgress(&o);
+            const bool ok = u->UnpackArchive(dest);
+            return std::make_pair(ok, u->WasCancelled());
+        };
+        auto contents = [&] {
+            QStringList c;
+            for (const char* n : {"1.txt", "2.txt", "3.txt", "4.txt"})
+                c << vzt::ReadAll(dest + "/" + n);
+            return c.join(',');
+        };
+        reset();
+        {
+            TestObserver o;  // No, Yes, then Yes To All: the fourth is not asked
+            auto [ok, cancelled] =
+                run({ReplaceAnswer::No, ReplaceAnswer::Yes, ReplaceAnswer::YesToAll}, o);
+            QVERIFY(ok && !cancelled);
+            QCOMPARE(o.asked.size(), 3);
+            QCOMPARE(contents(), QString("old1,new2,new3,new4"));
+        }
+        reset();
+        {
+            TestObserver o;  // Cancel on the second: the first stays replaced, the rest untouched
+            auto [ok, cancelled] = run({ReplaceAnswer::Yes, ReplaceAnswer::Cancel}, o);
+            QVERIFY(!ok && cancelled);
+            QCOMPARE(contents(), QString("new1,old2,old3,old4"));
+        }
+        QVERIFY(Leftovers(dest).isEmpty());
+    }
+
+    // A Stop keeps what was finished and leaves no partial file.
+    void stopLeavesNoPartialFile() {
+        QTemporaryDir dir;
+        QVERIFY(vzt::MakeTree(dir.filePath("src"), {{"a.bin", vzt::RandomBytes(3 << 20, 1)},
+                                                    {"b.bin", vzt::RandomBytes(8 << 20, 2)}}));
+        const auto a = vzt::MakeFamilyArchive("tgz", dir.filePath("src"), dir.filePath("out"));
+        const QString dest = dir.filePath("dest");
+        QDir().mkpath(dest);
+        auto u = OpenPath(a.path);
+        TestObserver o;
+        o.stopAfterPolls = 6;  // a.bin (polled at its start and per MiB) finishes, b.bin does not
+        u->SetHandleDialogProgress(&o);
+        QVERIFY(!u->UnpackArchive(dest));
+        QVERIFY(u->WasCancelled());
+        QCOMPARE(vzt::ListTree(dest), QStringList{"a.bin"});
+        QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(3 << 20, 1));
+    }
+
+    void passwords_data() {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("zip 2.0") << "zip -q -P secret x.zip a.txt b.bin";
+        QTest::newRow("aes-256") << "7zz a -bso0 -tzip -mem=AES256 -psecret x.zip a.txt b.bin";
+    }
+    void passwords() {
+        QFETCH(QString, command);
+        QTemporaryDir dir;
+        const QByteArray bin = vzt::RandomBytes(100000, 9);
+        QVERIFY(vzt::MakeTree(dir.path(), {{"a.txt", "hello"}, {"b.bin", bin}}));
+        QVERIFY(vzt::Shell(command, dir.path()).Ok());
+        const QString zip = dir.filePath("x.zip");
+        {  // asked once for the archive, after a wrong answer asked again
+            auto u = OpenPath(zip);
+            TestObserver o;
+            o.passwords = {"wrong", "secret"};
+            u->SetHandleDialogProgress(&o);
+            QVERIFY2(u->UnpackArchive(dir.filePath("d1")), qPrintable(u->LastError()));
+            QCOMPARE(o.passwordQuestions, 2);
+            QCOMPARE(vzt::ReadAll(dir.filePath("d1/b.bin")), bin);
+        }
+        {  // the user cancels: a clean stop, no partial file
+            auto u = OpenPath(zip);
+            TestObserver o;
+            u->SetHandleDialogProgress(&o);
+            QVERIFY(!u->UnpackArchive(dir.filePath("d2")));
+            QVERIFY(u->WasCancelled());
+            QVERIFY(vzt::ListTree(dir.filePath("d2")).isEmpty());
+        }
+        {  // wrong answers are not asked for ever
+            auto u = OpenPath(zip);
+            TestObserver o;
+            o.passwords = {"1", "2", "3", "4", "5", "6", "7", "8"};
+            u->SetHandleDialogProgress(&o);
+            QVERIFY(!u->UnpackArchive(dir.filePath("d3")));
+            QVERIFY(o.passwordQuestions <= 6);
+            QVERIFY(vzt::ListTree(dir.filePath("d3")).isEmpty());
+        }
+        {  // a password given beforehand is not asked for
+            auto u = OpenPath(zip);
+            TestObserver o;
+            u->SetPassword("secret");
+            u->SetHandleDialogProgress(&o);
+            QVERIFY(u->Test());
+            QCOMPARE(o.passwordQuestions, 0);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(SafetyTest)
+#include "tst_safety.moc"

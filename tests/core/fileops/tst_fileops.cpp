@@ -1,0 +1,850 @@
+// File operations of the File Browser: copy, rename, delete, new folder, the texts that
+// describe items, and reading folders.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+#include <ctime>
+
+#include <functional>
+
+#include "TestSupport.h"
+#include "archive/ArchiveEntry.h"
+#include "fileops/CFileCopier.h"
+#include "fileops/FileDelete.h"
+#include "fileops/FileDescriptions.h"
+#include "fileops/FileRename.h"
+#include "fileops/FolderReader.h"
+#include "fileops/NewFolder.h"
+#include "platform/FileSystem.h"
+
+using namespace vz::fileops;
+using vz::platform::FileFacts;
+using vz::platform::ReadFacts;
+
+namespace {
+
+constexpr int kBig = 20 * 1024 * 1024;  // more than two blocks of the copy
+
+// Answers the copy's questions from a table keyed by file name, and stops on request.
+class CScriptedObserver : public IOperationObserver {
+public:
+    QHash<QString, ReplaceAnswer> answers;  // by file name; Yes when not listed
+    QStringList asked;                      // names, in the order asked
+    QList<OverwriteQuestion> questions;
+    int polls = 0;
+    int stopAtPoll = 0;  // StopRequested says true at this poll (0: never)
+    QStringList progressNames;
+    std::function<void(const QString&)> onProgress;
+
+    void Progress(int percent, const QString& name) override {
+        QVERIFY(percent >= 0 && percent <= 100);
+        if (progressNames.isEmpty() || progressNames.last() != name)
+            progressNames << name;
+        if (onProgress)
+            onProgress(name);
+    }
+    bool StopRequested() override { return ++polls == stopAtPoll; }
+    ReplaceAnswer AskOverwrite(const OverwriteQuestion& q) override {
+        const QString name = vz::platform::FileNameOf(q.existing.path);
+        asked << name;
+        questions << q;
+        return answers.value(name, ReplaceAnswer::Yes);
+    }
+    bool AskPassword(const QString&, const QString&, bool, QString*) override { return false; }
+};
+
+class CRecordingListener : public IItemListener {
+public:
+    QStringList added;
+    void ItemAdded(const QString& path) override { added << path; }
+};
+
+void SetMTime(const QString& path, qint64 seconds, long nanoseconds = 0) {
+    const struct timespec times[2] = {{0, UTIME_OMIT}, {seconds, nanoseconds}};
+    QCOMPARE(utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW),
+             0);
+}
+
+struct stat LStat(const QString& path) {
+    struct stat st {};
+    lstat(QFile::encodeName(path).constData(), &st);
+    return st;
+}
+
+QStringList Leftovers(const QString& root) {
+    QStringList found;
+    for (const QString& p : vzt::ListTree(root)) {
+        if (p.contains(QLatin1String(".vz-copy-")))
+            found << p;
+    }
+    return found;
+}
+
+// A small tmpfs for the duration of a test, when this process may mount one.
+class CTmpfs {
+public:
+    CTmpfs(const QString& path, const QString& options) : m_path(path) {
+        QDir().mkpath(path);
+        if (geteuid() == 0)
+            m_mounted = vzt::Run(QStringLiteral("mount"),
+                                 {QStringLiteral("-t"), QStringLiteral("tmpfs"),
+                                  QStringLiteral("-o"), options, QStringLiteral("tmpfs"), path})
+                            .Ok();
+    }
+    ~CTmpfs() {
+        if (m_mounted)
+            vzt::Run(QStringLiteral("umount"), {m_path});
+    }
+    bool Mounted() const { return m_mounted; }
+
+private:
+    QString m_path;
+    bool m_mounted = false;
+};
+
+}  // namespace
+
+class TestFileOps : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    int m_case = 0;
+    QString Fresh() {
+        const QString dir = m_dir.path() + QStringLiteral("/c%1").arg(++m_case);
+        QDir().mkpath(dir);
+        return dir;
+    }
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        qputenv("TZ", "UTC");
+        tzset();
+    }
+
+    // ---- copy ----
+
+    void copyFolderKeepsContentModeTimesAndLinks() {
+        const QString root = Fresh();
+        const QString src = root + QStringLiteral("/src");
+        QVERIFY(vzt::MakeTree(src, {{"empty.txt", ""},
+                                    {"small.txt", "hello"},
+                                    {"big.bin", vzt::RandomBytes(kBig, 3)},
+                                    {"tool.sh", "#!/bin/sh\n"},
+                                    {"read-only.txt", "ro"},
+                                    {".hidden", "h"},
+                                    {"sub/inner.txt", "inner"},
+                                    {"sub/deeper/leaf.dat", vzt::RandomBytes(5000, 4)},
+                                    {"locked/in.txt", "in"},
+                                    {"empty-folder/", ""},
+                                    {"ünïcode name.txt", "u"}}));
+        QCOMPARE(chmod(QFile::encodeName(src + "/tool.sh").constData(), 0750), 0);
+        QCOMPARE(chmod(QFile::encodeName(src + "/read-only.txt").constData(), 0444), 0);
+        QVERIFY(QFile::link(QStringLiteral("sub/inner.txt"), src + QStringLiteral("/rel-link")));
+        QVERIFY(QFile::link(QStringLiteral("sub"), src + QStringLiteral("/folder-link")));
+        QVERIFY(QFile::link(QStringLiteral("/nonexistent/x"), src + QStringLiteral("/dangling")));
+        SetMTime(src + QStringLiteral("/small.txt"), 981173106, 123456789);
+        SetMTime(src + QStringLiteral("/big.bin"), 1000000000);
+        SetMTime(src + QStringLiteral("/sub/deeper"), 1100000000);
+        QCOMPARE(chmod(QFile::encodeName(src + "/locked").constData(), 0555), 0);
+
+        const QString target = root + QStringLiteral("/target");
+        QDir().mkpath(target);
+        CScriptedObserver observer;
+        CRecordingListener listener;
+        CReplaceAllFlags flags;
+        CFileCopier copier(observer, flags, &listener);
+        const CopyResult result = copier.CopyInto(src, target);
+        QVERIFY2(result.Ok(), qPrintable(DescribeCopyFailure(result)));
+        QCOMPARE(result.filesCopied, 13);  // ten files and three links
+        QVERIFY(observer.asked.isEmpty());
+
+        const QString dst = target + QStringLiteral("/src");
+        QCOMPARE(vzt::ListTree(dst), vzt::ListTree(src));
+        for (const QString& rel : vzt::ListTree(src)) {
+            const QString a = src + QLatin1Char('/') + rel;
+            const QString b = dst + QLatin1Char('/') + rel;
+            const struct stat sa = LStat(a);
+            const struct stat sb = LStat(b);
+            QCOMPARE(sb.st_mode, sa.st_mode);
+            if (S_ISLNK(sa.st_mode)) {
+                QCOMPARE(QFile::symLinkTarget(b).isEmpty(), QFile::symLinkTarget(a).isEmpty());
+                QCOMPARE(vzt::Run(QStringLiteral("readlink"), {b}).output,
+                         vzt::Run(QStringLiteral("readlink"), {a}).output);
+                continue;
+            }
+            QCOMPARE(sb.st_mtim.tv_sec, sa.st_mtim.tv_sec);
+            if (S_ISREG(sa.st_mode)) {
+                QCOMPARE(sb.st_mtim.tv_nsec, sa.st_mtim.tv_nsec);
+                QVERIFY2(vzt::ReadAll(a) == vzt::ReadAll(b), qPrintable(rel));
+            }
+        }
+        // Every folder created and every file copied was told, the top folder first.
+        QCOMPARE(listener.added.size(), 13 + 5);
+        QCOMPARE(listener.added.first(), dst);
+        QCOMPARE(copier.LastAddedPath(), listener.added.last());
+        QVERIFY(Leftovers(target).isEmpty());
+        // The big file was copied in several blocks, with Stop polled between them.
+        QVERIFY(observer.polls >= 13 + 2);
+        QVERIFY(observer.progressNames.contains(QStringLiteral("big.bin")));
+        QCOMPARE(chmod(QFile::encodeName(dst + "/locked").constData(), 0755), 0);
+        QCOMPARE(chmod(QFile::encodeName(src + "/locked").constData(), 0755), 0);
+    }
+
+    void copyLinkToFolderAsLink() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"real/a.txt", "a"}, {"target/", ""}}));
+        QVERIFY(QFile::link(root + QStringLiteral("/real"), root + QStringLiteral("/link")));
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        const CopyResult r =
+            CFileCopier(observer, flags)
+                .CopyInto(root + QStringLiteral("/link"), root + QStringLiteral("/target"));
+        QVERIFY(r.Ok());
+        QCOMPARE(QFileInfo(root + QStringLiteral("/target/link")).symLinkTarget(),
+                 root + QStringLiteral("/real"));
+        QVERIFY(S_ISLNK(LStat(root + QStringLiteral("/target/link")).st_mode));
+    }
+
+    void replaceAnswersAcrossOneDrop() {
+        const QString root = Fresh();
+        const QString src = root + QStringLiteral("/drop");
+        const QString dst = root + QStringLiteral("/target/drop");
+        QMap<QString, QByteArray> files;
+        for (const char* n : {"ro1", "ro2", "ro3", ".hid1", ".hid2", "plain1", "plain2", "new"})
+            files.insert(QString::fromLatin1(n), QByteArray("new ") + n);
+        QVERIFY(vzt::MakeTree(src, files));
+        files.remove(QStringLiteral("new"));
+        for (auto it = files.begin(); it != files.end(); ++it)
+            it.value() = "old";
+        QVERIFY(vzt::MakeTree(dst, files));
+        for (const char* n : {"ro1", "ro2", "ro3"})
+            QCOMPARE(chmod(QFile::encodeName(dst + "/" + n).constData(), 0444), 0);
+
+        CScriptedObserver observer;
+        for (const char* n : {"ro1", "ro2", "ro3"})
+            observer.answers.insert(QString::fromLatin1(n), ReplaceAnswer::YesToAll);
+        observer.answers.insert(QStringLiteral(".hid1"), ReplaceAnswer::Yes);
+        observer.answers.insert(QStringLiteral(".hid2"), ReplaceAnswer::Yes);
+        observer.answers.insert(QStringLiteral("plain1"), ReplaceAnswer::No);
+        observer.answers.insert(QStringLiteral("plain2"), ReplaceAnswer::Yes);
+        CReplaceAllFlags flags;
+        flags.Reset();
+        const CopyResult r =
+            CFileCopier(observer, flags).CopyInto(src, root + QStringLiteral("/target"));
+        QVERIFY(r.Ok());
+        QCOMPARE(r.filesSkipped, 1);
+        QCOMPARE(r.filesCopied, 7);
+
+        // One read-only question covers the other read-only files, not the hidden ones.
+        int readOnlyQuestions = 0;
+        for (const QString& n : observer.asked)
+            readOnlyQuestions += n.startsWith("ro");
+        QCOMPARE(readOnlyQuestions, 1);
+        QVERIFY(observer.asked.contains(QStringLiteral(".hid1")));
+        QVERIFY(observer.asked.contains(QStringLiteral(".hid2")));
+        QCOMPARE(observer.asked.size(), 5);
+        for (const OverwriteQuestion& q : observer.questions) {
+            const QString name = vz::platform::FileNameOf(q.existing.path);
+            QCOMPARE(q.incoming.path, src + QLatin1Char('/') + name);
+            QCOMPARE(q.existing.size, 3u);
+            QCOMPARE(q.incoming.size, quint64(4 + name.size()));
+            if (name.startsWith("ro")) {
+                QCOMPARE(q.existing.attributes, quint32(kDosReadOnly));
+                QCOMPARE(ReplaceMessage(q),
+                         QStringLiteral("This folder already contains a read-only file named '") +
+                             name + QStringLiteral("'."));
+            }
+        }
+        // "No" kept one file; every other one is replaced, the read-only ones included.
+        QCOMPARE(vzt::ReadAll(dst + QStringLiteral("/plain1")), QByteArray("old"));
+        for (const char* n : {"ro1", "ro2", "ro3", ".hid1", ".hid2", "plain2", "new"})
+            QCOMPARE(vzt::ReadAll(dst + QLatin1Char('/') + QLatin1String(n)),
+                     QByteArray("new ") + n);
+
+        // The same flags in the same drop: read-only still covered; a new drop asks again.
+        QCOMPARE(chmod(QFile::encodeName(dst + "/ro1").constData(), 0444), 0);
+        observer.asked.clear();
+        QVERIFY(CFileCopier(observer, flags).CopyInto(src + QStringLiteral("/ro1"), dst).Ok());
+        QVERIFY(observer.asked.isEmpty());
+        flags.Reset();
+        QVERIFY(CFileCopier(observer, flags).CopyInto(src + QStringLiteral("/ro1"), dst).Ok());
+        QCOMPARE(observer.asked, QStringList{QStringLiteral("ro1")});
+    }
+
+    void replaceClassesAndPrefixes_data() {
+        QTest::addColumn<uint>("attributes");
+        QTest::addColumn<int>("cls");
+        QTest::addColumn<QString>("prefix");
+        QTest::newRow("ordinary") << 0u << int(ReplaceClass::Ordinary)
+                                  << "This folder already contains a file named";
+        QTest::newRow("hidden") << uint(kDosHidden) << int(ReplaceClass::Hidden)
+                                << "This folder already contains a hidden file named";
+        QTest::newRow("read-only hidden")
+            << uint(kDosReadOnly | kDosHidden) << int(ReplaceClass::ReadOnly)
+            << "This folder already contains a read-only file named";
+        QTest::newRow("system wins")
+            << uint(kDosSystem | kDosReadOnly | kDosHidden) << int(ReplaceClass::System)
+            << "This folder already contains a system file named";
+    }
+    void replaceClassesAndPrefixes() {
+        QFETCH(uint, attributes);
+        QFETCH(int, cls);
+        QFETCH(QString, prefix);
+        QCOMPARE(int(ClassifyReplace(attributes)), cls);
+        QCOMPARE(ReplaceMessagePrefix(ClassifyReplace(attributes)), prefix);
+    }
+
+    void cancelEndsTheWholeCopy() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/c1", "new"},
+                                     {"src/c2", "new"},
+                                     {"src/f", "new"},
+                                     {"target/src/c1", "old"},
+                                     {"target/src/c2", "old"}}));
+        CScriptedObserver observer;
+        observer.answers.insert(QStringLiteral("c1"), ReplaceAnswer::Cancel);
+        observer.answers.insert(QStringLiteral("c2"), ReplaceAnswer::Cancel);
+        CReplaceAllFlags flags;
+        const CopyResult r =
+            CFileCopier(observer, flags)
+                .CopyInto(root + QStringLiteral("/src"), root + QStringLiteral("/target"));
+        QCOMPARE(r.outcome, CopyOutcome::Cancelled);
+        QCOMPARE(observer.asked.size(), 1);  // nothing is asked after Cancel
+        QCOMPARE(vzt::ReadAll(root + QStringLiteral("/target/src/c1")), QByteArray("old"));
+        QCOMPARE(vzt::ReadAll(root + QStringLiteral("/target/src/c2")), QByteArray("old"));
+    }
+
+    void stopAnsweredNoLosesNothing() {
+        // StopRequested is polled between blocks; when the user answers No to "Interrupt
+        // the copy?" it says false and the copy goes on from where it was.
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/a.bin", vzt::RandomBytes(kBig, 5)},
+                                     {"src/b.bin", vzt::RandomBytes(kBig + 17, 6)},
+                                     {"target/", ""}}));
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        const CopyResult r =
+            CFileCopier(observer, flags)
+                .CopyInto(root + QStringLiteral("/src"), root + QStringLiteral("/target"));
+        QVERIFY(r.Ok());
+        QVERIFY(observer.polls >= 6);
+        QCOMPARE(vzt::ReadAll(root + QStringLiteral("/target/src/a.bin")),
+                 vzt::ReadAll(root + QStringLiteral("/src/a.bin")));
+        QCOMPARE(vzt::ReadAll(root + QStringLiteral("/target/src/b.bin")),
+                 vzt::ReadAll(root + QStringLiteral("/src/b.bin")));
+    }
+
+    void stopLeavesNoPartialFileAndKeepsTheOldOne() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/big.bin", vzt::RandomBytes(kBig, 7)},
+                                     {"src/done.txt", "done"},
+                                     {"target/big.bin", "the old contents"}}));
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        CRecordingListener listener;
+        CFileCopier copier(observer, flags, &listener);
+        QVERIFY(
+            copier
+                .CopyInto(root + QStringLiteral("/src/done.txt"), root + QStringLiteral("/target"))
+                .Ok());
+        observer.stopAtPoll = observer.polls + 1;  // Stop, answered Yes, in the first block
+        const CopyResult r = copier.CopyInto(root + QStringLiteral("/src/big.bin"),
+                                             root + QStringLiteral("/target"));
+        QCOMPARE(r.outcome, CopyOutcome::Cancelled);
+        QCOMPARE(observer.asked, QStringList{QStringLiteral("big.bin")});
+        QCOMPARE(vzt::ReadAll(root + QStringLiteral("/target/big.bin")),
+                 QByteArray("the old contents"));
+        QCOMPARE(vzt::ReadAll(root + QStringLiteral("/target/done.txt")), QByteArray("done"));
+        QCOMPARE(vzt::ListTree(root + QStringLiteral("/target")),
+                 (QStringList{QStringLiteral("big.bin"), QStringLiteral("done.txt")}));
+        QCOMPARE(listener.added, QStringList{root + QStringLiteral("/target/done.txt")});
+
+        // A new file stopped half-way leaves nothing at all.
+        observer.polls = 0;
+        observer.stopAtPoll = 1;
+        QCOMPARE(copier.CopyInto(root + QStringLiteral("/src/big.bin"), root).outcome,
+                 CopyOutcome::Cancelled);
+        QVERIFY(!QFileInfo::exists(root + QStringLiteral("/big.bin")));
+        QVERIFY(Leftovers(root).isEmpty());
+    }
+
+    void readOnlyTargetFolderFails() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/a.txt", "a"}, {"src/sub/b.txt", "b"}}));
+        const QString target = root + QStringLiteral("/ro");
+        CTmpfs mount(target, QStringLiteral("ro,size=1m"));
+        if (!mount.Mounted()) {
+            if (geteuid() == 0)
+                QSKIP("cannot mount a read-only file system here");
+            QCOMPARE(chmod(QFile::encodeName(target).constData(), 0555), 0);
+        }
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        CFileCopier copier(observer, flags);
+        for (const char* item : {"/src/a.txt", "/src/sub", "/src"}) {
+            const CopyResult r = copier.CopyInto(root + QLatin1String(item), target);
+            QCOMPARE(r.outcome, CopyOutcome::Failed);
+            QCOMPARE(r.failure, CopyFailure::TargetReadOnly);
+            QCOMPARE(r.path, target);
+            QVERIFY(DescribeCopyFailure(r).contains(QLatin1String("read-only")));
+        }
+        QCOMPARE(vzt::ListTree(target), QStringList());
+        chmod(QFile::encodeName(target).constData(), 0755);
+    }
+
+    void diskFullFailsAndKeepsTheOldFile() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/huge.bin", vzt::RandomBytes(3 * 1024 * 1024, 8)},
+                                     {"src/fits.txt", "fits"}}));
+        const QString target = root + QStringLiteral("/small");
+        CTmpfs mount(target, QStringLiteral("size=1m"));
+        if (!mount.Mounted())
+            QSKIP("a small tmpfs cannot be mounted here (needs root)");
+        QVERIFY(vzt::WriteAll(target + QStringLiteral("/huge.bin"), "old"));
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        CFileCopier copier(observer, flags);
+        const CopyResult r = copier.CopyInto(root + QStringLiteral("/src/huge.bin"), target);
+        QCOMPARE(r.outcome, CopyOutcome::Failed);
+        QCOMPARE(r.failure, CopyFailure::DiskFull);
+        QCOMPARE(vzt::ReadAll(target + QStringLiteral("/huge.bin")), QByteArray("old"));
+        QCOMPARE(vzt::ListTree(target), QStringList{QStringLiteral("huge.bin")});
+        // The space is free again for what fits.
+        QVERIFY(copier.CopyInto(root + QStringLiteral("/src/fits.txt"), target).Ok());
+    }
+
+    void vanishedSourceFails() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/one", "1"}, {"src/two", "2"}, {"target/", ""}}));
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        CFileCopier copier(observer, flags);
+        CopyResult r = copier.CopyInto(root + QStringLiteral("/gone"), root + "/target");
+        QCOMPARE(r.outcome, CopyOutcome::Failed);
+        QCOMPARE(r.failure, CopyFailure::SourceMissing);
+
+        // The file that is not being copied disappears while the other one is.
+        observer.onProgress = [&](const QString& name) {
+            const QString other = name == QLatin1String("one") ? "two" : "one";
+            QFile::remove(root + QStringLiteral("/src/") + other);
+        };
+        r = copier.CopyInto(root + QStringLiteral("/src"), root + QStringLiteral("/target"));
+        QCOMPARE(r.outcome, CopyOutcome::Failed);
+        QCOMPARE(r.failure, CopyFailure::SourceMissing);
+        QCOMPARE(r.filesCopied, 1);
+        QVERIFY(Leftovers(root).isEmpty());
+    }
+
+    void copyOntoItselfIsRefused() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"src/a.txt", "a"}, {"src/sub/", ""}}));
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        CFileCopier copier(observer, flags);
+        QCOMPARE(copier.CopyInto(root + "/src", root + "/src/sub").failure,
+                 CopyFailure::TargetInsideSource);
+        QCOMPARE(copier.CopyInto(root + "/src", root + "/src").failure,
+                 CopyFailure::TargetInsideSource);
+        QCOMPARE(copier.CopyInto(root + "/src", root).failure, CopyFailure::SameAsSource);
+        QCOMPARE(copier.CopyInto(root + "/src/a.txt", root + "/src").failure,
+                 CopyFailure::SameAsSource);
+        QVERIFY(observer.asked.isEmpty());
+        QCOMPARE(vzt::ListTree(root + "/src"),
+                 (QStringList{QStringLiteral("a.txt"), QStringLiteral("sub/")}));
+    }
+
+    // ---- rename ----
+
+    void renameRules_data() {
+        QTest::addColumn<QString>("item");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("verdict");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("other case") << "a.txt"
+                                    << "A.TXT" << int(RenameVerdict::LabelOnly) << "";
+        QTest::newRow("trimmed") << "a.txt"
+                                 << "  c.txt " << int(RenameVerdict::Rename) << "";
+        QTest::newRow("empty") << "a.txt"
+                               << "   " << int(RenameVerdict::EmptyName)
+                               << "You must specify a file name.";
+        QTest::newRow("empty folder")
+            << "dir"
+            << "" << int(RenameVerdict::EmptyName) << "You must specify a folder name.";
+        QTest::newRow("colon") << "a.txt"
+                               << "x:y" << int(RenameVerdict::ForbiddenCharacter)
+                               << "A file name cannot contain any of the following "
+                                  "characters:\n\\ / : * ? \" < > |";
+        QTest::newRow("slash in folder")
+            << "dir"
+            << "x/y" << int(RenameVerdict::ForbiddenCharacter)
+            << "A folder name cannot contain any of the following characters:\n\\ / : * ? \" < "
+               "> |";
+        QTest::newRow("exists") << "a.txt"
+                                << "b.txt" << int(RenameVerdict::AlreadyExists)
+                                << "A file with this name already exists. Specify a different "
+                                   "name.";
+        QTest::newRow("exists folder") << "dir"
+                                       << "B.txt" << int(RenameVerdict::Rename) << "";
+        QTest::newRow("folder onto file")
+            << "dir"
+            << "b.txt" << int(RenameVerdict::AlreadyExists)
+            << "A folder with this name already exists. Specify a different name.";
+        QTest::newRow("dot dot") << "a.txt"
+                                 << ".." << int(RenameVerdict::AlreadyExists)
+                                 << "A file with this name already exists. Specify a different "
+                                    "name.";
+    }
+    void renameRules() {
+        QFETCH(QString, item);
+        QFETCH(QString, typed);
+        QFETCH(int, verdict);
+        QFETCH(QString, text);
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"a.txt", "a"}, {"b.txt", "b"}, {"dir/", ""}}));
+        const QString old = root + QLatin1Char('/') + item;
+        const bool isFolder = item == QLatin1String("dir");
+        const RenameCheck check = CheckRename(old, typed);
+        QCOMPARE(int(check.verdict), verdict);
+        QCOMPARE(RenameRefusalText(check.verdict, isFolder), text);
+        if (check.verdict == RenameVerdict::Rename) {
+            QCOMPARE(check.newPath, root + QLatin1Char('/') + typed.trimmed());
+            QVERIFY(RenameOnDisk(old, check.newPath));
+            QVERIFY(QFileInfo::exists(check.newPath));
+            QVERIFY(!QFileInfo::exists(old));
+        }
+        if (check.verdict == RenameVerdict::LabelOnly) {
+            QCOMPARE(check.newName, QStringLiteral("A.TXT"));
+        }
+        // Nothing but a Rename verdict (carried out above) touches the disk.
+        if (check.verdict != RenameVerdict::Rename)
+            QCOMPARE(vzt::ListTree(root),
+                     (QStringList{QStringLiteral("a.txt"), QStringLiteral("b.txt"),
+                                  QStringLiteral("dir/")}));
+    }
+
+    void renameNeverReplaces() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"a.txt", "a"}, {"b.txt", "b"}}));
+        QVERIFY(!RenameOnDisk(root + "/a.txt", root + "/b.txt"));
+        QCOMPARE(vzt::ReadAll(root + "/b.txt"), QByteArray("b"));
+        QCOMPARE(RenameFailureText(false), QStringLiteral("Cannot rename the file."));
+        QCOMPARE(RenameFailureText(true), QStringLiteral("Cannot rename the folder."));
+        QCOMPARE(RenameErrorCaption(false), QStringLiteral("Error Renaming File"));
+        QCOMPARE(RenameErrorCaption(true), QStringLiteral("Error Renaming Folder"));
+    }
+
+    void renameConfirmation_data() {
+        QTest::addColumn<uint>("attributes");
+        QTest::addColumn<bool>("folder");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("ordinary") << 0u << false << "";
+        QTest::newRow("read-only") << uint(kDosReadOnly) << false
+                                   << "Are you sure you want to rename the read-only file 'a.txt' "
+                                      "to 'b.txt'?";
+        QTest::newRow("hidden") << uint(kDosHidden) << false
+                                << "Are you sure you want to rename the hidden file 'a.txt' to "
+                                   "'b.txt'?";
+        QTest::newRow("system first") << uint(kDosSystem | kDosReadOnly) << false
+                                      << "Are you sure you want to rename the system file "
+                                         "'a.txt' to 'b.txt'?";
+        QTest::newRow("read-only before hidden")
+            << uint(kDosReadOnly | kDosHidden) << false
+            << "Are you sure you want to rename the read-only file 'a.txt' to 'b.txt'?";
+        QTest::newRow("folder") << uint(kDosReadOnly | kDosHidden) << true << "";
+    }
+    void renameConfirmation() {
+        QFETCH(uint, attributes);
+        QFETCH(bool, folder);
+        QFETCH(QString, text);
+        FileFacts facts;
+        facts.exists = true;
+        facts.isFolder = folder;
+        facts.isFile = !folder;
+        facts.attributes = attributes;
+        QCOMPARE(RenameConfirmation(facts, QStringLiteral("a.txt"), QStringLiteral("b.txt")), text);
+    }
+
+    // ---- delete ----
+
+    void deleteConfirmation_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<uint>("mode");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("file") << "a.txt" << 0644u
+                              << "Are you sure you want to delete the file 'a.txt'?";
+        QTest::newRow("read-only")
+            << "a.txt" << 0444u << "Are you sure you want to delete the read-only file 'a.txt'?";
+        QTest::newRow("hidden") << ".a" << 0644u
+                                << "Are you sure you want to delete the hidden file '.a'?";
+        QTest::newRow("read-only hidden")
+            << ".a" << 0400u << "Are you sure you want to delete the read-only file '.a'?";
+    }
+    void deleteConfirmation() {
+        QFETCH(QString, name);
+        QFETCH(uint, mode);
+        QFETCH(QString, text);
+        const QString root = Fresh();
+        const QString path = root + QLatin1Char('/') + name;
+        QVERIFY(vzt::WriteAll(path, "x"));
+        QCOMPARE(chmod(QFile::encodeName(path).constData(), mode), 0);
+        QCOMPARE(DeleteConfirmation(path, ReadFacts(path)), text);
+        QVERIFY(DeleteItem(path));
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    void deleteFolderTreeWithReadOnlyParts() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"tree/a.txt", "a"},
+                                     {"tree/ro.txt", "r"},
+                                     {"tree/sub/deep/x.bin", "x"},
+                                     {"tree/sub/.hidden", "h"},
+                                     {"tree/sub/empty/", ""},
+                                     {"outside/keep.txt", "keep"},
+                                     {"linked/keep.txt", "keep"}}));
+        for (const char* p : {"/tree/ro.txt", "/tree/sub/deep/x.bin"})
+            QCOMPARE(chmod(QFile::encodeName(root + p).constData(), 0444), 0);
+        for (const char* p : {"/tree/sub/deep", "/tree/sub", "/tree"})
+            QCOMPARE(chmod(QFile::encodeName(root + p).constData(), 0555), 0);
+        QCOMPARE(chmod(QFile::encodeName(root + "/tree").constData(), 0755), 0);
+        QVERIFY(QFile::link(root + "/outside", root + "/tree/link-out"));
+        QCOMPARE(chmod(QFile::encodeName(root + "/tree").constData(), 0555), 0);
+
+        const FileFacts facts = ReadFacts(root + "/tree");
+        QVERIFY(DeletesAsFolder(facts));
+        QCOMPARE(DeleteConfirmation(root + "/tree", facts),
+                 QStringLiteral("Are you sure you want to delete the folder 'tree' and all its "
+                                "contents?"));
+        QCOMPARE(DetailLinesFor(root + "/tree", false).first, QStringLiteral("objects: 2"));
+        QCOMPARE(DetailLinesFor(root + "/tree", true).first, QStringLiteral("objects: 4"));
+        QVERIFY(DetailLinesFor(root + "/tree", true).second.startsWith("created: "));
+
+        QVERIFY(DeleteItem(root + "/tree"));
+        QVERIFY(!QFileInfo::exists(root + "/tree"));
+        QCOMPARE(vzt::ReadAll(root + "/outside/keep.txt"), QByteArray("keep"));
+
+        // A link to a folder is deleted as a link; what it leads to stays.
+        QVERIFY(QFile::link(root + "/linked", root + "/link"));
+        const FileFacts link = ReadFacts(root + "/link");
+        QVERIFY(!DeletesAsFolder(link));
+        QVERIFY(DeleteItem(root + "/link"));
+        QVERIFY(!QFileInfo(root + "/link").isSymLink());
+        QCOMPARE(vzt::ReadAll(root + "/linked/keep.txt"), QByteArray("keep"));
+
+        QCOMPARE(DeleteConfirmCaption(true), QStringLiteral("Confirm Folder Delete"));
+        QCOMPARE(DeleteConfirmCaption(false), QStringLiteral("Confirm File Delete"));
+        QCOMPARE(DeleteErrorCaption(true), QStringLiteral("Error Deleting Folder"));
+        QCOMPARE(DeleteFailureText(false), QStringLiteral("Cannot delete the file."));
+    }
+
+    void deleteStopsAtFirstFailure() {
+        // A read-only file system mounted inside the folder cannot be emptied or removed.
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"tree/a.txt", "a"}, {"tree/m/", ""}}));
+        CTmpfs mount(root + "/tree/m", QStringLiteral("size=1m"));
+        if (!mount.Mounted())
+            QSKIP("a file system cannot be mounted here (needs root)");
+        QVERIFY(vzt::WriteAll(root + "/tree/m/stuck.txt", "s"));
+        QVERIFY(vzt::Run(QStringLiteral("mount"),
+                         {QStringLiteral("-o"), QStringLiteral("remount,ro"), root + "/tree/m"})
+                    .Ok());
+        QVERIFY(!DeleteItem(root + "/tree"));
+        QVERIFY(QFileInfo::exists(root + "/tree/m/stuck.txt"));
+        QVERIFY(QFileInfo::exists(root + "/tree"));
+    }
+
+    // ---- new folder ----
+
+    void newFolderNumbering() {
+        const QString root = Fresh();
+        QCOMPARE(NewFolderPath(root), root + "/New Folder");
+        QVERIFY(vzt::MakeTree(root, {{"New Folder/", ""}, {"New Folder 1/", ""}}));
+        QCOMPARE(NewFolderPath(root), root + "/New Folder 2");
+        QString created;
+        QVERIFY(CreateNewFolder(root, &created));
+        QCOMPARE(created, root + "/New Folder 2");
+        QVERIFY(QFileInfo(created).isDir());
+        QCOMPARE(NewFolderPath(root + "/"), root + "/New Folder 3");
+    }
+
+    void newFolderNameTakenOnlyByPlainFolder_data() {
+        QTest::addColumn<QString>("occupant");
+        QTest::newRow("file") << "file";
+        QTest::newRow("read-only folder") << "read-only";
+        QTest::newRow("link to a folder") << "link";
+    }
+    void newFolderNameTakenOnlyByPlainFolder() {
+        QFETCH(QString, occupant);
+        const QString root = Fresh();
+        const QString path = root + "/New Folder";
+        if (occupant == "file") {
+            QVERIFY(vzt::WriteAll(path, "x"));
+        } else if (occupant == "read-only") {
+            QVERIFY(QDir().mkpath(path));
+            QCOMPARE(chmod(QFile::encodeName(path).constData(), 0555), 0);
+        } else {
+            QVERIFY(QDir().mkpath(root + "/real"));
+            QVERIFY(QFile::link(root + "/real", path));
+        }
+        // Not stepped over: the creation fails and reports it.
+        QCOMPARE(NewFolderPath(root), path);
+        QString created;
+        QVERIFY(!CreateNewFolder(root, &created));
+        QVERIFY(created.isEmpty());
+        QCOMPARE(NewFolderFailureText(), QStringLiteral("Cannot create the folder."));
+        QCOMPARE(NewFolderErrorCaption(), QStringLiteral("Error Creating Folder"));
+    }
+
+    // ---- texts ----
+
+    void fileStatusText_data() {
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<qint64>("modified");
+        QTest::addColumn<uint>("attributes");
+        QTest::addColumn<QString>("text");
+        const qint64 t = 981173106;  // 2001-02-03 04:05:06 UTC
+        QTest::newRow("grouped") << qint64(1234567) << t << 0u
+                                 << "Size - 1 234 567 bytes, Modified - 02/03/01 04:05:06";
+        QTest::newRow("small") << qint64(999) << t << 0u
+                               << "Size - 999 bytes, Modified - 02/03/01 04:05:06";
+        QTest::newRow("read-only and system")
+            << qint64(0) << t << uint(kDosReadOnly | kDosSystem)
+            << "Size - 0 bytes, Modified - 02/03/01 04:05:06, Attributes - read-only system";
+        QTest::newRow("hidden") << qint64(1000) << t << uint(kDosHidden)
+                                << "Size - 1 000 bytes, Modified - 02/03/01 04:05:06, "
+                                   "Attributes - hidden ";
+        QTest::newRow("all three")
+            << qint64(5) << t << uint(kDosSystem | kDosHidden | kDosReadOnly | kDosDirectory)
+            << "Size - 5 bytes, Modified - 02/03/01 04:05:06, Attributes - read-only hidden "
+               "system";
+        QTest::newRow("1601") << qint64(12) << qint64(-11644473600) << 0u
+                              << "Size - 12 bytes, Modified - ";
+    }
+    void fileStatusText() {
+        QFETCH(qint64, size);
+        QFETCH(qint64, modified);
+        QFETCH(uint, attributes);
+        QFETCH(QString, text);
+        FileFacts facts;
+        facts.exists = facts.isFile = true;
+        facts.size = quint64(size);
+        facts.modified = vz::FileTime::FromUnix(modified);
+        facts.attributes = attributes;
+        QCOMPARE(FileStatusText(facts), text);
+    }
+
+    void statusAndDetailsOfRealItems() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"f/file.bin", QByteArray(1234567, 'x')},
+                                     {"f/.h", "h"},
+                                     {"f/s1/", ""},
+                                     {"f/s2/", ""}}));
+        const QString file = root + "/f/file.bin";
+        SetMTime(file, 981173106);
+        QCOMPARE(chmod(QFile::encodeName(file).constData(), 0444), 0);
+        QCOMPARE(StatusText(file, true),
+                 QStringLiteral("Size - 1 234 567 bytes, Modified - 02/03/01 04:05:06, "
+                                "Attributes - read-only "));
+        QCOMPARE(StatusText(root + "/f", false), QStringLiteral("Objects: 2"));
+        QCOMPARE(StatusText(root + "/f", true), QStringLiteral("Objects: 4"));
+        const DetailLines lines = DetailLinesFor(file, true);
+        QCOMPARE(lines.first, QStringLiteral("size: 1 234 567 bytes"));
+        QCOMPARE(lines.second, QStringLiteral("modified: 02/03/01, 04:05:06"));
+
+        const FileProperties fp = FilePropertiesOf(file);
+        QCOMPARE(fp.location, root + "/f");
+        QCOMPARE(fp.size, QStringLiteral("1 234 567 bytes"));
+        QCOMPARE(fp.modified, QStringLiteral("02/03/01 04:05:06"));
+        QVERIFY(!fp.lastAccess.isEmpty());
+        QVERIFY(fp.readOnly && !fp.hidden && !fp.system);
+        QVERIFY(FilePropertiesOf(root + "/f/.h").hidden);
+
+        const FolderProperties dp = FolderPropertiesOf(root + "/f");
+        QCOMPARE(dp.location, root);
+        QCOMPARE(dp.objects, QStringLiteral("4 (Files - 2, Folders - 2)"));
+        QVERIFY(!dp.readOnly && !dp.hidden && !dp.system);
+        QCOMPARE(FolderStatusText(1234567), QStringLiteral("Objects: 1 234 567"));
+    }
+
+    // ---- reading folders ----
+
+    void readFolderOrder() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"b/", ""},
+                                     {"A/", ""},
+                                     {"c.d/x", "x"},
+                                     {"Z.txt", ""},
+                                     {"a.txt", ""},
+                                     {".hidden", ""},
+                                     {"_under", ""}}));
+        QVERIFY(QFile::link(root + "/b", root + "/B-link"));
+        QVERIFY(QFile::link(root + "/a.txt", root + "/file-link"));
+        const QString p = root + QLatin1Char('/');
+        FolderListing listing = ReadFolder(root, true);
+        QCOMPARE(QStringList(listing.folders),
+                 (QStringList{p + "A", p + "b", p + "B-link", p + "c.d"}));
+        QCOMPARE(QStringList(listing.files), (QStringList{p + ".hidden", p + "_under", p + "a.txt",
+                                                          p + "file-link", p + "Z.txt"}));
+        listing = ReadFolder(root, false);
+        QCOMPARE(listing.folders.size(), 4);
+        QVERIFY(listing.files.isEmpty());
+        listing = ReadFolder(root + "/missing", true);
+        QVERIFY(listing.folders.isEmpty() && listing.files.isEmpty());
+    }
+
+    void hasChildren_data() {
+        QTest::addColumn<QString>("content");
+        QTest::addColumn<bool>("withoutFiles");
+        QTest::addColumn<bool>("withFiles");
+        QTest::newRow("empty") << "" << false << false;
+        QTest::newRow("only files") << "f" << false << true;
+        QTest::newRow("a folder") << "d" << true << true;
+        QTest::newRow("a link to a folder") << "l" << true << true;
+        QTest::newRow("unreadable") << "missing" << false << false;
+    }
+    void hasChildren() {
+        QFETCH(QString, content);
+        QFETCH(bool, withoutFiles);
+        QFETCH(bool, withFiles);
+        const QString root = Fresh();
+        QString folder = root + "/x";
+        QVERIFY(QDir().mkpath(folder));
+        if (content == "f")
+            QVERIFY(vzt::WriteAll(folder + "/a.txt", "a"));
+        if (content == "d")
+            QVERIFY(QDir().mkpath(folder + "/sub"));
+        if (content == "l")
+            QVERIFY(QFile::link(root, folder + "/up"));
+        if (content == "missing")
+            folder += "/missing";
+        QCOMPARE(HasChildren(folder, false), withoutFiles);
+        QCOMPARE(HasChildren(folder, true), withFiles);
+    }
+
+    void readLargeFolder() {
+        const QString root = Fresh();
+        for (int i = 0; i < 20000; ++i) {
+            QFile f(root + QStringLiteral("/F%1.dat").arg(19999 - i, 5, 10, QLatin1Char('0')));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+        }
+        QVERIFY(QDir().mkpath(root + "/zz"));
+        const FolderListing listing = ReadFolder(root, true);
+        QCOMPARE(listing.folders.size(), 1);
+        QCOMPARE(listing.files.size(), 20000);
+        QCOMPARE(listing.files.first(), root + "/F00000.dat");
+        QCOMPARE(listing.files.last(), root + "/F19999.dat");
+        QCOMPARE(CountEntries(root).files, 20000u);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFileOps)
+#include "tst_fileops.moc"

@@ -1,0 +1,239 @@
+// Top-level places, file attributes and the temporary folder.
+
+#include <sys/stat.h>
+#include <unistd.h>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "TestSupport.h"
+#include "archive/ArchiveEntry.h"
+#include "platform/FileSystem.h"
+#include "platform/Places.h"
+#include "platform/TempFolder.h"
+
+using namespace vz::platform;
+
+class TestPlatform : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase() { QVERIFY(m_dir.isValid()); }
+
+    void placesFromMountTable() {
+        // A sysfs tree: sdb is removable, sda is not; the partitions lead to their disks.
+        const QString sys = m_dir.path() + QStringLiteral("/sys");
+        QVERIFY(vzt::MakeTree(sys, {{"block/sda/removable", "0\n"},
+                                    {"block/sdb/removable", "1\n"},
+                                    {"devices/pci0/block/sda/removable", "0\n"},
+                                    {"devices/pci0/block/sda/sda3/partition", "3\n"},
+                                    {"devices/pci0/block/sdb/removable", "1\n"},
+                                    {"devices/pci0/block/sdb/sdb1/partition", "1\n"},
+                                    {"class/block/", ""}}));
+        QVERIFY(QFile::link(sys + QStringLiteral("/devices/pci0/block/sda/sda3"),
+                            sys + QStringLiteral("/class/block/sda3")));
+        QVERIFY(QFile::link(sys + QStringLiteral("/devices/pci0/block/sdb/sdb1"),
+                            sys + QStringLiteral("/class/block/sdb1")));
+
+        const auto vol = [](const char* mount, const char* type, const char* device,
+                            const char* label = "", bool folder = true) {
+            return MountedVolume{QString::fromUtf8(mount), QString::fromUtf8(type),
+                                 QString::fromUtf8(device), QString::fromUtf8(label), folder};
+        };
+        const QList<MountedVolume> table{
+            vol("/proc", "proc", "proc"),
+            vol("/mnt/data", "ext4", "/dev/sda3", "Old"),
+            vol("/sys", "sysfs", "sysfs"),
+            vol("/dev/shm", "tmpfs", "tmpfs"),
+            vol("/sys/fs/cgroup/cpu", "cgroup", "cgroup"),
+            vol("/sys/fs/cgroup/unified", "cgroup2", "cgroup2"),
+            vol("/snap/core22/1033", "squashfs", "/dev/loop0"),
+            vol("/run", "tmpfs", "tmpfs"),
+            vol("/var/lib/docker/overlay2/x/merged", "overlay", "overlay"),
+            vol("/", "overlay", "overlay"),
+            vol("/media/ann/USB STICK", "vfat", "/dev/sdc1", "USB STICK"),
+            vol("/mnt/ext", "ext4", "/dev/sdb1", "Backup"),
+            vol("/boot", "ext4", "/dev/sda1"),
+            vol("/etc/hosts", "ext4", "/dev/vda", "", false),
+            vol("/mnt/data", "ext4", "/dev/sda3", "data"),  // mounted over the first
+            vol("/run/media/ann/CD", "iso9660", "/dev/sr0", "CD"),
+        };
+        const QList<CPlace> places = PlacesFromVolumes(QStringLiteral("/home/ann"), table, sys);
+        QStringList shown;
+        for (const CPlace& p : places)
+            shown << p.displayName + QLatin1Char('|') + p.path +
+                         (p.removable ? QStringLiteral("|removable") : QString()) +
+                         (p.home ? QStringLiteral("|home") : QString());
+        const QStringList expected{
+            QStringLiteral("Home|/home/ann|home"),
+            QStringLiteral("File System (/)|/"),
+            QStringLiteral("boot (/boot)|/boot"),
+            QStringLiteral("USB STICK (/media/ann/USB STICK)|/media/ann/USB STICK|removable"),
+            QStringLiteral("data (/mnt/data)|/mnt/data"),
+            QStringLiteral("Backup (/mnt/ext)|/mnt/ext|removable"),
+            QStringLiteral("CD (/run/media/ann/CD)|/run/media/ann/CD|removable"),
+        };
+        QCOMPARE(shown, expected);
+    }
+
+    void removableVolume_data() {
+        QTest::addColumn<QString>("device");
+        QTest::addColumn<QString>("mountPoint");
+        QTest::addColumn<bool>("removable");
+        QTest::newRow("whole removable disk") << "/dev/sdb"
+                                              << "/mnt/x" << true;
+        QTest::newRow("fixed disk") << "/dev/sda"
+                                    << "/mnt/x" << false;
+        QTest::newRow("partition of removable") << "/dev/sdb1"
+                                                << "/mnt/x" << true;
+        QTest::newRow("partition of fixed") << "/dev/sda3"
+                                            << "/mnt/x" << false;
+        QTest::newRow("unknown device") << "/dev/nvme9n1"
+                                        << "/srv" << false;
+        QTest::newRow("under /media") << "/dev/sda3"
+                                      << "/media/usb" << true;
+        QTest::newRow("under /run/media") << "server:/x"
+                                          << "/run/media/a/b" << true;
+        QTest::newRow("not /mediastore") << "/dev/sda3"
+                                         << "/mediastore" << false;
+    }
+    void removableVolume() {
+        QFETCH(QString, device);
+        QFETCH(QString, mountPoint);
+        QFETCH(bool, removable);
+        QCOMPARE(IsRemovableVolume(device, mountPoint, m_dir.path() + QStringLiteral("/sys")),
+                 removable);
+    }
+
+    void livePlacesStartWithHomeAndRoot() {
+        const QList<CPlace> places = TopLevelPlaces();
+        QVERIFY(places.size() >= 2);
+        QCOMPARE(places[0].displayName, QStringLiteral("Home"));
+        QCOMPARE(places[0].path, QDir::homePath());
+        QVERIFY(places[0].home);
+        QCOMPARE(places[1].displayName, QStringLiteral("File System (/)"));
+        QCOMPARE(places[1].path, QStringLiteral("/"));
+        for (const CPlace& p : places) {
+            QVERIFY2(QFileInfo(p.path).isDir(), qPrintable(p.path));
+            QVERIFY2(!p.path.startsWith(QLatin1String("/proc")) &&
+                         !p.path.startsWith(QLatin1String("/sys")),
+                     qPrintable(p.path));
+        }
+    }
+
+    void attributesFromNameAndMode_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<uint>("mode");
+        QTest::addColumn<uint>("attributes");
+        QTest::newRow("ordinary") << "a.txt" << uint(S_IFREG | 0644) << 0u;
+        QTest::newRow("group write only") << "a.txt" << uint(S_IFREG | 0464) << uint(kDosReadOnly);
+        QTest::newRow("read-only") << "a.txt" << uint(S_IFREG | 0444) << uint(kDosReadOnly);
+        QTest::newRow("hidden") << ".profile" << uint(S_IFREG | 0600) << uint(kDosHidden);
+        QTest::newRow("hidden read-only")
+            << ".x" << uint(S_IFREG | 0400) << uint(kDosHidden | kDosReadOnly);
+        QTest::newRow("folder") << "docs" << uint(S_IFDIR | 0755) << uint(kDosDirectory);
+        QTest::newRow("read-only folder")
+            << "docs" << uint(S_IFDIR | 0555) << uint(kDosDirectory | kDosReadOnly);
+    }
+    void attributesFromNameAndMode() {
+        QFETCH(QString, name);
+        QFETCH(uint, mode);
+        QFETCH(uint, attributes);
+        QCOMPARE(uint(AttributesFor(name, mode)), attributes);
+    }
+
+    void factsOfRealItems() {
+        const QString root = m_dir.path() + QStringLiteral("/facts");
+        QVERIFY(vzt::MakeTree(root, {{"plain.txt", "12345"}, {".hidden", "x"}, {"sub/", ""}}));
+        QVERIFY(QFile::setPermissions(root + QStringLiteral("/plain.txt"),
+                                      QFileDevice::ReadOwner | QFileDevice::ReadGroup));
+        QVERIFY(QFile::link(root + QStringLiteral("/sub"), root + QStringLiteral("/link")));
+
+        FileFacts f = ReadFacts(root + QStringLiteral("/plain.txt"));
+        QVERIFY(f.exists && f.isFile && !f.isFolder && !f.isSymlink);
+        QCOMPARE(f.size, 5u);
+        QCOMPARE(f.attributes, quint32(kDosReadOnly));
+        QVERIFY(f.modified.known);
+        QVERIFY(ClearReadOnly(root + QStringLiteral("/plain.txt")));
+        QCOMPARE(ReadFacts(root + QStringLiteral("/plain.txt")).attributes, 0u);
+
+        QCOMPARE(ReadFacts(root + QStringLiteral("/.hidden")).attributes, quint32(kDosHidden));
+        f = ReadFacts(root + QStringLiteral("/link"));
+        QVERIFY(f.isFolder && f.isSymlink);
+        QVERIFY(!ReadFacts(root + QStringLiteral("/missing")).exists);
+        // ClearReadOnly never goes through a link.
+        QVERIFY(!ClearReadOnly(root + QStringLiteral("/link")));
+    }
+
+    void pathParts_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("file") << "/a/b.txt"
+                              << "/a"
+                              << "b.txt";
+        QTest::newRow("top") << "/b"
+                             << "/"
+                             << "b";
+        QTest::newRow("trailing slash") << "/a/b/"
+                                        << "/a"
+                                        << "b";
+    }
+    void pathParts() {
+        QFETCH(QString, path);
+        QFETCH(QString, folder);
+        QFETCH(QString, name);
+        QCOMPARE(FolderOf(path), folder);
+        QCOMPARE(FileNameOf(path), name);
+    }
+
+    void tempFolderIsPreparedAndEmptied() {
+        const QString tmp = m_dir.path() + QStringLiteral("/tmp");
+        QVERIFY(QDir().mkpath(tmp));
+        qputenv("TMPDIR", tmp.toUtf8());
+        const QString folder = TempFolderPath();
+        QCOMPARE(folder, tmp + QStringLiteral("/Vela-ZIP.Temp"));
+
+        // Missing: created, private to the user.
+        QVERIFY(PrepareTempFolder(true));
+        QVERIFY(QFileInfo(folder).isDir());
+        QCOMPARE(QFileInfo(folder).permissions() & 0x0077, QFileDevice::Permissions());
+
+        // A read-only file, a sub-folder tree with read-only parts, and a link that leads
+        // out of the folder.
+        const QString outside = m_dir.path() + QStringLiteral("/outside");
+        QVERIFY(vzt::MakeTree(outside, {{"keep.txt", "keep"}}));
+        QVERIFY(vzt::MakeTree(
+            folder, {{"ro.txt", "r"}, {"sub/deeper/file.bin", "data"}, {"sub/.hidden", "h"}}));
+        QVERIFY(QFile::setPermissions(folder + QStringLiteral("/ro.txt"), QFileDevice::ReadOwner));
+        QVERIFY(QFile::setPermissions(folder + QStringLiteral("/sub/deeper/file.bin"),
+                                      QFileDevice::ReadOwner));
+        QVERIFY(QFile::setPermissions(folder + QStringLiteral("/sub/deeper"),
+                                      QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        QVERIFY(QFile::link(outside, folder + QStringLiteral("/link-out")));
+
+        // Without emptying nothing changes.
+        QVERIFY(PrepareTempFolder(false));
+        QCOMPARE(vzt::ListTree(folder).size(), 6);
+
+        QVERIFY(PrepareTempFolder(true));
+        QVERIFY(QFileInfo(folder).isDir());
+        QCOMPARE(vzt::ListTree(folder), QStringList());
+        QCOMPARE(vzt::ReadAll(outside + QStringLiteral("/keep.txt")), QByteArray("keep"));
+
+        // A file in the folder's place is replaced by the folder.
+        QVERIFY(QDir(folder).removeRecursively());
+        QVERIFY(vzt::WriteAll(folder, "not a folder"));
+        QVERIFY(PrepareTempFolder(true));
+        QVERIFY(QFileInfo(folder).isDir());
+        qunsetenv("TMPDIR");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPlatform)
+#include "tst_platform.moc"

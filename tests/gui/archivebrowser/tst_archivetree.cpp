@@ -1,0 +1,454 @@
+// The Archive Browser tree: what it lists, in which order, how it follows changes on disk,
+// how it fails, Navigate, the status texts and the drop questions.
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include "TestSupport.h"
+#include "app/CVelaZipApp.h"
+#include "archive/CArchiveUnpacker.h"
+#include "archivebrowser/CVelaArchiveTree.h"
+#include "common/MessageBox.h"
+#include "settings/CSettingsStore.h"
+
+namespace {
+
+QStringList AllExtensions() {
+    return QStringList{QStringLiteral("ZIP")} + CSettingsStore::AdditionalArchiveExtensions();
+}
+
+// Zips the files of `tree` (relative paths; "x/" makes an empty folder entry) into `zipPath`.
+bool MakeZip(const QString& zipPath, const QMap<QString, QByteArray>& tree,
+             const QString& scratch) {
+    QDir(scratch).removeRecursively();
+    if (!vzt::MakeTree(scratch, tree)) {
+        return false;
+    }
+    QFile::remove(zipPath);
+    QStringList names = tree.keys();
+    return vzt::Run(QStringLiteral("zip"), QStringList{QStringLiteral("-q"), zipPath} + names,
+                    scratch)
+        .Ok();
+}
+
+QStringList Labels(CVelaTreeModel* model, const QModelIndex& parent) {
+    QStringList labels;
+    for (int row = 0; row < model->rowCount(parent); ++row) {
+        labels << model->Label(model->index(row, 0, parent));
+    }
+    return labels;
+}
+
+}  // namespace
+
+class TestArchiveTree : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void archiveLevelOrder_data();
+    void archiveLevelOrder();
+    void compressedTarShowsTheTarAsAFolder_data();
+    void compressedTarShowsTheTarAsAFolder();
+    void multiVolume7zListsAsOneArchive();
+    void diskFolderListsFoldersThenArchives();
+    void placesStartWithHomeSelected();
+    void reExpansionShowsTheArchiveAsItIsNow();
+    void collapseMovesTheSelectionUp();
+    void archiveThatDoesNotOpen();
+    void navigateIntoAnArchive();
+    void doubleClickNeverExpands();
+    void statusTexts();
+    void validDropItem_data();
+    void validDropItem();
+    void largeLevelInsertsInOneBatch();
+
+private:
+    QModelIndex ExpandPath(const QString& path);
+
+    QTemporaryDir m_dir;
+    QString m_root;
+    std::unique_ptr<CVelaArchiveTree> m_tree;
+    std::unique_ptr<QAbstractItemModelTester> m_tester;
+    QList<vz::MessageBoxRequest> m_boxes;
+};
+
+void TestArchiveTree::initTestCase() {
+    QVERIFY(m_dir.isValid());
+    vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config")));
+    vz::EnsureUtf8Locale();
+    vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
+        m_boxes << request;
+        return QMessageBox::Ok;
+    });
+}
+
+void TestArchiveTree::init() {
+    m_root = m_dir.filePath(QStringLiteral("case"));
+    QDir(m_root).removeRecursively();
+    QVERIFY(QDir().mkpath(m_root));
+    m_boxes.clear();
+    m_tree = std::make_unique<CVelaArchiveTree>();
+    m_tree->SetArchiveExtensions(AllExtensions());
+    m_tester = std::make_unique<QAbstractItemModelTester>(
+        m_tree->TreeModel(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    m_tree->resize(400, 600);
+    m_tree->show();
+}
+
+void TestArchiveTree::cleanup() {
+    m_tester.reset();
+    m_tree.reset();
+}
+
+// Populates the tree with the test folder and expands every component of `path` below it.
+QModelIndex TestArchiveTree::ExpandPath(const QString& path) {
+    m_tree->Populate(m_root);
+    const QModelIndex item = m_tree->Navigate(path);
+    if (item.isValid() && m_tree->PathOfItem(item) == path) {
+        m_tree->expand(item);
+    }
+    return item;
+}
+
+void TestArchiveTree::archiveLevelOrder_data() {
+    QTest::addColumn<QStringList>("entries");  // paths to zip; "x/" is an empty folder
+    QTest::addColumn<QString>("inner");        // the level to look at
+    QTest::addColumn<QStringList>("expected");
+    QTest::addColumn<QList<bool>>("expandable");
+
+    QTest::newRow("implied folders, root")
+        << QStringList{"a/b/c.txt"} << QString() << QStringList{"a"} << QList<bool>{true};
+    QTest::newRow("implied folders, middle")
+        << QStringList{"a/b/c.txt"} << QStringLiteral("a") << QStringList{"b"} << QList<bool>{true};
+    QTest::newRow("implied folders, leaf") << QStringList{"a/b/c.txt"} << QStringLiteral("a/b")
+                                           << QStringList{"c.txt"} << QList<bool>{false};
+    QTest::newRow("case-insensitive, folders first")
+        << QStringList{"Beta", "alpha", "Gamma", "zeta/x", "Docs/"} << QString()
+        << QStringList{"Docs", "zeta", "alpha", "Beta", "Gamma"}
+        << QList<bool>{false, true, false, false, false};
+}
+
+void TestArchiveTree::archiveLevelOrder() {
+    QFETCH(QStringList, entries);
+    QFETCH(QString, inner);
+    QFETCH(QStringList, expected);
+    QFETCH(QList<bool>, expandable);
+
+    QMap<QString, QByteArray> files;
+    for (const QString& e : entries) {
+        files.insert(e, e.endsWith('/') ? QByteArray() : e.toUtf8());
+    }
+    const QString zip = m_root + QStringLiteral("/test.zip");
+    QVERIFY(MakeZip(zip, files, m_dir.filePath(QStringLiteral("scratch"))));
+
+    const QString level = inner.isEmpty() ? zip : zip + '/' + inner;
+    const QModelIndex item = ExpandPath(level);
+    QVERIFY(item.isValid());
+    QCOMPARE(m_tree->PathOfItem(item), level);
+    QVERIFY(m_tree->isExpanded(item));
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(Labels(model, item), expected);
+    for (int row = 0; row < expandable.size(); ++row) {
+        QCOMPARE(model->hasChildren(model->index(row, 0, item)), expandable[row]);
+    }
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestArchiveTree::compressedTarShowsTheTarAsAFolder_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("tarFlag");
+    QTest::addColumn<QString>("tarLevel");
+    QTest::newRow("gzip") << "backup.tar.gz"
+                          << "-z"
+                          << "backup.tar";
+    QTest::newRow("tgz") << "backup.tgz"
+                         << "-z"
+                         << "backup.tar";
+    QTest::newRow("bzip2") << "backup.tar.bz2"
+                           << "-j"
+                           << "backup.tar";
+}
+
+void TestArchiveTree::compressedTarShowsTheTarAsAFolder() {
+    QFETCH(QString, name);
+    QFETCH(QString, tarFlag);
+    QFETCH(QString, tarLevel);
+    const QString source = m_dir.filePath(QStringLiteral("tarsrc"));
+    QVERIFY(vzt::MakeTree(source, {{"docs/readme.txt", "r"}, {"top.txt", "t"}}));
+    const QString archivePath = m_root + '/' + name;
+    QVERIFY(vzt::Run(QStringLiteral("tar"),
+                     {QStringLiteral("-c") + tarFlag.mid(1) + QStringLiteral("f"), archivePath,
+                      QStringLiteral("docs"), QStringLiteral("top.txt")},
+                     source)
+                .Ok());
+    const QModelIndex archive = ExpandPath(archivePath);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(Labels(model, archive), QStringList{tarLevel});
+    const QModelIndex tar = model->index(0, 0, archive);
+    m_tree->expand(tar);
+    QCOMPARE(Labels(model, tar), (QStringList{"docs", "top.txt"}));
+    const QModelIndex docs = model->index(0, 0, tar);
+    m_tree->expand(docs);
+    QCOMPARE(Labels(model, docs), QStringList{"readme.txt"});
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestArchiveTree::multiVolume7zListsAsOneArchive() {
+    const QString source = m_dir.filePath(QStringLiteral("7zsrc"));
+    QVERIFY(vzt::MakeTree(source,
+                          {{"data/random.bin", vzt::RandomBytes(40000, 7)}, {"notes.txt", "n"}}));
+    QVERIFY(vzt::Run(QStringLiteral("7zz"),
+                     {QStringLiteral("a"), QStringLiteral("-v16k"), QStringLiteral("-mx0"),
+                      m_root + QStringLiteral("/set.7z"), QStringLiteral("data"),
+                      QStringLiteral("notes.txt")},
+                     source)
+                .Ok());
+    QVERIFY(QFileInfo::exists(m_root + QStringLiteral("/set.7z.003")));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    // Only the first volume is an archive of the listing; the others are ordinary files.
+    QCOMPARE(Labels(model, model->index(0, 0)), QStringList{"set.7z.001"});
+    const QModelIndex archive = ExpandPath(m_root + QStringLiteral("/set.7z.001"));
+    QCOMPARE(Labels(model, archive), (QStringList{"data", "notes.txt"}));
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestArchiveTree::diskFolderListsFoldersThenArchives() {
+    QVERIFY(vzt::MakeTree(m_root, {{"b-folder/only-plain.txt", "x"},
+                                   {"A-folder/inner/", {}},
+                                   {"empty/", {}},
+                                   {"plain.txt", "p"},
+                                   {"Zulu.tar", {}},
+                                   {"archive.ZIP", {}},
+                                   {".hidden/", {}}}));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(model->rowCount(), 1);
+    const QModelIndex root = model->index(0, 0);
+    QVERIFY(m_tree->isExpanded(root));
+    QCOMPARE(m_tree->RootPath(), m_root + '/');
+    QCOMPARE(Labels(model, root),
+             (QStringList{".hidden", "A-folder", "b-folder", "empty", "archive.ZIP", "Zulu.tar"}));
+    // A folder holding only ordinary files shows no expander; archives always do.
+    QCOMPARE(model->hasChildren(model->index(1, 0, root)), true);
+    QCOMPARE(model->hasChildren(model->index(2, 0, root)), false);
+    QCOMPARE(model->hasChildren(model->index(3, 0, root)), false);
+    QCOMPARE(model->hasChildren(model->index(4, 0, root)), true);
+
+    // Without the extension in the list, the archive is an ordinary file.
+    m_tree->SetArchiveExtensions({QStringLiteral("ZIP")});
+    m_tree->Populate(m_root);
+    QCOMPARE(Labels(model, model->index(0, 0)),
+             (QStringList{".hidden", "A-folder", "b-folder", "empty", "archive.ZIP"}));
+}
+
+void TestArchiveTree::placesStartWithHomeSelected() {
+    m_tree->Populate(QString());
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QVERIFY(model->rowCount() >= 1);
+    QCOMPARE(model->RealPath(model->index(0, 0)), QDir::homePath());
+    QCOMPARE(m_tree->currentIndex(), model->index(0, 0));
+    QVERIFY(m_tree->RootPath().isEmpty());
+    // Navigate finds the deepest place that holds the path.
+    const QModelIndex item = m_tree->Navigate(m_root);
+    QCOMPARE(m_tree->PathOfItem(item), m_root);
+}
+
+void TestArchiveTree::reExpansionShowsTheArchiveAsItIsNow() {
+    const QString zip = m_root + QStringLiteral("/changing.zip");
+    const QString scratch = m_dir.filePath(QStringLiteral("scratch"));
+    QVERIFY(MakeZip(zip, {{"one.txt", "1"}}, scratch));
+    const QModelIndex archive = ExpandPath(zip);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(Labels(model, archive), QStringList{"one.txt"});
+
+    QVERIFY(MakeZip(zip, {{"two.txt", "2"}, {"new/three.txt", "3"}}, scratch));
+    m_tree->collapse(archive);
+    QCOMPARE(model->rowCount(archive), 0);
+    QVERIFY(model->hasChildren(archive));
+    m_tree->expand(archive);
+    QCOMPARE(Labels(model, archive), (QStringList{"new", "two.txt"}));
+
+    // Refreshing an expanded item reads it again as well.
+    QVERIFY(MakeZip(zip, {{"four.txt", "4"}}, scratch));
+    m_tree->RefreshItem(archive);
+    QCOMPARE(Labels(model, archive), QStringList{"four.txt"});
+
+    // An empty archive expands to nothing.
+    QFile::remove(zip);
+    QVERIFY(vzt::WriteAll(zip, QByteArray::fromHex("504b0506") + QByteArray(18, '\0')));
+    m_tree->collapse(archive);
+    m_tree->expand(archive);
+    QCOMPARE(model->rowCount(archive), 0);
+    QVERIFY(!model->hasChildren(archive));
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestArchiveTree::collapseMovesTheSelectionUp() {
+    const QString zip = m_root + QStringLiteral("/sel.zip");
+    QVERIFY(MakeZip(zip, {{"d/e/f.txt", "f"}}, m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->Populate(m_root);
+    const QModelIndex f = m_tree->Navigate(zip + QStringLiteral("/d/e/f.txt"));
+    QCOMPARE(m_tree->TreeModel()->Label(f), QStringLiteral("f.txt"));
+    const QModelIndex archive = m_tree->Navigate(zip);
+    m_tree->setCurrentIndex(f);
+    m_tree->collapse(archive);
+    QCOMPARE(m_tree->PathOfItem(m_tree->currentIndex()), zip);
+    QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
+}
+
+void TestArchiveTree::archiveThatDoesNotOpen() {
+    const QString bad = m_root + QStringLiteral("/broken.zip");
+    QVERIFY(vzt::WriteAll(bad, QByteArray("this is not a zip archive at all")));
+    const QModelIndex archive = ExpandPath(bad);
+    QVERIFY(archive.isValid());
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Opening Archive"));
+    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
+    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
+    QVERIFY(!m_tree->isExpanded(archive));
+    // Navigating into it stops at the archive, after the same message.
+    m_boxes.clear();
+    const QModelIndex stop = m_tree->Navigate(bad + QStringLiteral("/inner/file.txt"));
+    QCOMPARE(stop, archive);
+    QCOMPARE(m_boxes.size(), 1);
+}
+
+void TestArchiveTree::navigateIntoAnArchive() {
+    const QString zip = m_root + QStringLiteral("/nav.zip");
+    QVERIFY(MakeZip(zip, {{"Docs/Sub/readme.txt", "r"}, {"other.txt", "o"}},
+                    m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->Populate(m_root);
+    // Components match without regard to case.
+    const QModelIndex item = m_tree->Navigate(zip + QStringLiteral("/docs/SUB/readme.txt"));
+    QCOMPARE(m_tree->PathOfItem(item), zip + QStringLiteral("/Docs/Sub/readme.txt"));
+    QCOMPARE(m_tree->currentIndex(), item);
+    for (QModelIndex p = item.parent(); p.isValid(); p = p.parent()) {
+        QVERIFY(m_tree->isExpanded(p));
+    }
+    // A component that is not there leaves the deepest item found selected.
+    const QModelIndex partial = m_tree->Navigate(zip + QStringLiteral("/Docs/missing/x"));
+    QCOMPARE(m_tree->PathOfItem(partial), zip + QStringLiteral("/Docs"));
+}
+
+void TestArchiveTree::doubleClickNeverExpands() {
+    QVERIFY(vzt::MakeTree(m_root, {{"folder/sub/", {}}}));
+    m_tree->Populate(m_root);
+    const QModelIndex folder = m_tree->Navigate(m_root + QStringLiteral("/folder"));
+    QVERIFY(m_tree->TreeModel()->hasChildren(folder));
+    const QRect rect = m_tree->visualRect(folder);
+    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, rect.center());
+    QVERIFY(!m_tree->isExpanded(folder));
+    QCOMPARE(m_tree->viewport()->cursor().shape(), Qt::ArrowCursor);
+}
+
+void TestArchiveTree::statusTexts() {
+    QMap<QString, QByteArray> files{{"a.zip", {}}, {"b.tar", {}}, {"plain.txt", "x"}};
+    for (int i = 0; i < 1234; ++i) {
+        files.insert(QStringLiteral("many/f%1/").arg(i), {});
+    }
+    QVERIFY(vzt::MakeTree(m_root, files));
+    const QString zip = m_root + QStringLiteral("/a.zip");
+    QVERIFY(MakeZip(zip, {{"d/x.txt", "12345"}}, m_dir.filePath(QStringLiteral("scratch"))));
+    QVERIFY(vzt::WriteAll(m_root + QStringLiteral("/b.tar"), "not a tar"));
+
+    QSignalSpy spy(m_tree.get(), &CVelaDragDropTree::StatusTextChanged);
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(m_tree->StatusText(model->index(0, 0)),
+             QStringLiteral("Objects: 3 (including archives: 2)"));
+    QCOMPARE(m_tree->StatusText(m_tree->Navigate(m_root + QStringLiteral("/many"))),
+             QStringLiteral("Objects: 1 234 (including archives: 0)"));
+
+    // Archive items show the archive's own description, selected or not.
+    const QModelIndex archive = m_tree->Navigate(zip);
+    QCOMPARE(spy.last().at(0).toString(), vz::DescribeArchivePath(zip, AllExtensions()));
+    QVERIFY(!spy.last().at(0).toString().isEmpty());
+    const QModelIndex folder = m_tree->Navigate(zip + QStringLiteral("/d"));
+    QCOMPARE(spy.last().at(0).toString(),
+             vz::DescribeArchivePath(zip + QStringLiteral("/d"), AllExtensions()));
+    const QModelIndex file = m_tree->Navigate(zip + QStringLiteral("/d/x.txt"));
+    QCOMPARE(spy.last().at(0).toString(),
+             vz::DescribeArchivePath(zip + QStringLiteral("/d/x.txt"), AllExtensions()));
+    QVERIFY(m_tree->StatusText(file) != m_tree->StatusText(folder));
+    QCOMPARE(m_tree->StatusText(m_tree->Navigate(m_root + QStringLiteral("/b.tar"))),
+             QStringLiteral("Invalid archive"));
+
+    // While a zip archive is being created its descriptions stay empty.
+    CVelaZipApp::Flags().creatingArchive = true;
+    QCOMPARE(m_tree->StatusText(archive), QString());
+    QCOMPARE(m_tree->StatusText(model->index(0, 0)),
+             QStringLiteral("Objects: 3 (including archives: 2)"));
+    CVelaZipApp::Flags().creatingArchive = false;
+}
+
+void TestArchiveTree::validDropItem_data() {
+    QTest::addColumn<QString>("relative");
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("disk folder") << "folder" << true;
+    QTest::newRow("the root folder") << "" << true;
+    QTest::newRow("zip archive") << "a.zip" << true;
+    QTest::newRow("top folder in zip") << "a.zip/top" << true;
+    QTest::newRow("file in zip") << "a.zip/top/file.txt" << false;
+    QTest::newRow("jar archive") << "b.jar" << true;
+    QTest::newRow("tar archive") << "c.tar" << false;
+    QTest::newRow("folder in tar") << "c.tar/top" << false;
+}
+
+void TestArchiveTree::validDropItem() {
+    QFETCH(QString, relative);
+    QFETCH(bool, valid);
+    const QString scratch = m_dir.filePath(QStringLiteral("scratch"));
+    QVERIFY(vzt::MakeTree(m_root, {{"folder/", {}}}));
+    QVERIFY(MakeZip(m_root + QStringLiteral("/a.zip"), {{"top/file.txt", "f"}}, scratch));
+    QVERIFY(QFile::copy(m_root + QStringLiteral("/a.zip"), m_root + QStringLiteral("/b.jar")));
+    QVERIFY(
+        vzt::Run(QStringLiteral("tar"),
+                 {QStringLiteral("-cf"), m_root + QStringLiteral("/c.tar"), QStringLiteral("top")},
+                 scratch)
+            .Ok());
+    m_tree->Populate(m_root);
+    const QString path = relative.isEmpty() ? m_root : m_root + '/' + relative;
+    const QModelIndex item = m_tree->Navigate(path);
+    QCOMPARE(m_tree->PathOfItem(item), path);
+    QCOMPARE(m_tree->ValidDropItem(item) == item, valid);
+    QCOMPARE(m_tree->AcceptsDropsNow(), true);
+    QCOMPARE(m_tree->Kind(), int(CVelaDragDropTree::kArchiveBrowser));
+    // While this tree is the source of a drag nothing in it is a target.
+    m_tree->SetDragInProgress(true);
+    QVERIFY(!m_tree->ValidDropItem(item).isValid());
+    m_tree->SetDragInProgress(false);
+}
+
+void TestArchiveTree::largeLevelInsertsInOneBatch() {
+    QMap<QString, QByteArray> files;
+    for (int i = 0; i < 3000; ++i) {
+        files.insert(QStringLiteral("f%1.txt").arg(i, 5, 10, QLatin1Char('0')), {});
+    }
+    const QString zip = m_root + QStringLiteral("/big.zip");
+    QVERIFY(MakeZip(zip, files, m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->Populate(m_root);
+    const QModelIndex archive = m_tree->Navigate(zip);
+    QSignalSpy inserted(m_tree->TreeModel(), &QAbstractItemModel::rowsInserted);
+    QSignalSpy removed(m_tree->TreeModel(), &QAbstractItemModel::rowsRemoved);
+    m_tree->expand(archive);
+    QCOMPARE(inserted.size(), 1);
+    QCOMPARE(m_tree->TreeModel()->rowCount(archive), 3000);
+    m_tree->collapse(archive);
+    QCOMPARE(removed.size(), 1);
+}
+
+QTEST_MAIN(TestArchiveTree)
+#include "tst_archivetree.moc"

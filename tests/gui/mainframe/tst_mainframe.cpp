@@ -1,0 +1,420 @@
+// The main frame: start-up with and without an argument, the temporary folder, the splitter
+// entries, the finder rows, the visual styles, the command table and the busy check.
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include "TestSupport.h"
+#include "app/CMainFrame.h"
+#include "app/CVelaSplitter.h"
+#include "app/CommandIds.h"
+#include "app/Commands.h"
+#include "app/IProgressWindow.h"
+#include "app/VisualStyles.h"
+#include "archive/CArchiveUnpacker.h"
+#include "archivebrowser/CVelaArchiveTree.h"
+#include "common/MessageBox.h"
+#include "settings/CLayoutProfile.h"
+
+namespace {
+
+class TestProgress : public IProgressWindow {
+public:
+    void PostStopRequest() override { ++stopRequests; }
+    int stopRequests = 0;
+};
+
+QString MenuText(const CMainFrame& frame, int id) {
+    QAction* action = vz::FindCommand(&frame, id);
+    return action != nullptr ? action->text() : QStringLiteral("<missing>");
+}
+
+}  // namespace
+
+class TestMainFrame : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void startWithoutArgumentEmptiesTheTemporaryFolder();
+    void startWithArgument_data();
+    void startWithArgument();
+    void splitterEntriesRoundTrip();
+    void splitterStateText_data();
+    void splitterStateText();
+    void finderRowsStartHidden();
+    void visualStylePersists_data();
+    void visualStylePersists();
+    void commandTable();
+    void busyCheckRefusesClose();
+    void f6MovesBetweenPanes();
+    void statusBarShowsTheSelection();
+
+private:
+    QString TempFolder() const { return m_tmp + QStringLiteral("/Vela-ZIP.Temp"); }
+    void FillTempFolder();
+
+    QTemporaryDir m_dir;
+    QString m_tmp;
+    QList<vz::MessageBoxRequest> m_boxes;
+};
+
+void TestMainFrame::initTestCase() {
+    QVERIFY(m_dir.isValid());
+    m_tmp = m_dir.filePath(QStringLiteral("tmp"));
+    QVERIFY(QDir().mkpath(m_tmp));
+    qputenv("TMPDIR", m_tmp.toUtf8());
+    QCOMPARE(QDir::tempPath(), m_tmp);
+    vz::EnsureUtf8Locale();
+    vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
+        m_boxes << request;
+        return QMessageBox::Ok;
+    });
+}
+
+void TestMainFrame::init() {
+    static int round = 0;
+    vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config%1").arg(++round)));
+    m_boxes.clear();
+}
+
+void TestMainFrame::FillTempFolder() {
+    QVERIFY(vzt::MakeTree(TempFolder(), {{"left-over.txt", "x"},
+                                         {"readonly.txt", "r"},
+                                         {"sub/inner.txt", "i"},
+                                         {"sub/deeper/", {}},
+                                         {"locked/file.txt", "l"}}));
+    QVERIFY(
+        QFile::setPermissions(TempFolder() + QStringLiteral("/readonly.txt"), QFile::ReadOwner));
+    QVERIFY(QFile::setPermissions(TempFolder() + QStringLiteral("/locked"),
+                                  QFile::ReadOwner | QFile::ExeOwner));
+}
+
+void TestMainFrame::startWithoutArgumentEmptiesTheTemporaryFolder() {
+    FillTempFolder();
+    CMainFrame frame({});
+    QCOMPARE(frame.TempFolder(), TempFolder());
+    QVERIFY(QFileInfo(TempFolder()).isDir());
+    QCOMPARE(vzt::ListTree(TempFolder()), QStringList());
+    QVERIFY(frame.CommandLinePath().isEmpty());
+    // The Archive Browser starts with the places, home selected.
+    CVelaArchiveTree* tree = frame.ArchiveTree();
+    QCOMPARE(tree->PathOfItem(tree->currentIndex()), QDir::homePath());
+    QCOMPARE(frame.windowTitle(), QStringLiteral("Vela-ZIP Archiver"));
+
+    // A missing folder is created.
+    QVERIFY(QDir(TempFolder()).removeRecursively());
+    CMainFrame second({});
+    QVERIFY(QFileInfo(TempFolder()).isDir());
+}
+
+void TestMainFrame::startWithArgument_data() {
+    QTest::addColumn<QString>("argument");  // "%1" stands for the case folder
+    QTest::addColumn<QString>("opened");    // the path the Archive Browser selects; empty: none
+    QTest::newRow("archive") << "%1/a.zip"
+                             << "%1/a.zip";
+    QTest::newRow("quoted, with blanks") << "  \"%1/a.zip\" "
+                                         << "%1/a.zip";
+    QTest::newRow("place inside the archive") << "%1/a.zip/docs/readme.txt"
+                                              << "%1/a.zip/docs/readme.txt";
+    QTest::newRow("relative, not cleaned") << "%1/./sub/../a.zip"
+                                           << "%1/a.zip";
+    QTest::newRow("folder") << "%1/sub"
+                            << "%1/sub";
+    QTest::newRow("does not exist") << "%1/nothing.zip"
+                                    << "";
+    QTest::newRow("not in the archive either") << "%1/nothing/a.zip/x"
+                                               << "";
+}
+
+void TestMainFrame::startWithArgument() {
+    QFETCH(QString, argument);
+    QFETCH(QString, opened);
+    const QString folder = m_dir.filePath(QStringLiteral("args"));
+    QDir(folder).removeRecursively();
+    QVERIFY(vzt::MakeTree(folder + QStringLiteral("/src"), {{"docs/readme.txt", "r"}}));
+    QVERIFY(QDir().mkpath(folder + QStringLiteral("/sub")));
+    QVERIFY(
+        vzt::Run(QStringLiteral("zip"),
+                 {QStringLiteral("-qr"), folder + QStringLiteral("/a.zip"), QStringLiteral("docs")},
+                 folder + QStringLiteral("/src"))
+            .Ok());
+    FillTempFolder();
+    const QStringList before = vzt::ListTree(TempFolder());
+
+    CMainFrame frame({argument.arg(folder)});
+    QCOMPARE(frame.CommandLinePath(), opened.isEmpty() ? QString() : opened.arg(folder));
+    // Any argument, even one that does not exist, leaves the temporary folder as it was.
+    QCOMPARE(vzt::ListTree(TempFolder()), before);
+    CVelaArchiveTree* tree = frame.ArchiveTree();
+    const QString selected = tree->PathOfItem(tree->currentIndex());
+    QCOMPARE(selected, opened.isEmpty() ? QDir::homePath() : opened.arg(folder));
+    QVERIFY(m_boxes.isEmpty());
+    QFile::setPermissions(TempFolder() + QStringLiteral("/locked"),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+void TestMainFrame::splitterEntriesRoundTrip() {
+    CLayoutProfile::SetSplitterPos(0, QStringLiteral("-1 300 -1 500"));
+    CLayoutProfile::SetSplitterPos(1, QStringLiteral("-1 400 1 120"));   // finder hidden at exit
+    CLayoutProfile::SetSplitterPos(2, QStringLiteral("-1 350 -1 170"));  // finder shown at exit
+    {
+        CMainFrame frame({});
+        frame.resize(1000, 700);
+        frame.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&frame));
+        QVERIFY(!frame.IsArchiveFinderShown());
+        QVERIFY(!frame.IsFileFinderShown());
+        const QList<int> columns = frame.Splitter(0)->sizes();
+        // 300:500 of the width, give or take the handle.
+        QVERIFY2(qAbs(columns[0] * 5 - columns[1] * 3) < 20,
+                 qPrintable(QStringLiteral("%1 %2").arg(columns[0]).arg(columns[1])));
+        // A hidden finder row keeps its saved size for when it is shown.
+        QCOMPARE(frame.Splitter(1)->PaneSize(1), 120);
+        QCOMPARE(frame.Splitter(2)->PaneSize(1), 170);
+        frame.OnToggleFileFinder();
+        QCOMPARE(frame.Splitter(2)->sizes().value(1), 170);
+        frame.Splitter(0)->setSizes({600, 400});
+        QVERIFY(frame.close());
+    }
+    const QStringList main = CLayoutProfile::SplitterPos(0).split(' ');
+    QCOMPARE(main.size(), 4);
+    QCOMPARE(main[0], QStringLiteral("-1"));
+    QCOMPARE(main[2], QStringLiteral("-1"));
+    QVERIFY(main[1].toInt() > main[3].toInt());
+    QCOMPARE(CLayoutProfile::SplitterPos(1).section(' ', 2, 3), QStringLiteral("1 120"));
+    QCOMPARE(CLayoutProfile::SplitterPos(2).section(' ', 2, 3), QStringLiteral("-1 170"));
+}
+
+void TestMainFrame::splitterStateText_data() {
+    QTest::addColumn<int>("orientation");
+    QTest::addColumn<QString>("saved");
+    QTest::addColumn<bool>("hiddenAfterLoad");
+    QTest::addColumn<QString>("written");
+    QTest::newRow("rows, nothing hidden")
+        << int(Qt::Vertical) << "-1 150 -1 150" << false << "-1 150 -1 150";
+    QTest::newRow("rows, second hidden")
+        << int(Qt::Vertical) << "-1 300 1 60" << true << "-1 300 1 60";
+    QTest::newRow("columns, second hidden")
+        << int(Qt::Horizontal) << "1 150 -1 70" << true << "1 150 -1 70";
+    QTest::newRow("columns ignore the row mark")
+        << int(Qt::Horizontal) << "-1 150 1 70" << false << "-1 150 -1 70";
+    QTest::newRow("damaged text reads as the default")
+        << int(Qt::Vertical) << "1 x" << false << "-1 150 -1 150";
+    QTest::newRow("unknown sizes are written as 100")
+        << int(Qt::Vertical) << "-1 0 -1 0" << false << "-1 100 -1 100";
+}
+
+void TestMainFrame::splitterStateText() {
+    QFETCH(int, orientation);
+    QFETCH(QString, saved);
+    QFETCH(bool, hiddenAfterLoad);
+    QFETCH(QString, written);
+    // Never shown: the sizes are the ones applied, unknown ones are written as 100.
+    CVelaSplitter splitter(7, static_cast<Qt::Orientation>(orientation));
+    splitter.SetPane(0, new QWidget, -1, 10);
+    splitter.SetPane(1, new QWidget, -1, 10);
+    splitter.ApplyStateText(saved);
+    QCOMPARE(splitter.IsSecondPaneHidden(), hiddenAfterLoad);
+    QCOMPARE(splitter.StateText(), written);
+    QCOMPARE(splitter.EntryName(), QStringLiteral("View_7"));
+    // Applying a saved mark again toggles back.
+    splitter.ApplyStateText(saved);
+    QVERIFY(!splitter.IsSecondPaneHidden());
+}
+
+void TestMainFrame::finderRowsStartHidden() {
+    for (const char* mark : {"1", "-1"}) {
+        CLayoutProfile::SetSplitterPos(1, QStringLiteral("-1 400 %1 120").arg(mark));
+        CLayoutProfile::SetSplitterPos(2, QStringLiteral("-1 400 %1 120").arg(mark));
+        CMainFrame frame({});
+        QVERIFY(!frame.IsArchiveFinderShown());
+        QVERIFY(!frame.IsFileFinderShown());
+        QCOMPARE(MenuText(frame, vz::cmd::kShowArchiveFinder),
+                 QStringLiteral("&Show Archive Finder"));
+        QCOMPARE(MenuText(frame, vz::cmd::kShowFileFinder), QStringLiteral("Show &File Finder"));
+
+        vz::FindCommand(&frame, vz::cmd::kShowArchiveFinder)->trigger();
+        QVERIFY(frame.IsArchiveFinderShown());
+        QCOMPARE(MenuText(frame, vz::cmd::kShowArchiveFinder),
+                 QStringLiteral("&Hide Archive Finder"));
+        vz::FindCommand(&frame, vz::cmd::kShowFileFinder)->trigger();
+        QVERIFY(frame.IsFileFinderShown());
+        QCOMPARE(MenuText(frame, vz::cmd::kShowFileFinder), QStringLiteral("Hide &File Finder"));
+
+        frame.HideFileFinder();
+        frame.HideFileFinder();  // hides only what is shown
+        QVERIFY(!frame.IsFileFinderShown());
+        QCOMPARE(MenuText(frame, vz::cmd::kShowFileFinder), QStringLiteral("Show &File Finder"));
+        QVERIFY(frame.IsArchiveFinderShown());
+        QVERIFY(frame.close());
+    }
+}
+
+void TestMainFrame::visualStylePersists_data() {
+    QTest::addColumn<QVariant>("stored");  // invalid: nothing stored
+    QTest::addColumn<int>("chosen");       // 0: no choice in this run
+    QTest::addColumn<int>("afterRestart");
+    QTest::addColumn<int>("checked");  // the menu item with the radio mark, 0 for none
+    QTest::newRow("default") << QVariant() << 0 << 218 << 218;
+    QTest::newRow("choose Windows") << QVariant() << 220 << 220 << 220;
+    QTest::newRow("choose black") << QVariant(218) << 216 << 216 << 216;
+    QTest::newRow("out of range") << QVariant(300) << 0 << 218 << 218;
+    QTest::newRow("below the range") << QVariant(209) << 0 << 218 << 218;
+    QTest::newRow("accepted id outside the menu") << QVariant(213) << 0 << 213 << 0;
+}
+
+void TestMainFrame::visualStylePersists() {
+    QFETCH(QVariant, stored);
+    QFETCH(int, chosen);
+    QFETCH(int, afterRestart);
+    QFETCH(int, checked);
+    if (stored.isValid()) {
+        CLayoutProfile::SetApplicationLook(stored.toInt());
+    }
+    {
+        CMainFrame frame({});
+        if (chosen != 0) {
+            vz::FindCommand(&frame, chosen)->trigger();
+            QCOMPARE(frame.ApplicationLook(), chosen);
+            QCOMPARE(CLayoutProfile::ApplicationLook(), chosen);
+        }
+        QVERIFY(frame.close());
+    }
+    CMainFrame frame({});
+    QCOMPARE(frame.ApplicationLook(), afterRestart);
+    QCOMPARE(QApplication::style()->name().toLower(), QStringLiteral("fusion"));
+    QCOMPARE(QApplication::palette().color(QPalette::Window),
+             vz::PaletteForLook(afterRestart).color(QPalette::Window));
+    for (const int id : {215, 216, 217, 218, 220}) {
+        QCOMPARE(vz::FindCommand(&frame, id)->isChecked(), id == checked);
+    }
+}
+
+void TestMainFrame::commandTable() {
+    CMainFrame frame({});
+    using namespace vz::cmd;
+    struct Row {
+        int id;
+        const char* text;
+        bool enabled;
+    };
+    const Row rows[] = {
+        {kExit, "E&xit", true},
+        {kShowArchiveFinder, "&Show Archive Finder", true},
+        {kShowFileFinder, "Show &File Finder", true},
+        {kLookWindows, "Windows", true},
+        {kLookOffice2007Blue, "Office 2007 (&Blue Style)", true},
+        {kLookOffice2007Black, "Office 2007 (B&lack Style)", true},
+        {kLookOffice2007Silver, "Office 2007 (&Silver Style)", true},
+        {kLookOffice2007Aqua, "Office 2007 (&Aqua Style)", true},
+        {kAbout, "&About Vela-ZIP Archiver", true},
+        {kArchiveHistoryBack, "&Back", false},
+        {kArchiveHistoryForward, "&Forward", false},
+        {kArchiveHistoryClear, "&Clear History", false},
+        {kFileHistoryBack, "&Back", false},
+        {kFileHistoryForward, "&Forward", false},
+        {kFileHistoryClear, "&Clear History", false},
+        {kArchiveBookmarksManager, "&Archive Bookmarks Manager...", false},
+        {kFileBookmarksManager, "&File Bookmarks Manager...", false},
+        {kOptions, "&Options...", false},
+        {kHelpTopics, "&Help Topics", false},
+        {kHomePage, "Vela-ZIP Archiver Home Page", false},
+    };
+    for (const Row& row : rows) {
+        QAction* action = vz::FindCommand(&frame, row.id);
+        QVERIFY2(action != nullptr, qPrintable(QString::number(row.id)));
+        QCOMPARE(action->text(), QString::fromLatin1(row.text));
+        QCOMPARE(action->isEnabled(), row.enabled);
+    }
+    QCOMPARE(vz::FindCommand(&frame, kExit)->statusTip(), QStringLiteral("Quits the application"));
+    QCOMPARE(vz::FindCommand(&frame, kExit)->toolTip(), QStringLiteral("Exit"));
+    QCOMPARE(vz::FindCommand(&frame, kArchiveHistoryBack)->shortcut(),
+             QKeySequence(Qt::CTRL | Qt::Key_Left));
+    QCOMPARE(vz::FindCommand(&frame, kFileHistoryForward)->shortcut(),
+             QKeySequence(Qt::ALT | Qt::Key_Right));
+    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->statusTip(),
+             QStringLiteral(" Clear the file browser history"));
+    // The toolbar buttons of both browsers, disabled until their features arrive.
+    for (const int id : {kArchiveHistoryBackButton, kArchiveHistoryForwardButton,
+                         kArchiveBookmarksButton, kSyncWithFileBrowser, kAddArchiveBookmark,
+                         kFileHistoryBackButton, kFileHistoryForwardButton, kFileBookmarksButton,
+                         kSyncWithArchiveBrowser, kAddFileBookmark}) {
+        QAction* action = vz::FindCommand(&frame, id);
+        QVERIFY2(action != nullptr, qPrintable(QString::number(id)));
+        QVERIFY(!action->isEnabled());
+    }
+    QCOMPARE(vz::FindCommand(&frame, kSyncWithFileBrowser)->statusTip(),
+             QStringLiteral("Sync with File Browser"));
+
+    vz::FindCommand(&frame, kAbout)->trigger();
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].caption, QStringLiteral("About Vela-ZIP Archiver"));
+    QVERIFY(m_boxes[0].text.contains(QStringLiteral("Vela-ZIP Archiver")));
+    QVERIFY(m_boxes[0].text.contains(QStringLiteral("Version 4.2")));
+}
+
+void TestMainFrame::busyCheckRefusesClose() {
+    CMainFrame frame({});
+    frame.show();
+    TestProgress archive;
+    TestProgress files;
+    TestProgress finder;
+    frame.BeginOperation(CMainFrame::Operation::FinderSearch, &finder);
+    frame.BeginOperation(CMainFrame::Operation::File, &files);
+    QVERIFY(!frame.close());
+    QVERIFY(frame.isVisible());
+    // Only the first running operation is asked, in the order archive, file, ..., finder.
+    QCOMPARE(files.stopRequests, 1);
+    QCOMPARE(finder.stopRequests, 0);
+    frame.BeginOperation(CMainFrame::Operation::Archive, &archive);
+    QVERIFY(frame.BusyCheck());
+    QCOMPARE(archive.stopRequests, 1);
+    QCOMPARE(files.stopRequests, 1);
+
+    frame.EndOperation(CMainFrame::Operation::Archive);
+    frame.EndOperation(CMainFrame::Operation::File);
+    QVERIFY(frame.IsBusy(CMainFrame::Operation::FinderSearch));
+    QVERIFY(frame.BusyCheck());
+    QCOMPARE(finder.stopRequests, 1);
+    frame.EndOperation(CMainFrame::Operation::FinderSearch);
+    QVERIFY(!frame.BusyCheck());
+    QVERIFY(frame.close());
+}
+
+void TestMainFrame::f6MovesBetweenPanes() {
+    CMainFrame frame({});
+    frame.show();
+    QApplication::setActiveWindow(&frame);
+    QVERIFY(QTest::qWaitForWindowActive(&frame));
+    frame.ArchiveTree()->setFocus();
+    QTest::keyClick(&frame, Qt::Key_F6);
+    QCOMPARE(QApplication::focusWidget(), frame.FileTree());
+    QTest::keyClick(&frame, Qt::Key_F6);
+    QCOMPARE(QApplication::focusWidget(), frame.ArchiveTree());
+    QTest::keyClick(&frame, Qt::Key_F6, Qt::ShiftModifier);
+    QCOMPARE(QApplication::focusWidget(), frame.FileTree());
+    QVERIFY(frame.close());
+}
+
+void TestMainFrame::statusBarShowsTheSelection() {
+    const QString folder = m_dir.filePath(QStringLiteral("status"));
+    QVERIFY(vzt::MakeTree(folder, {{"one/", {}}, {"two/", {}}, {"x.zip", {}}}));
+    CMainFrame frame({folder});
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 3 (including archives: 1)"));
+    CVelaArchiveTree* tree = frame.ArchiveTree();
+    tree->Navigate(folder + QStringLiteral("/one"));
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 0 (including archives: 0)"));
+}
+
+QTEST_MAIN(TestMainFrame)
+#include "tst_mainframe.moc"
