@@ -1,6 +1,7 @@
 #include "PackerTestKit.h"
 
 #include "TestSupport.h"
+#include "archive/CArchiveUnpacker.h"
 
 namespace pkt {
 
@@ -37,6 +38,22 @@ bool SevenZipExtract(const QString& archive, const QString& password, const QStr
                  {QStringLiteral("x"), QStringLiteral("-y"), QStringLiteral("-p") + password,
                   QStringLiteral("-o") + folder, archive});
     return r.Ok();
+}
+
+bool UnpackWithReader(const QString& archive, const QString& password, const QString& folder,
+                      QString* error) {
+    CZipUnpacker unpacker;
+    INIUNPACK ini;
+    ini.UnpackArchivesWithoutPaths = false;
+    ini.AskBeforeOverwriting = false;
+    unpacker.SetIni(ini);
+    if (!password.isEmpty())
+        unpacker.SetPassword(password);
+    const bool ok = unpacker.OpenArchive(archive) && unpacker.UnpackArchive(folder);
+    if (error)
+        *error = unpacker.LastError();
+    unpacker.CloseArchive();
+    return ok;
 }
 
 QStringList OtherFiles(const QString& folder, const QStringList& expected) {

@@ -60,6 +60,9 @@ bool SevenZipTests(const QString& archive, const QString& password, QByteArray* 
 bool UnzipTests(const QString& archive, const QString& password, QByteArray* output = nullptr);
 // Extracts with 7zz into `folder`.
 bool SevenZipExtract(const QString& archive, const QString& password, const QString& folder);
+// Unpacks the whole archive with the reading side (CZipUnpacker) into `folder`, with paths.
+bool UnpackWithReader(const QString& archive, const QString& password, const QString& folder,
+                      QString* error = nullptr);
 // Files in `folder` other than the given names.
 QStringList OtherFiles(const QString& folder, const QStringList& expected);
 

@@ -11,9 +11,12 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "FamilyFixtures.h"
 #include "PackerTestKit.h"
 #include "RarWriter.h"
 #include "TestSupport.h"
+#include "archive/ArchiveClassifier.h"
+#include "archive/ArchiveFamily.h"
 #include "archive/packer/CZipPacker.h"
 
 class TestZipPackerEdit : public QObject {
@@ -350,7 +353,14 @@ private slots:
         QVERIFY(vzt::Run(QStringLiteral("zip"),
                          {QStringLiteral("-qr"), zipped, QStringLiteral("in")}, dir)
                     .Ok());
-        if (kind == QLatin1String("zip")) {
+        if (kind == QLatin1String("sfx")) {
+            const vzt::FamilyArchive sfx =
+                vzt::MakeFamilyArchive(kind, dir + QStringLiteral("/in"), dir);
+            QVERIFY2(sfx.error.isEmpty(), qPrintable(sfx.error));
+            QCOMPARE(sfx.path, path);
+            QCOMPARE(vz::ClassifyPath(path, vzt::AllExtensions()),
+                     int(ArchiveFamily::SelfExtractingZip));
+        } else if (kind == QLatin1String("zip")) {
             QVERIFY(QFile::copy(zipped, path));
         } else if (kind == QLatin1String("rar")) {
             QVERIFY(vzt::WriteStoredRar(path, {vzt::RarItem{QStringLiteral("a.txt"), "a"}}));

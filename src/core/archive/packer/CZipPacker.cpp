@@ -17,6 +17,7 @@
 #include <mutex>
 #include <vector>
 
+#include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/packer/DiskScanner.h"
 #include "archive/packer/ZipArchiveFile.h"
@@ -31,17 +32,10 @@ using Clock = std::chrono::steady_clock;
 constexpr zip_uint16_t kExtendedTimestamp = 0x5455;  // "UT": modification time, seconds
 constexpr quint32 kUnixFolderMode = S_IFDIR | 0755;
 
-// The upper-case text after the last "." of the last component (as the classifier reads it).
-QString UpperExtensionOf(const QString& path) {
-    const int slash = path.lastIndexOf(QLatin1Char('/'));
-    const int dot = path.lastIndexOf(QLatin1Char('.'));
-    return dot > slash ? path.mid(dot + 1).toUpper() : QString();
-}
-
 // Why the packer never writes an archive of this name, or empty when it may (by the
 // extension alone: zip, jar and xap).
 QString FamilyRefusal(const QString& path) {
-    const int family = ArchiveFamily::ForExtension(UpperExtensionOf(path));
+    const int family = ArchiveFamily::ForExtension(vz::UpperExtension(path));
     if (family == ArchiveFamily::SelfExtractingZip)
         return QStringLiteral(
             "a self-extracting archive (.exe) is never changed; only .zip, .jar and .xap archives "
@@ -720,11 +714,11 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
             break;
         }
         const zip_uint64_t index = static_cast<zip_uint64_t>(added);
-        ok =
-            zip_set_file_compression(za, index, compressed ? method : ZIP_CM_STORE,
-                                     compressed ? static_cast<zip_uint32_t>(level) : 0) == 0 &&
-            SetEntryMetadata(index, item.mode, item.mtime) &&
-            (!encrypt || zip_file_set_encryption(za, index, encryption, password.constData()) == 0);
+        ok = zip_set_file_compression(za, index, compressed ? method : ZIP_CM_STORE,
+                                      compressed ? static_cast<zip_uint32_t>(level) : 0) == 0 &&
+             SetEntryMetadata(index, item.mode, item.mtime) &&
+             (!encrypt || item.kind == vz::PackItem::Link ||
+              zip_file_set_encryption(za, index, encryption, password.constData()) == 0);
         written.push_back(i);
     }
     if (!ok) {

@@ -51,9 +51,10 @@
 //
 // Compression. Level 0 stores; levels 1 to 9 use DEFLATE (method 8) or BZIP2 (method 12);
 // a level outside 0 to 9 means the packer's default, 6. Empty files and links are stored.
-// Encryption applies to files and links added while EncryptionOn is set and the password is
-// not empty: "Zip 2.0" (traditional PKWARE), "AES-128", "AES-192" or "AES-256" (WinZip AES);
-// entries already in the archive keep theirs.
+// Encryption applies to the files added while EncryptionOn is set and the password is not
+// empty: "Zip 2.0" (traditional PKWARE), "AES-128", "AES-192" or "AES-256" (WinZip AES).
+// Links are not encrypted: their data is only the target path, and readers such as
+// libarchive restore an encrypted link wrongly. Entries already in the archive keep theirs.
 //
 // Only zip archives are written: a path whose extension is not .zip, .jar or .xap (a
 // self-extracting .exe, a RAR, a 7z, ...) is refused with an error, and an existing file that
