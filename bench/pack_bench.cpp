@@ -29,7 +29,13 @@
 
 namespace {
 
-const QString kRoot = QStringLiteral("/tmp/vz_pack_bench");
+QString DataRoot() {
+    const QString base = qEnvironmentVariableIsEmpty("BENCH_DATA")
+                             ? QStringLiteral("/tmp/velazip-bench")
+                             : qEnvironmentVariable("BENCH_DATA");
+    return base + QStringLiteral("/pack");
+}
+const QString kRoot = DataRoot();
 
 class Generator {
 public:
@@ -187,6 +193,7 @@ QString ManyEntriesZip() {
 struct Timing {
     double wall = 0;
     double cpu = 0;  // user + system
+    bool ok = true;
 };
 
 double CpuSeconds(int who) {
@@ -215,7 +222,8 @@ Timing Run(const QString& program, const QStringList& args, const QString& dir) 
     Timing timing;
     timing.wall = static_cast<double>(t.nsecsElapsed()) / 1e9;
     timing.cpu = CpuSeconds(RUSAGE_CHILDREN) - cpu;
-    if (p.exitStatus() != QProcess::NormalExit || p.exitCode() != 0)
+    timing.ok = p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
+    if (!timing.ok)
         std::printf("  %s failed (exit %d)\n", qPrintable(program), p.exitCode());
     return timing;
 }
@@ -230,6 +238,53 @@ void WarmCache(const QString& folder) {
     }
 }
 
+// The best of `runs` tries; `once` times one try.
+template <typename Try>
+Timing Best(int runs, Try once) {
+    Timing best;
+    for (int i = 0; i < runs; ++i) {
+        const Timing t = once();
+        if (i == 0 || t.wall < best.wall)
+            best = t;
+    }
+    return best;
+}
+
+Timing PackWithPacker(const QString& data, const QString& archive, int threads) {
+    QFile::remove(archive);
+    Timing timing;
+    const double cpu = CpuSeconds(RUSAGE_SELF);
+    QElapsedTimer t;
+    t.start();
+    CZipPacker packer;
+    INIPACK ini;
+    ini.CompressionLevel = 6;
+    ini.CompressionMethod = 8;
+    ini.PackFoldersWithoutPaths = true;
+    ini.AskBeforeUpdating = false;
+    packer.SetIni(ini);
+    packer.SetCompressionThreads(threads);
+    if (!packer.CreateArchive(archive) || !packer.AddFolderToArchive(data, data, true) ||
+        !packer.CloseArchive())
+        std::printf("  CZipPacker failed: %s\n", qPrintable(packer.LastError()));
+    timing.wall = static_cast<double>(t.nsecsElapsed()) / 1e9;
+    timing.cpu = CpuSeconds(RUSAGE_SELF) - cpu;
+    return timing;
+}
+
+Timing RenameWithPacker(const QString& archive, const QString& from, const QString& to) {
+    Timing timing;
+    const double cpu = CpuSeconds(RUSAGE_SELF);
+    QElapsedTimer t;
+    t.start();
+    CZipPacker packer;
+    if (!packer.OpenArchive(archive) || !packer.RenameFile(from, to) || !packer.CloseArchive())
+        std::printf("  CZipPacker failed: %s\n", qPrintable(packer.LastError()));
+    timing.wall = static_cast<double>(t.nsecsElapsed()) / 1e9;
+    timing.cpu = CpuSeconds(RUSAGE_SELF) - cpu;
+    return timing;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -238,6 +293,9 @@ int main(int argc, char** argv) {
     for (int i = 1; i + 1 < argc; ++i)
         if (QByteArray(argv[i]) == "--threads")
             threads = QByteArray(argv[i + 1]).toInt();
+    const int runs = qEnvironmentVariableIsEmpty("BENCH_RUNS")
+                         ? 3
+                         : std::max(1, qEnvironmentVariableIntValue("BENCH_RUNS"));
 
     const QString data = MixedFolder();
     const QString out = kRoot + QStringLiteral("/out");
@@ -246,45 +304,32 @@ int main(int argc, char** argv) {
     const qint64 bytes = FolderBytes(data);
     WarmCache(data);
     const double mb = static_cast<double>(bytes) / (1 << 20);
-    std::printf("\nAdding %s (%.0f MiB) to a new zip, level 6 (load average %s)\n",
-                qPrintable(data), mb, qPrintable(LoadAverage()));
+    std::printf("\nAdding %s (%.0f MiB) to a new zip, level 6, best of %d (load average %s)\n",
+                qPrintable(data), mb, runs, qPrintable(LoadAverage()));
 
-    Timing ours;
-    QElapsedTimer t;
-    double cpu = CpuSeconds(RUSAGE_SELF);
-    t.start();
-    {
-        CZipPacker packer;
-        INIPACK ini;
-        ini.CompressionLevel = 6;
-        ini.CompressionMethod = 8;
-        ini.PackFoldersWithoutPaths = true;
-        ini.AskBeforeUpdating = false;
-        packer.SetIni(ini);
-        packer.SetCompressionThreads(threads);
-        if (!packer.CreateArchive(out + QStringLiteral("/ours.zip")) ||
-            !packer.AddFolderToArchive(data, data, true) || !packer.CloseArchive())
-            std::printf("  CZipPacker failed: %s\n", qPrintable(packer.LastError()));
-    }
-    ours.wall = static_cast<double>(t.nsecsElapsed()) / 1e9;
-    ours.cpu = CpuSeconds(RUSAGE_SELF) - cpu;
     const QString parent = QFileInfo(data).absolutePath();
     const QString name = QFileInfo(data).fileName();
-    const Timing zip = Run(QStringLiteral("zip"),
-                           {QStringLiteral("-6"), QStringLiteral("-r"), QStringLiteral("-q"),
-                            out + QStringLiteral("/zip.zip"), name},
-                           parent);
-    const Timing sevenZip =
-        Run(QStringLiteral("7zz"),
-            {QStringLiteral("a"), QStringLiteral("-tzip"), QStringLiteral("-mx5"),
-             QStringLiteral("-mmt=2"), QStringLiteral("-bd"), QStringLiteral("-bso0"),
-             out + QStringLiteral("/7zz.zip"), name},
-            parent);
-    const double oursSize =
-        static_cast<double>(QFileInfo(out + QStringLiteral("/ours.zip")).size());
-    const double zipSize = static_cast<double>(QFileInfo(out + QStringLiteral("/zip.zip")).size());
-    const double sevenSize =
-        static_cast<double>(QFileInfo(out + QStringLiteral("/7zz.zip")).size());
+    const QString oursZip = out + QStringLiteral("/ours.zip");
+    const QString zipZip = out + QStringLiteral("/zip.zip");
+    const QString sevenZip7 = out + QStringLiteral("/7zz.zip");
+    const Timing ours = Best(runs, [&] { return PackWithPacker(data, oursZip, threads); });
+    const Timing zip = Best(runs, [&] {
+        QFile::remove(zipZip);  // zip would update an existing archive
+        return Run(QStringLiteral("zip"),
+                   {QStringLiteral("-6"), QStringLiteral("-r"), QStringLiteral("-q"), zipZip, name},
+                   parent);
+    });
+    const Timing sevenZip = Best(runs, [&] {
+        QFile::remove(sevenZip7);
+        return Run(QStringLiteral("7zz"),
+                   {QStringLiteral("a"), QStringLiteral("-tzip"), QStringLiteral("-mx5"),
+                    QStringLiteral("-mmt=2"), QStringLiteral("-bd"), QStringLiteral("-bso0"),
+                    sevenZip7, name},
+                   parent);
+    });
+    const double oursSize = static_cast<double>(QFileInfo(oursZip).size());
+    const double zipSize = static_cast<double>(QFileInfo(zipZip).size());
+    const double sevenSize = static_cast<double>(QFileInfo(sevenZip7).size());
     const auto row = [mb](const char* label, const Timing& timing, double size) {
         std::printf("  %-18s %6.2f s  %6.1f MiB/s  cpu %6.2f s  %.1f MiB\n", label, timing.wall,
                     mb / timing.wall, timing.cpu, size / (1 << 20));
@@ -292,43 +337,42 @@ int main(int argc, char** argv) {
     row("CZipPacker", ours, oursSize);
     row("zip -6 -r", zip, zipSize);
     row("7zz -mx5 -mmt=2", sevenZip, sevenSize);
-    std::printf("  throughput vs zip -6: %.2fx   vs 7zz: %.2fx   size vs zip -6: %.4f\n",
-                zip.wall / ours.wall, sevenZip.wall / ours.wall, oursSize / zipSize);
-    const Timing check = Run(QStringLiteral("7zz"),
-                             {QStringLiteral("t"), QStringLiteral("-bd"), QStringLiteral("-bso0"),
-                              out + QStringLiteral("/ours.zip")},
-                             out);
-    std::printf("  (7zz t on CZipPacker's archive took %.1f s)\n", check.wall);
+    std::printf("  throughput vs zip -6: %.2fx (target >= 1.5)   vs 7zz: %.2fx (target >= 1.0)\n",
+                zip.wall / ours.wall, sevenZip.wall / ours.wall);
+    std::printf("  size vs zip -6: %.4f (target within 1%%)\n", oursSize / zipSize);
+    const Timing check =
+        Run(QStringLiteral("7zz"),
+            {QStringLiteral("t"), QStringLiteral("-bd"), QStringLiteral("-bso0"), oursZip}, out);
+    std::printf("  (7zz t on CZipPacker's archive: %s)\n",
+                check.ok ? "everything is Ok" : "FAILED");
 
     const QString many = ManyEntriesZip();
     if (many.isEmpty())
         return 1;
     const QString a = out + QStringLiteral("/many-ours.zip");
     const QString b = out + QStringLiteral("/many-7zz.zip");
-    QFile::copy(many, a);
-    QFile::copy(many, b);
-    WarmCache(out);
     const QString entry = QStringLiteral("d050/f050000.txt");
-    std::printf("\nRenaming one entry in a 100,000-entry zip (load average %s)\n",
+    const QString renamed = QStringLiteral("d050/renamed.txt");
+    std::printf("\nRenaming one entry in a 100,000-entry zip, best of %d (load average %s)\n", runs,
                 qPrintable(LoadAverage()));
-    Timing oursRename;
-    cpu = CpuSeconds(RUSAGE_SELF);
-    t.restart();
-    {
-        CZipPacker packer;
-        if (!packer.OpenArchive(a) ||
-            !packer.RenameFile(entry, QStringLiteral("d050/renamed.txt")) || !packer.CloseArchive())
-            std::printf("  CZipPacker failed: %s\n", qPrintable(packer.LastError()));
-    }
-    oursRename.wall = static_cast<double>(t.nsecsElapsed()) / 1e9;
-    oursRename.cpu = CpuSeconds(RUSAGE_SELF) - cpu;
-    const Timing sevenRename =
-        Run(QStringLiteral("7zz"),
-            {QStringLiteral("rn"), QStringLiteral("-bd"), QStringLiteral("-bso0"), b, entry,
-             QStringLiteral("d050/renamed.txt")},
-            out);
+    const Timing oursRename = Best(runs, [&] {
+        QFile::remove(a);
+        QFile::copy(many, a);
+        WarmCache(a);
+        return RenameWithPacker(a, entry, renamed);
+    });
+    const Timing sevenRename = Best(runs, [&] {
+        QFile::remove(b);
+        QFile::copy(many, b);
+        WarmCache(b);
+        return Run(QStringLiteral("7zz"),
+                   {QStringLiteral("rn"), QStringLiteral("-bd"), QStringLiteral("-bso0"), b, entry,
+                    renamed},
+                   out);
+    });
     std::printf("  CZipPacker   %6.3f s  cpu %6.3f s\n  7zz rn       %6.3f s  cpu %6.3f s\n",
                 oursRename.wall, oursRename.cpu, sevenRename.wall, sevenRename.cpu);
-    std::printf("  time vs 7zz rn: %.2fx\n", oursRename.wall / sevenRename.wall);
+    std::printf("  time vs 7zz rn: %.2fx (target <= 1.0)\n", oursRename.wall / sevenRename.wall);
+    QDir(out).removeRecursively();
     return 0;
 }
