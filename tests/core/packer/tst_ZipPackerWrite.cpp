@@ -402,6 +402,44 @@ private slots:
         QCOMPARE(vzt::ReadAll(archive), before);
     }
 
+    // Several disk items in one commit, as the command line adds them.
+    void severalItemsInOneCommit() {
+        const QString dir = Fresh(QStringLiteral("batch"));
+        QVERIFY(vzt::MakeTree(dir, {{"one/a.txt", "first"},
+                                    {"two/a.txt", "second"},
+                                    {"f/x.txt", "x"},
+                                    {"g/f", "a file named like the folder"}}));
+        const QString archive = dir + QStringLiteral("/b.zip");
+        pkt::ScriptedObserver observer;
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        packer.SetHandleDialogProgress(&observer);
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddItemsToArchiveFolder(
+            {dir + QStringLiteral("/one/a.txt"), dir + QStringLiteral("/f"),
+             dir + QStringLiteral("/two/a.txt")},
+            QString()));
+        QCOMPARE(observer.reports.size(), 1);
+        QVERIFY(observer.reports[0].contains(dir + QStringLiteral("/two/a.txt")));
+        QCOMPARE(pkt::EntryNames(archive), (QStringList{"a.txt", "f/", "f/x.txt"}));
+        QVERIFY(packer.CreateEmptyFolder(QStringLiteral("sub")));
+        const QByteArray before = vzt::ReadAll(archive);
+        // A file and a folder of one name in one batch: nothing is written.
+        QVERIFY(!packer.AddItemsToArchiveFolder(
+            {dir + QStringLiteral("/g/f"), dir + QStringLiteral("/f")}, QStringLiteral("sub")));
+        QVERIFY2(packer.LastError().contains(QStringLiteral("sub/f")),
+                 qPrintable(packer.LastError()));
+        QVERIFY(!packer.AddItemsToArchiveFolder({dir + QStringLiteral("/g/f")}, QString()));
+        QVERIFY2(packer.LastError().contains(dir + QStringLiteral("/g/f")),
+                 qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(vzt::ReadAll(archive), before);
+        QCOMPARE(vzt::Run(QStringLiteral("unzip"),
+                          {QStringLiteral("-p"), archive, QStringLiteral("a.txt")})
+                     .output,
+                 QByteArray("first"));
+    }
+
     void listenerHearsOfEachItem_data() {
         QTest::addColumn<bool>("perItem");
         QTest::newRow("per item") << true;

@@ -19,6 +19,7 @@
 
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
+#include "archive/ZipDirectory.h"
 #include "archive/packer/DiskScanner.h"
 #include "archive/packer/ZipArchiveFile.h"
 #include "archive/packer/ZipCompressionPipeline.h"
@@ -113,29 +114,6 @@ zip_uint16_t EncryptionFor(int index) {
             return ZIP_EM_AES_256;
         default:
             return ZIP_EM_UNKNOWN;
-    }
-}
-
-QString MethodName(zip_int32_t method) {
-    switch (method) {
-        case ZIP_CM_STORE:
-            return QStringLiteral("Store");
-        case ZIP_CM_DEFLATE:
-            return QStringLiteral("Deflate");
-        case ZIP_CM_DEFLATE64:
-            return QStringLiteral("Deflate64");
-        case ZIP_CM_BZIP2:
-            return QStringLiteral("BZip2");
-        case ZIP_CM_LZMA:
-            return QStringLiteral("LZMA");
-        case ZIP_CM_XZ:
-            return QStringLiteral("XZ");
-        case 93:
-            return QStringLiteral("Zstandard");
-        case 98:
-            return QStringLiteral("PPMd");
-        default:
-            return QStringLiteral("Method %1").arg(method);
     }
 }
 
@@ -480,7 +458,7 @@ bool CZipPacker::Impl::FillInfo(const QString& inner, ZIPFILEFULLINFO& info) {
         info.crcKnown = true;
     }
     if (st.valid & ZIP_STAT_COMP_METHOD)
-        info.method = MethodName(st.comp_method);
+        info.method = vz::ZipMethodName(st.comp_method);
     info.encrypted = (st.valid & ZIP_STAT_ENCRYPTION_METHOD) && st.encryption_method != ZIP_EM_NONE;
     info.modified = EntryTime(i, st);
     zip_uint8_t opsys = 0;
@@ -538,7 +516,7 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
         // A parent of the entry must not be a file.
         for (QString parent = ParentOf(item.entryName); !parent.isEmpty();
              parent = ParentOf(parent)) {
-            if (index.FindFile(parent) >= 0)
+            if (index.FindFile(parent) >= 0 || planned.value(parent, true) == false)
                 return Fail(QStringLiteral("Cannot add %1: the archive %2 holds a file named %3.")
                                 .arg(item.displayPath, path, parent));
         }
