@@ -6,6 +6,7 @@
 #include <locale.h>
 #include <string.h>
 
+#include <zlib.h>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -267,6 +268,18 @@ struct CArchiveUnpacker::Impl {
         return found;
     }
 
+    // The CRC of each zip entry as its central directory records it.
+    QHash<QString, quint32> ExpectedCrcs() const {
+        QHash<QString, quint32> crcs;
+        if (!listed || !ArchiveFamily::IsZipFamily(traits->family))
+            return crcs;
+        crcs.reserve(static_cast<qsizetype>(entries.size()));
+        for (const ListedEntry& e : entries)
+            if (!e.skip && !e.info.isFolder && !e.info.isSymlink && e.info.crcKnown)
+                crcs.insert(e.info.path, e.info.crc);
+        return crcs;
+    }
+
     // The total bytes an unpack writes, for its percentage; 0 when not known cheaply.
     quint64 SelectedBytes(const Selection& sel) const {
         if (!listed)
@@ -327,6 +340,7 @@ struct CArchiveUnpacker::Impl {
             return st.cancelled;
         };
 
+        const QHash<QString, quint32> crcs = ExpectedCrcs();
         int index = -1, failures = 0, retries = 0;
         bool foundFile = false;
         for (;;) {
@@ -454,7 +468,13 @@ struct CArchiveUnpacker::Impl {
                 }
             }
             qint64 written = 0, sincePoll = 0;
-            bool dataFailed = false, fatal = false;
+            bool dataFailed = false, fatal = false, crcMismatch = false;
+            // libarchive does not always check the CRC of a zip entry (a stored entry with a
+            // data descriptor, decrypted under a password that passed the header check by
+            // chance): check it against the central directory.
+            const auto expectedCrc = crcs.constFind(info.path);
+            const bool checkCrc = expectedCrc != crcs.constEnd();
+            uLong crc = crc32(0L, Z_NULL, 0);
             for (;;) {
                 const void* buffer = nullptr;
                 size_t size = 0;
@@ -473,6 +493,8 @@ struct CArchiveUnpacker::Impl {
                     // A full disk or an unwritable folder fails every further file as well.
                     return PassEnd::Done;
                 }
+                if (checkCrc && size > 0)  // zlib answers 0 for a null buffer
+                    crc = crc32_z(crc, static_cast<const Bytef*>(buffer), size);
                 written = std::max<qint64>(written, offset + static_cast<qint64>(size));
                 st.bytesDone += size;
                 sincePoll += static_cast<qint64>(size);
@@ -491,6 +513,8 @@ struct CArchiveUnpacker::Impl {
                     writer->AbortFile();
                 break;
             }
+            if (!dataFailed && checkCrc && static_cast<quint32>(crc) != expectedCrc.value())
+                dataFailed = crcMismatch = true;
             if (dataFailed) {
                 if (writer)
                     writer->AbortFile();
@@ -498,7 +522,7 @@ struct CArchiveUnpacker::Impl {
                     st.cancelled = true;
                     break;
                 }
-                const bool passwordProblem = IsPasswordError(a);
+                const bool passwordProblem = !crcMismatch && IsPasswordError(a);
                 if (info.encrypted && !passwordProblem && observer && !passwords.Exhausted() &&
                     ArchiveFamily::IsZipFamily(traits->family)) {
                     // Data that does not check out under a password that passed the header
@@ -515,8 +539,11 @@ struct CArchiveUnpacker::Impl {
                                             ? QStringLiteral("a password is required")
                                             : QStringLiteral("the password is wrong")));
                 else
-                    Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
-                                   .arg(info.path, Where(), LibarchiveError(a, "damaged data")));
+                    Report(st,
+                           QStringLiteral("Cannot unpack %1 from %2: %3.")
+                               .arg(info.path, Where(),
+                                    crcMismatch ? QStringLiteral("its data is damaged (CRC error)")
+                                                : LibarchiveError(a, "damaged data")));
                 if (fatal)
                     break;
                 continue;

@@ -220,6 +220,7 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
                               ? QString::fromUtf8(name, nameLength)
                               : DecodeEntryName(nullptr, QByteArray(name, nameLength).constData());
         FileTime mtime = times.Convert(dosDate, dosTime);
+        bool aesWithoutCrc = false;
         // Extra fields: zip64 sizes, the exact modification time, the Unicode name, AES.
         for (const uchar* x = extra; x + 4 <= extra + extraLength;) {
             const quint16 id = U16(x), length = U16(x + 2);
@@ -243,6 +244,7 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
             } else if (id == 0x9901 && length >= 7) {
                 info.encryption = EncryptionName(data[4]);
                 method = U16(data + 5);
+                aesWithoutCrc = U16(data) == 2;  // AE-2 records no CRC
             }
             x = data + length;
         }
@@ -263,7 +265,7 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
             info.size = size;
             info.packedSize = packed;
             info.crc = crc;
-            info.crcKnown = true;
+            info.crcKnown = !aesWithoutCrc;
             info.method = ZipMethodName(method);
         }
         info.encrypted = flags & 0x0001;

@@ -170,6 +170,24 @@ private Q_SLOTS:
         QVERIFY(Leftovers(dir.path()).isEmpty());
     }
 
+    // Data that does not match the CRC of the central directory is never written.
+    void corruptData() {
+        QTemporaryDir dir;
+        QByteArray zip = vzt::StoredZip({{"a.txt", "original data"}, {"b.txt", "more"}});
+        const int at = zip.indexOf("original");
+        zip[at] = 'O';
+        const QString path = dir.filePath("bad.zip");
+        QVERIFY(vzt::WriteAll(path, zip));
+        auto u = OpenPath(path);
+        QVERIFY(u);
+        TestObserver o;
+        u->SetHandleDialogProgress(&o);
+        QVERIFY(!u->UnpackArchive(dir.filePath("dest")));
+        QCOMPARE(vzt::ListTree(dir.filePath("dest")), QStringList{"b.txt"});
+        QVERIFY(u->LastError().contains("CRC") || u->LastError().contains("a.txt"));
+        QVERIFY(!u->Test());
+    }
+
     // Yes, Yes To All, No and Cancel when files exist.
     void overwriteAnswers() {
         QTemporaryDir dir;
