@@ -1,33 +1,38 @@
 #include "app/CFileDock.h"
 
+#include <QAction>
 #include <QToolBar>
 #include <QVBoxLayout>
 
 #include "app/CommandIds.h"
+#include "app/Commands.h"
 #include "app/DockToolbars.h"
-#include "common/CItemIcons.h"
-#include "dragdrop/CVelaDragDropTree.h"
+#include "filebrowser/CDrivesButton.h"
+#include "filebrowser/CListDrives.h"
+#include "filebrowser/CVelaFileTree.h"
 #include "platform/Places.h"
 
-namespace {
-enum PlaceKind : quint8 { kFixedPlace = 1, kRemovablePlace = 2 };
-}
-
 CFileDock::CFileDock(QWidget* parent)
-    : QWidget(parent), m_toolbar(new QToolBar(this)), m_tree(new CVelaDragDropTree(this)) {
+    : QWidget(parent),
+      m_toolbar(new QToolBar(this)),
+      m_tree(new CVelaFileTree(this)),
+      m_drives(new CDrivesButton(this)) {
     m_toolbar->setObjectName(QStringLiteral("FileBrowserToolbar"));
-    m_tree->setObjectName(QStringLiteral("FileBrowserTree"));
     vz::FillDockToolbar(
         m_toolbar, {vz::cmd::kFileHistoryBackButton, vz::cmd::kFileHistoryForwardButton,
                     vz::cmd::kFileBookmarksButton, vz::cmd::kAddFileBookmark, vz::cmd::kFileDrives,
                     vz::cmd::kSyncWithArchiveBrowser, QStringLiteral("Shows file bookmarks"),
                     QStringLiteral("Adds selected item to file bookmarks"),
                     QStringLiteral("Sync with Archive Browser")});
-    CVelaTreeModel* model = m_tree->TreeModel();
-    model->SetIconSource([model](const QModelIndex& item) {
-        return CItemIcons::IconForPlace(model->RealPath(item),
-                                        model->Kind(item) == kRemovablePlace);
-    });
+    // The drives button takes the place of the toolbar's plain drives command.
+    if (QAction* plain = vz::FindCommand(m_toolbar, vz::cmd::kFileDrives)) {
+        m_toolbar->insertAction(plain, m_drives);
+        m_toolbar->removeAction(plain);
+        delete plain;
+    }
+    connect(m_drives->List(), &CListDrives::DriveChosen, m_tree,
+            [this](const QString& path) { m_tree->Navigate(path); });
+
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -36,11 +41,7 @@ CFileDock::CFileDock(QWidget* parent)
 }
 
 void CFileDock::FillRoots() {
-    CVelaTreeModel* model = m_tree->TreeModel();
-    model->Clear();
-    for (const vz::platform::CPlace& place : vz::platform::TopLevelPlaces()) {
-        model->AppendTopLevel(place.displayName, place.path,
-                              place.removable ? kRemovablePlace : kFixedPlace,
-                              CVelaTreeModel::Children::None);
-    }
+    const QList<vz::platform::CPlace> places = vz::platform::TopLevelPlaces();
+    m_tree->FillRoots(places);
+    m_drives->List()->Fill(places);
 }

@@ -1,10 +1,11 @@
 #pragma once
-// The File Browser pane: its toolbar above the tree. Until the File Browser's own tree
-// arrives the pane lists the top-level places, read-only.
+// The File Browser pane: its toolbar (history, bookmarks, the drives list, "Sync with
+// Archive Browser") above the File Browser tree.
 
 #include <QWidget>
 
-class CVelaDragDropTree;
+class CDrivesButton;
+class CVelaFileTree;
 class QToolBar;
 
 class CFileDock : public QWidget {
@@ -13,12 +14,15 @@ public:
     explicit CFileDock(QWidget* parent = nullptr);
 
     QToolBar* Toolbar() const { return m_toolbar; }
-    CVelaDragDropTree* Tree() const { return m_tree; }
+    CVelaFileTree* Tree() const { return m_tree; }
+    CDrivesButton* DrivesButton() const { return m_drives; }
 
-    // The empty start state: the top-level places.
+    // The start state: the roots in the tree and in the drives list, the first fixed place
+    // selected.
     void FillRoots();
 
 private:
     QToolBar* m_toolbar;
-    CVelaDragDropTree* m_tree;
+    CVelaFileTree* m_tree;
+    CDrivesButton* m_drives;
 };

@@ -28,6 +28,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/MessageBox.h"
+#include "filebrowser/CVelaFileTree.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
 #include "settings/CSettingsStore.h"
@@ -75,7 +76,13 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     CVelaArchiveTree* archiveTree = ArchiveTree();
     archiveTree->SetArchiveExtensions(m_settings.EnabledExtensions);
     connect(archiveTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
-    connect(FileTree(), &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
+    CVelaFileTree* fileTree = m_fileView->Dock()->Tree();
+    fileTree->SetSettings(&m_settings);
+    connect(fileTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
+    connect(fileTree, &CVelaFileTree::OperationStarted, this,
+            [this](IProgressWindow* progress) { BeginOperation(Operation::File, progress); });
+    connect(fileTree, &CVelaFileTree::OperationFinished, this,
+            [this] { EndOperation(Operation::File); });
     archiveTree->Populate(QString());
     m_fileView->Dock()->FillRoots();
 

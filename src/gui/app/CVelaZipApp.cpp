@@ -6,6 +6,7 @@
 #include "app/CMainFrame.h"
 #include "archive/CArchiveUnpacker.h"
 #include "common/CItemIcons.h"
+#include "filebrowser/CCloudDriveItem.h"
 
 void CVelaZipApp::Initialise(QApplication& app) {
     app.setApplicationName(QString::fromLatin1(kProductName));
@@ -21,6 +22,11 @@ void CVelaZipApp::Initialise(QApplication& app) {
 CAppFlags& CVelaZipApp::Flags() {
     static CAppFlags flags;
     return flags;
+}
+
+std::vector<std::unique_ptr<CCloudDriveItem>>& CVelaZipApp::CloudDriveItems() {
+    static std::vector<std::unique_ptr<CCloudDriveItem>> items;
+    return items;
 }
 
 int CVelaZipApp::Run(int argc, char** argv) {

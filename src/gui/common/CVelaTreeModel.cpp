@@ -123,6 +123,9 @@ Qt::ItemFlags CVelaTreeModel::flags(const QModelIndex& index) const {
     if (NodeOf(index)->state == Children::None) {
         f |= Qt::ItemNeverHasChildren;
     }
+    if (m_editable) {
+        f |= Qt::ItemIsEditable;
+    }
     return f;
 }
 
@@ -174,6 +177,24 @@ QModelIndex CVelaTreeModel::AppendItem(const QModelIndex& parent, const NewItem&
     return IndexOf(p->children[static_cast<size_t>(row)].get());
 }
 
+QModelIndex CVelaTreeModel::InsertItem(const QModelIndex& parent, int row, const NewItem& item) {
+    Node* p = NodeOf(parent);
+    row = qBound(0, row, static_cast<int>(p->children.size()));
+    beginInsertRows(parent, row, row);
+    auto node = std::make_unique<Node>();
+    node->label = item.label;
+    node->kind = item.kind;
+    node->state = item.children;
+    node->parent = p;
+    p->state = Children::Listed;
+    p->children.insert(p->children.begin() + row, std::move(node));
+    for (size_t i = static_cast<size_t>(row); i < p->children.size(); ++i) {
+        p->children[i]->row = static_cast<int>(i);
+    }
+    endInsertRows();
+    return IndexOf(p->children[static_cast<size_t>(row)].get());
+}
+
 void CVelaTreeModel::RemoveChildren(const QModelIndex& parent, Children state) {
     Node* p = NodeOf(parent);
     if (!p->children.empty()) {
@@ -222,6 +243,13 @@ void CVelaTreeModel::SetChildState(const QModelIndex& index, Children state) {
 
 QString CVelaTreeModel::Label(const QModelIndex& index) const {
     return index.isValid() ? NodeOf(index)->label : QString();
+}
+
+void CVelaTreeModel::SetLabel(const QModelIndex& index, const QString& label) {
+    if (index.isValid() && NodeOf(index)->label != label) {
+        NodeOf(index)->label = label;
+        emit dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
+    }
 }
 
 quint8 CVelaTreeModel::Kind(const QModelIndex& index) const {

@@ -55,6 +55,8 @@ public:
     // Appends `items` below `parent` in one insertion; the parent becomes Listed.
     void AppendItems(const QModelIndex& parent, std::vector<NewItem> items);
     QModelIndex AppendItem(const QModelIndex& parent, const NewItem& item);
+    // Inserts one item at `row` below a listed `parent` (an item revealed in its sorted place).
+    QModelIndex InsertItem(const QModelIndex& parent, int row, const NewItem& item);
     // Removes every child of `parent` in one removal and sets its state to `state`
     // (Unlisted puts the expander back, Listed leaves an empty listing).
     void RemoveChildren(const QModelIndex& parent, Children state);
@@ -62,6 +64,10 @@ public:
     void SetChildState(const QModelIndex& index, Children state);
 
     QString Label(const QModelIndex& index) const;
+    // A new label (a renamed item); the items below it follow, since paths are rebuilt.
+    void SetLabel(const QModelIndex& index, const QString& label);
+    // Whether views may open the label editor on items (a tree still decides when).
+    void SetEditable(bool editable) { m_editable = editable; }
     quint8 Kind(const QModelIndex& index) const;
     Children ChildState(const QModelIndex& index) const;
     bool IsTopLevel(const QModelIndex& index) const;
@@ -85,4 +91,5 @@ private:
 
     std::unique_ptr<Node> m_root;
     IconSource m_iconSource;
+    bool m_editable = false;
 };

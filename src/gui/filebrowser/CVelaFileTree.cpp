@@ -1,0 +1,724 @@
+#include "filebrowser/CVelaFileTree.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QDesktopServices>
+#include <QDir>
+#include <QLineEdit>
+#include <QMenu>
+#include <QStyledItemDelegate>
+#include <QTimer>
+#include <QUrl>
+#include <utility>
+
+#include "app/CVelaZipApp.h"
+#include "app/CommandIds.h"
+#include "app/Commands.h"
+#include "common/CConfirmDelete.h"
+#include "common/CConfirmRename.h"
+#include "common/CItemIcons.h"
+#include "common/CPackProgress.h"
+#include "common/CProgressObserver.h"
+#include "common/MessageBox.h"
+#include "common/ModalDialog.h"
+#include "filebrowser/CCloudDriveItem.h"
+#include "filebrowser/CFileProperties.h"
+#include "filebrowser/CFolderProperties.h"
+#include "fileops/FileDelete.h"
+#include "fileops/FileDescriptions.h"
+#include "fileops/FileRename.h"
+#include "fileops/FolderReader.h"
+#include "fileops/NewFolder.h"
+#include "platform/FileSystem.h"
+#include "settings/CSettingsRecord.h"
+
+namespace {
+
+using Children = CVelaTreeModel::Children;
+namespace fileops = vz::fileops;
+namespace platform = vz::platform;
+
+// The wait cursor for as long as a folder is read.
+class WaitCursor {
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+QString WithSlash(const QString& path) {
+    return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
+}
+
+// True when `path` is `folder` or lies below it.
+bool IsAtOrBelow(const QString& path, const QString& folder) {
+    return path == folder || path.startsWith(WithSlash(folder));
+}
+
+CVelaFileTree::OpenHook& OpenWith() {
+    static CVelaFileTree::OpenHook hook = [](const QString& path) {
+        return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    };
+    return hook;
+}
+
+// The in-place label editor hands the typed name to the tree once the editor has closed,
+// so that the tree's message boxes and a reopened editor never meet the closing one.
+class CLabelEditDelegate : public QStyledItemDelegate {
+public:
+    explicit CLabelEditDelegate(CVelaFileTree* tree) : QStyledItemDelegate(tree), m_tree(tree) {}
+
+    void setModelData(QWidget* editor, QAbstractItemModel* /*model*/,
+                      const QModelIndex& index) const override {
+        auto* line = qobject_cast<QLineEdit*>(editor);
+        if (line == nullptr) {
+            return;
+        }
+        const QPersistentModelIndex item(index);
+        const QString text = line->text();
+        CVelaFileTree* tree = m_tree;
+        QMetaObject::invokeMethod(
+            tree, [tree, item, text] { tree->EndLabelEdit(item, text); }, Qt::QueuedConnection);
+    }
+
+private:
+    CVelaFileTree* m_tree;
+};
+
+}  // namespace
+
+CVelaFileTree::CVelaFileTree(QWidget* parent) : CVelaDragDropTree(parent) {
+    setObjectName(QStringLiteral("FileBrowserTree"));
+    CVelaTreeModel* model = TreeModel();
+    model->SetEditable(true);
+    model->SetIconSource([this](const QModelIndex& item) { return IconFor(item); });
+    setItemDelegate(new CLabelEditDelegate(this));
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& current) { OnCurrentChanged(current); });
+    connect(this, &CVelaFileTree::ItemWasAdded, this, &CVelaFileTree::RevealAddedItem);
+
+    using namespace vz::cmd;
+    m_rename = vz::NewCommand(this, kFileRename, QStringLiteral("&Rename"));
+    m_delete = vz::NewCommand(this, kFileDelete, QStringLiteral("&Delete"));
+    m_createFolder = vz::NewCommand(this, kFileCreateFolder, QStringLiteral("&Create Folder"));
+    m_find = vz::NewCommand(this, kFileFind, QStringLiteral("&Find"));
+    m_properties = vz::NewCommand(this, kFileProperties, QStringLiteral("&Properties..."));
+    m_refresh = new QAction(QStringLiteral("Refresh"), this);
+    m_rename->setShortcut(QKeySequence(Qt::Key_F2));
+    m_delete->setShortcut(QKeySequence(QKeySequence::Delete));
+    m_createFolder->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
+    m_properties->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Return));
+    m_refresh->setShortcut(QKeySequence(Qt::Key_F5));
+    // The File Finder arrives later; its command is in place and disabled until then.
+    m_find->setEnabled(false);
+    for (QAction* action : {m_rename, m_delete, m_createFolder, m_find, m_properties, m_refresh}) {
+        action->setShortcutContext(Qt::WidgetShortcut);
+        addAction(action);
+    }
+    connect(m_rename, &QAction::triggered, this, &CVelaFileTree::OnRename);
+    connect(m_delete, &QAction::triggered, this, &CVelaFileTree::OnDelete);
+    connect(m_createFolder, &QAction::triggered, this, &CVelaFileTree::OnCreateFolder);
+    connect(m_properties, &QAction::triggered, this, &CVelaFileTree::OnProperties);
+    connect(m_refresh, &QAction::triggered, this, &CVelaFileTree::Refresh);
+    UpdateCommands();
+}
+
+CVelaFileTree::~CVelaFileTree() = default;
+
+bool CVelaFileTree::RefreshWithEachItem() const {
+    return m_settings != nullptr ? m_settings->RefreshFileBrowserTreeWithAddingOfEachItem
+                                 : CSettingsRecord().RefreshFileBrowserTreeWithAddingOfEachItem;
+}
+
+void CVelaFileTree::SetShowFiles(bool show) {
+    if (show != m_showFiles) {
+        m_showFiles = show;
+        Refresh();
+    }
+}
+
+bool CVelaFileTree::ShowsExpander(const QString& folder) const {
+    return fileops::HasChildren(folder, m_showFiles);
+}
+
+bool CVelaFileTree::FillRoots() {
+    return FillRoots(platform::TopLevelPlaces());
+}
+
+bool CVelaFileTree::FillRoots(const QList<platform::CPlace>& places) {
+    CVelaTreeModel* model = TreeModel();
+    model->Clear();
+    m_firstFixedDrive = QPersistentModelIndex();
+    for (const platform::CPlace& place : places) {
+        if (place.removable) {
+            // Never read while the roots are filled: the medium may be slow or absent.
+            model->AppendTopLevel(place.displayName, place.path, kRemovableDrive,
+                                  Children::Unlisted);
+            continue;
+        }
+        const QModelIndex item = model->AppendTopLevel(
+            place.displayName, place.path, kDrive,
+            ShowsExpander(place.path) ? Children::Unlisted : Children::Listed);
+        if (!m_firstFixedDrive.isValid() || place.home) {
+            m_firstFixedDrive = item;
+        }
+    }
+    const CAppFlags& flags = CVelaZipApp::Flags();
+    if (flags.cloudDrivesShown || flags.specialFoldersShown) {
+        for (const auto& record : CVelaZipApp::CloudDriveItems()) {
+            // The expander is decided by the entry folder, the children come from the folder.
+            const QModelIndex item = model->AppendTopLevel(
+                platform::FileNameOf(record->folderPath), record->folderPath, kCloudRoot,
+                ShowsExpander(record->entryFolder) ? Children::Unlisted : Children::Listed);
+            model->SetItemData(item, QVariant::fromValue(static_cast<const void*>(record.get())));
+        }
+    }
+    if (m_firstFixedDrive.isValid()) {
+        setCurrentIndex(m_firstFixedDrive);
+    }
+    return model->rowCount() > 0;
+}
+
+const CCloudDriveItem* CVelaFileTree::CloudDriveOf(const QModelIndex& item) const {
+    if (TreeModel()->Kind(item) != kCloudRoot) {
+        return nullptr;
+    }
+    return static_cast<const CCloudDriveItem*>(TreeModel()->ItemData(item).value<const void*>());
+}
+
+void CVelaFileTree::OnItemExpanded(const QModelIndex& item) {
+    ListFolder(item);
+}
+
+void CVelaFileTree::RefreshItem(const QModelIndex& item) {
+    if (item.isValid() && isExpanded(item)) {
+        ListFolder(item);
+    }
+}
+
+void CVelaFileTree::ListFolder(const QModelIndex& item) {
+    WaitCursor wait;
+    CVelaTreeModel* model = TreeModel();
+    if (model->ChildState(item) == Children::None) {
+        return;
+    }
+    model->RemoveChildren(item, Children::Unlisted);
+    const QString path = PathOfItem(item);
+    const fileops::FolderListing listing = fileops::ReadFolder(path, m_showFiles);
+    const int prefix = static_cast<int>(WithSlash(path).size());
+
+    std::vector<CVelaTreeModel::NewItem> items;
+    items.reserve(static_cast<size_t>(listing.folders.size() + listing.files.size()));
+    for (const QString& folder : listing.folders) {
+        items.push_back({folder.mid(prefix), kFolder,
+                         ShowsExpander(folder) ? Children::Unlisted : Children::Listed});
+    }
+    for (const QString& file : listing.files) {
+        items.push_back({file.mid(prefix), kFile, Children::None});
+    }
+    model->AppendItems(item, std::move(items));
+    if (model->rowCount(item) == 0) {
+        RefreshLayout();
+    }
+}
+
+bool CVelaFileTree::IsFileItem(const QModelIndex& item) const {
+    return item.isValid() && TreeModel()->Kind(item) == kFile;
+}
+
+QString CVelaFileTree::StatusText(const QModelIndex& item) const {
+    if (!item.isValid()) {
+        return {};
+    }
+    return fileops::StatusText(PathOfItem(item), m_showFiles);
+}
+
+void CVelaFileTree::OnCurrentChanged(const QModelIndex& current) {
+    UpdateCommands();
+    emit StatusTextChanged(StatusText(current));
+}
+
+QIcon CVelaFileTree::IconFor(const QModelIndex& item) const {
+    switch (TreeModel()->Kind(item)) {
+        case kDrive:
+            return CItemIcons::IconForPlace(PathOfItem(item), false);
+        case kRemovableDrive:
+            return CItemIcons::IconForPlace(PathOfItem(item), true);
+        case kFolder:
+            return CItemIcons::FolderIcon();
+        default:
+            return CItemIcons::IconForPath(PathOfItem(item));
+    }
+}
+
+void CVelaFileTree::OnDoubleClick(const QModelIndex& item) {
+    const QString path = PathOfItem(item);
+    if (!path.isEmpty() && OpenWith()) {
+        OpenWith()(path);
+    }
+}
+
+CVelaFileTree::OpenHook CVelaFileTree::SetOpenHook(OpenHook hook) {
+    return std::exchange(OpenWith(), std::move(hook));
+}
+
+// ---- Finding items by path ----
+
+QModelIndex CVelaFileTree::RootFor(const QString& path) const {
+    CVelaTreeModel* model = TreeModel();
+    QModelIndex best;
+    int matched = -1;
+    for (int row = 0; row < model->rowCount(); ++row) {
+        const QModelIndex top = model->index(row, 0);
+        const QString real = model->RealPath(top);
+        if (IsAtOrBelow(path, real) && real.size() > matched) {
+            matched = static_cast<int>(real.size());
+            best = top;
+        }
+    }
+    return best;
+}
+
+QModelIndex CVelaFileTree::Locate(const QString& path, bool expandOnTheWay) {
+    const QString target = QDir::cleanPath(path);
+    QModelIndex current = RootFor(target);
+    if (!current.isValid()) {
+        return {};
+    }
+    CVelaTreeModel* model = TreeModel();
+    const QString rootPath = model->RealPath(current);
+    const QStringList components =
+        target.mid(rootPath.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    for (const QString& component : components) {
+        if (!isExpanded(current)) {
+            if (!expandOnTheWay || !model->hasChildren(current)) {
+                break;
+            }
+            expand(current);
+        }
+        const QModelIndex child = model->FindChild(current, component);
+        if (!child.isValid()) {
+            break;
+        }
+        current = child;
+    }
+    return current;
+}
+
+QModelIndex CVelaFileTree::Navigate(const QString& path) {
+    const QModelIndex item = Locate(path, true);
+    if (item.isValid()) {
+        setCurrentIndex(item);
+        scrollTo(item);
+    }
+    return item;
+}
+
+void CVelaFileTree::Refresh() {
+    CVelaTreeModel* model = TreeModel();
+    QStringList expandedPaths;
+    std::function<void(const QModelIndex&)> collect = [&](const QModelIndex& parent) {
+        for (int row = 0; row < model->rowCount(parent); ++row) {
+            const QModelIndex child = model->index(row, 0, parent);
+            if (isExpanded(child)) {
+                expandedPaths << PathOfItem(child);
+                collect(child);
+            }
+        }
+    };
+    collect({});
+    const QString current = PathOfItem(currentIndex());
+    FillRoots();
+    for (const QString& path : expandedPaths) {
+        const QModelIndex item = Locate(path, true);
+        if (item.isValid() && PathOfItem(item) == path && model->hasChildren(item)) {
+            expand(item);
+        }
+    }
+    if (!current.isEmpty()) {
+        Navigate(current);
+    }
+}
+
+// ---- Revealing added items ----
+
+void CVelaFileTree::ItemAdded(const QString& fullPath) {
+    emit ItemWasAdded(fullPath);
+}
+
+void CVelaFileTree::RevealAddedItem(const QString& fullPath) {
+    CAppFlags& flags = CVelaZipApp::Flags();
+    flags.lastAddedPath = fullPath;
+    if (!RefreshWithEachItem() && !flags.refreshNow) {
+        return;  // the tree is shown once after the last item instead
+    }
+    flags.refreshNow = false;
+
+    const QString path = QDir::cleanPath(fullPath);
+    QModelIndex current = m_dropTarget;
+    if (!current.isValid() || !IsAtOrBelow(path, PathOfItem(current))) {
+        current = RootFor(path);
+    }
+    if (!current.isValid()) {
+        return;
+    }
+    CVelaTreeModel* model = TreeModel();
+    QString prefix = PathOfItem(current);
+    const QStringList components =
+        path.mid(prefix.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    for (const QString& component : components) {
+        ExpandForReveal(current);
+        prefix = WithSlash(prefix) + component;
+        QModelIndex child = model->FindChild(current, component);
+        if (!child.isValid()) {
+            // It came after the folder was read: it takes its sorted place.
+            const platform::FileFacts facts = platform::ReadFacts(prefix);
+            if (!facts.exists) {
+                break;
+            }
+            child = InsertSorted(current, component, facts.isFolder);
+        }
+        current = child;
+    }
+    if (model->Kind(current) != kFile && model->hasChildren(current)) {
+        expand(current);
+    }
+    SelectRevealed(current);
+}
+
+void CVelaFileTree::ExpandForReveal(const QModelIndex& item) {
+    if (isExpanded(item)) {
+        return;
+    }
+    CVelaTreeModel* model = TreeModel();
+    if (model->ChildState(item) == Children::Listed) {
+        // A folder read before (or one without children) is read again on expansion.
+        model->SetChildState(item, Children::Unlisted);
+    }
+    expand(item);
+}
+
+QModelIndex CVelaFileTree::InsertSorted(const QModelIndex& parent, const QString& label,
+                                        bool folder) {
+    CVelaTreeModel* model = TreeModel();
+    const int rows = model->rowCount(parent);
+    int row = 0;
+    // Folders first, each group in case-insensitive order; equal names keep their order.
+    for (; row < rows; ++row) {
+        const QModelIndex child = model->index(row, 0, parent);
+        const bool childIsFolder = model->Kind(child) != kFile;
+        if (folder && !childIsFolder) {
+            break;
+        }
+        if (folder == childIsFolder && vz::CompareNoCase(model->Label(child), label) > 0) {
+            break;
+        }
+    }
+    const QString path = WithSlash(PathOfItem(parent)) + label;
+    CVelaTreeModel::NewItem item{label, folder ? kFolder : kFile, Children::None};
+    if (folder) {
+        item.children = ShowsExpander(path) ? Children::Unlisted : Children::Listed;
+    } else if (!m_showFiles) {
+        return {};
+    }
+    return model->InsertItem(parent, row, item);
+}
+
+void CVelaFileTree::SelectRevealed(const QModelIndex& item) {
+    if (!item.isValid()) {
+        return;
+    }
+    if (!CVelaZipApp::Flags().busyCopying) {
+        setCurrentIndex(item);
+        scrollTo(item);
+        return;
+    }
+    // While a copy runs, selecting and scrolling (which lays out the whole view) happen
+    // when the copy lets events through, for the latest item only.
+    m_pendingSelection = item;
+    if (!m_revealScheduled) {
+        m_revealScheduled = true;
+        QTimer::singleShot(0, this, &CVelaFileTree::FlushReveal);
+    }
+}
+
+void CVelaFileTree::FlushReveal() {
+    m_revealScheduled = false;
+    if (m_pendingSelection.isValid()) {
+        const QModelIndex item = m_pendingSelection;
+        m_pendingSelection = QPersistentModelIndex();
+        setCurrentIndex(item);
+        scrollTo(item);
+    }
+}
+
+// ---- Drag and drop answers and the copy ----
+
+QModelIndex CVelaFileTree::ValidDropItemFor(const QModelIndex& item,
+                                            const QModelIndex& dragged) const {
+    if (!item.isValid()) {
+        return {};
+    }
+    if (dragged.isValid()) {
+        // Not on the dragged item, not where it already is, not below it.
+        if (item == dragged || item == dragged.parent()) {
+            return {};
+        }
+        for (QModelIndex up = item.parent(); up.isValid(); up = up.parent()) {
+            if (up == dragged) {
+                return {};
+            }
+        }
+    }
+    return platform::ReadFacts(PathOfItem(item)).isFolder ? item : QModelIndex();
+}
+
+QModelIndex CVelaFileTree::ValidDropItem(const QModelIndex& item) {
+    return ValidDropItemFor(item,
+                            DragInProgress() == -1 ? QModelIndex(m_draggedItem) : QModelIndex());
+}
+
+bool CVelaFileTree::AcceptsDropsNow() {
+    return true;
+}
+
+int CVelaFileTree::Kind() const {
+    return kFileBrowser;
+}
+
+void CVelaFileTree::PrepareDropOfPaths() {
+    m_replaceAll.Reset();
+}
+
+QModelIndex CVelaFileTree::CopyItem(const QModelIndex& item, const QModelIndex& newParent,
+                                    const QModelIndex& after) {
+    CVelaTreeModel* model = TreeModel();
+    if (!item.isValid()) {
+        return {};
+    }
+    CVelaTreeModel::NewItem copy{model->Label(item), model->Kind(item), model->ChildState(item)};
+    if (copy.children == Children::Listed && model->rowCount(item) > 0) {
+        copy.children = Children::Unlisted;  // the copy reads its children when expanded
+    }
+    const int row = after.isValid() && after.parent() == newParent ? after.row() + 1
+                                                                   : model->rowCount(newParent);
+    const QModelIndex inserted = model->InsertItem(newParent, row, copy);
+    model->SetItemData(inserted, model->ItemData(item));
+    return inserted;
+}
+
+bool CVelaFileTree::IsBusy() const {
+    return CVelaZipApp::Flags().busyCopying;
+}
+
+bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& target,
+                                   bool /*notFirst*/) {
+    if (!target.isValid() || IsBusy()) {
+        return false;
+    }
+    m_dropTarget = target;
+    const QString targetPath = PathOfItem(target);
+    const platform::FileFacts facts = platform::ReadFacts(path);
+    const bool isFolder = facts.exists && facts.isFolder && !facts.isSymlink;
+    const bool eachItem = RefreshWithEachItem();
+    CAppFlags& flags = CVelaZipApp::Flags();
+
+    CPackProgress progress(this);
+    progress.setWindowTitle(QStringLiteral("Copy Progress"));
+    progress.show();
+    if (!eachItem) {
+        // A single file is revealed; a folder's items only once, after the last one.
+        flags.refreshNow = !isFolder;
+    }
+    CProgressObserver observer(&progress, QStringLiteral("Interrupt the copy?"), this);
+    flags.busyCopying = true;
+    emit OperationStarted(&progress);
+    CFileCopier copier(observer, m_replaceAll, this);
+    const CopyResult result = copier.CopyInto(path, targetPath);
+    flags.busyCopying = false;
+    emit OperationFinished();
+    progress.hide();
+
+    if (isFolder && !eachItem) {
+        flags.refreshNow = true;
+        if (result.outcome != CopyOutcome::Cancelled && !copier.LastAddedPath().isEmpty()) {
+            ItemAdded(copier.LastAddedPath());
+        }
+    }
+    FlushReveal();
+    if (result.outcome == CopyOutcome::Failed) {
+        vz::ShowError(this,
+                      isFolder ? QStringLiteral("Error Copying Folder")
+                               : QStringLiteral("Error Copying File"),
+                      DescribeCopyFailure(result));
+    }
+    return result.Ok();
+}
+
+// ---- Rename, delete, new folder, properties ----
+
+void CVelaFileTree::UpdateCommands() {
+    const QModelIndex item = currentIndex();
+    const bool below = item.isValid() && !TreeModel()->IsTopLevel(item);
+    m_rename->setEnabled(below);
+    m_delete->setEnabled(below);
+    m_createFolder->setEnabled(item.isValid() && !IsFileItem(item));
+    m_properties->setEnabled(item.isValid());
+}
+
+void CVelaFileTree::contextMenuEvent(QContextMenuEvent* event) {
+    const QModelIndex under = indexAt(event->pos());
+    if (under.isValid() && event->reason() == QContextMenuEvent::Mouse) {
+        setCurrentIndex(under);
+    }
+    UpdateCommands();
+    QMenu menu(this);
+    menu.addActions({m_rename, m_delete, m_createFolder, m_find, m_properties});
+    menu.exec(event->globalPos());
+}
+
+void CVelaFileTree::OnRename() {
+    const QModelIndex item = currentIndex();
+    if (!item.isValid() || TreeModel()->IsTopLevel(item) || IsBusy()) {
+        return;
+    }
+    scrollTo(item);
+    edit(item);
+}
+
+void CVelaFileTree::ReopenEditor(const QModelIndex& item) {
+    if (!item.isValid()) {
+        return;
+    }
+    setCurrentIndex(item);
+    edit(item);
+}
+
+bool CVelaFileTree::EndLabelEdit(const QModelIndex& item, const QString& text) {
+    m_newFolderPending = false;
+    if (!item.isValid() || IsBusy()) {
+        return false;
+    }
+    const QPersistentModelIndex keep(item);
+    CVelaTreeModel* model = TreeModel();
+    const QString oldPath = PathOfItem(item);
+    const bool isFolder = !IsFileItem(item);
+    const fileops::RenameCheck check = fileops::CheckRename(oldPath, text);
+    switch (check.verdict) {
+        case fileops::RenameVerdict::EmptyName:
+        case fileops::RenameVerdict::ForbiddenCharacter:
+        case fileops::RenameVerdict::AlreadyExists:
+            vz::ShowError(this, fileops::RenameErrorCaption(isFolder),
+                          fileops::RenameRefusalText(check.verdict, isFolder));
+            ReopenEditor(keep);
+            return false;
+        case fileops::RenameVerdict::LabelOnly:
+            // The label takes the new spelling; the disk keeps the old one.
+            model->SetLabel(item, check.newName);
+            return true;
+        case fileops::RenameVerdict::Rename:
+            break;
+    }
+    if (!isFolder) {
+        const platform::FileFacts facts = platform::ReadFacts(oldPath);
+        const QString question =
+            fileops::RenameConfirmation(facts, platform::FileNameOf(oldPath), check.newName);
+        if (!question.isEmpty()) {
+            CConfirmRename dialog(this);
+            dialog.setWindowTitle(fileops::RenameConfirmCaption());
+            dialog.SetMessage(question);
+            dialog.SetItem(oldPath, ConfirmIcon::RealFile);
+            const fileops::DetailLines lines = fileops::FileDetailLines(facts);
+            dialog.SetDetails(lines.first, lines.second);
+            if (vz::ExecModal(dialog) != QDialog::Accepted) {
+                return false;  // the old name stays, and no further editing
+            }
+        }
+    }
+    if (!keep.isValid() || !fileops::RenameOnDisk(oldPath, check.newPath)) {
+        vz::ShowError(this, fileops::RenameErrorCaption(isFolder),
+                      fileops::RenameFailureText(isFolder));
+        ReopenEditor(keep);
+        return false;
+    }
+    model->SetLabel(keep, check.newName);
+    if (currentIndex() == keep) {
+        emit StatusTextChanged(StatusText(keep));
+    }
+    return true;
+}
+
+void CVelaFileTree::OnDelete() {
+    const QModelIndex item = currentIndex();
+    if (!item.isValid() || TreeModel()->IsTopLevel(item) || IsBusy()) {
+        return;
+    }
+    const QString path = PathOfItem(item);
+    const platform::FileFacts facts = platform::ReadFacts(path);
+    const bool asFolder = fileops::DeletesAsFolder(facts);
+
+    CConfirmDelete dialog(this);
+    dialog.setWindowTitle(fileops::DeleteConfirmCaption(asFolder));
+    dialog.SetMessage(fileops::DeleteConfirmation(path, facts));
+    dialog.SetItem(path, asFolder ? ConfirmIcon::Folder : ConfirmIcon::RealFile);
+    const fileops::DetailLines lines = fileops::DetailLinesFor(path, m_showFiles);
+    dialog.SetDetails(lines.first, lines.second);
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        return;
+    }
+
+    const QPersistentModelIndex keep(item);
+    emit StatusTextChanged(fileops::DeletingStatusText());
+    // Let the status bar show it before a long delete starts.
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    const bool deleted = asFolder ? fileops::DeleteFolderItem(path) : fileops::DeleteFileItem(path);
+    emit StatusTextChanged(QString());
+    if (!deleted) {
+        vz::ShowError(this, fileops::DeleteErrorCaption(asFolder),
+                      fileops::DeleteFailureText(asFolder));
+        // What was deleted before the failure is gone: show the rest.
+        RefreshItem(keep);
+        return;
+    }
+    // A parent whose last child goes is left without children, and so without expander.
+    TreeModel()->RemoveItem(keep);
+}
+
+void CVelaFileTree::OnCreateFolder() {
+    const QModelIndex parent = currentIndex();
+    if (!parent.isValid() || IsFileItem(parent) || IsBusy()) {
+        return;
+    }
+    CVelaTreeModel* model = TreeModel();
+    // The parent shows its current children first.
+    ExpandForReveal(parent);
+
+    QString created;
+    if (!fileops::CreateNewFolder(PathOfItem(parent), &created)) {
+        vz::ShowError(this, fileops::NewFolderErrorCaption(), fileops::NewFolderFailureText());
+        return;
+    }
+    const QModelIndex item =
+        model->AppendItem(parent, {platform::FileNameOf(created), kFolder, Children::Listed});
+    m_newFolderPending = true;
+    setCurrentIndex(item);
+    scrollTo(item);
+    edit(item);
+}
+
+void CVelaFileTree::OnProperties() {
+    const QModelIndex item = currentIndex();
+    if (!item.isValid()) {
+        return;
+    }
+    const QString path = PathOfItem(item);
+    if (platform::ReadFacts(path).isFolder) {
+        CFolderProperties dialog(path, this);
+        vz::ExecModal(dialog);
+    } else {
+        CFileProperties dialog(path, this);
+        vz::ExecModal(dialog);
+    }
+}
