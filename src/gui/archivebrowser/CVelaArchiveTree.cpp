@@ -1,21 +1,36 @@
 #include "archivebrowser/CVelaArchiveTree.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QMenu>
+#include <QStyledItemDelegate>
 #include <memory>
 
 #include "app/CVelaZipApp.h"
 #include "app/CommandIds.h"
+#include "app/Commands.h"
 #include "archive/ArchiveClassifier.h"
+#include "archive/ArchiveEditing.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/CArchiveUnpacker.h"
+#include "archive/EntryList.h"
+#include "archive/packer/CZipPacker.h"
+#include "archivebrowser/CArchiveFileProperties.h"
+#include "archivebrowser/CArchiveFolderProperties.h"
+#include "common/CConfirmDelete.h"
+#include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
 #include "common/MessageBox.h"
+#include "common/ModalDialog.h"
 #include "common/ResponsiveCall.h"
 #include "common/Texts.h"
+#include "fileops/FileDelete.h"
+#include "fileops/FileRename.h"
+#include "fileops/NewFolder.h"
 #include "platform/FileSystem.h"
 #include "platform/Places.h"
 
@@ -41,13 +56,73 @@ QString FolderOf(const QString& path) {
     return path.endsWith(QLatin1Char('/')) ? path : path + '/';
 }
 
+// The longest name the label editor takes.
+constexpr int kMaxLabelLength = 260;
+
+// The label editor: at most 260 characters. The typed name reaches the tree once the editor
+// has closed, so that the tree's message boxes and a reopened editor never meet the closing
+// one.
+class CArchiveLabelDelegate : public QStyledItemDelegate {
+public:
+    explicit CArchiveLabelDelegate(CVelaArchiveTree* tree)
+        : QStyledItemDelegate(tree), m_tree(tree) {}
+
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override {
+        QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
+        if (auto* line = qobject_cast<QLineEdit*>(editor)) {
+            line->setMaxLength(kMaxLabelLength);
+        }
+        return editor;
+    }
+
+    void setModelData(QWidget* editor, QAbstractItemModel* /*model*/,
+                      const QModelIndex& index) const override {
+        auto* line = qobject_cast<QLineEdit*>(editor);
+        if (line == nullptr) {
+            return;
+        }
+        const QPersistentModelIndex item(index);
+        const QString text = line->text();
+        CVelaArchiveTree* tree = m_tree;
+        QMetaObject::invokeMethod(
+            tree, [tree, item, text] { tree->EndLabelEdit(item, text); }, Qt::QueuedConnection);
+    }
+
+private:
+    CVelaArchiveTree* m_tree;
+};
+
 }  // namespace
 
 CVelaArchiveTree::CVelaArchiveTree(QWidget* parent) : CVelaDragDropTree(parent) {
     setObjectName(QStringLiteral("ArchiveBrowserTree"));
     TreeModel()->SetIconSource([this](const QModelIndex& item) { return IconFor(item); });
+    TreeModel()->SetEditable(true);
+    setItemDelegate(new CArchiveLabelDelegate(this));
     connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { OnCurrentChanged(current); });
+
+    using namespace vz::cmd;
+    m_rename = vz::NewCommand(this, kArchiveRename, QStringLiteral("&Rename"));
+    m_delete = vz::NewCommand(this, kArchiveDelete, QStringLiteral("&Delete"));
+    m_createFolder = vz::NewCommand(this, kArchiveCreateFolder, QStringLiteral("&Create Folder"));
+    m_find = vz::NewCommand(this, kArchiveFind, QStringLiteral("&Find"));
+    m_properties = vz::NewCommand(this, kArchiveProperties, QStringLiteral("&Properties..."));
+    m_email = vz::NewCommand(this, kEmailArchive, QStringLiteral("&E-mail Archive"));
+    m_rename->setShortcut(QKeySequence(Qt::Key_F2));
+    m_delete->setShortcut(QKeySequence(QKeySequence::Delete));
+    m_createFolder->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
+    m_properties->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Return));
+    for (QAction* action : {m_rename, m_delete, m_createFolder, m_find, m_properties, m_email}) {
+        action->setShortcutContext(Qt::WidgetShortcut);
+        addAction(action);
+    }
+    connect(m_rename, &QAction::triggered, this, &CVelaArchiveTree::OnRename);
+    connect(m_delete, &QAction::triggered, this, &CVelaArchiveTree::OnDelete);
+    connect(m_createFolder, &QAction::triggered, this, &CVelaArchiveTree::OnCreateFolder);
+    connect(m_properties, &QAction::triggered, this, &CVelaArchiveTree::OnProperties);
+    UpdateCommands();
 }
 
 CVelaArchiveTree::~CVelaArchiveTree() = default;
@@ -266,6 +341,7 @@ QString CVelaArchiveTree::StatusText(const QModelIndex& item) const {
 
 void CVelaArchiveTree::OnCurrentChanged(const QModelIndex& current) {
     WaitCursor wait;
+    UpdateCommands();
     emit StatusTextChanged(StatusText(current));
 }
 
@@ -326,21 +402,407 @@ QIcon CVelaArchiveTree::IconFor(const QModelIndex& item) const {
 }
 
 void CVelaArchiveTree::contextMenuEvent(QContextMenuEvent* event) {
-    // The commands of this menu arrive with editing, finding, properties and e-mail.
-    QMenu menu(this);
-    const struct {
-        int id;
-        const char* text;
-    } commands[] = {{vz::cmd::kArchiveRename, "&Rename"},
-                    {vz::cmd::kArchiveDelete, "&Delete"},
-                    {vz::cmd::kArchiveCreateFolder, "&Create Folder"},
-                    {vz::cmd::kArchiveFind, "&Find"},
-                    {vz::cmd::kArchiveProperties, "&Properties..."},
-                    {vz::cmd::kEmailArchive, "&E-mail Archive"}};
-    for (const auto& command : commands) {
-        QAction* action = menu.addAction(QString::fromLatin1(command.text));
-        action->setProperty("commandId", command.id);
-        action->setEnabled(false);
+    const QModelIndex under = indexAt(event->pos());
+    if (under.isValid() && event->reason() == QContextMenuEvent::Mouse) {
+        setCurrentIndex(under);
     }
+    UpdateCommands();
+    QMenu menu(this);
+    menu.addActions({m_rename, m_delete, m_createFolder, m_find, m_properties, m_email});
     menu.exec(event->globalPos());
+}
+
+// ---- Editing inside zip archives, and properties ----
+
+namespace {
+
+namespace archiveedit = vz::archiveedit;
+namespace fileops = vz::fileops;
+
+bool IsArchiveItemKind(quint8 kind) {
+    return kind == CVelaArchiveTree::kDiskArchive || kind == CVelaArchiveTree::kArchiveFolder ||
+           kind == CVelaArchiveTree::kArchiveFile;
+}
+
+}  // namespace
+
+CVelaArchiveTree::CommandState CVelaArchiveTree::CommandStateOf(const QModelIndex& item) const {
+    CommandState state;
+    const quint8 kind = TreeModel()->Kind(item);
+    if (!item.isValid() || !IsArchiveItemKind(kind)) {
+        return state;
+    }
+    const int family = vz::ClassifyPath(PathOfItem(item), m_extensions);
+    if (family == ArchiveFamily::None) {
+        return state;
+    }
+    state.properties = true;
+    if (ArchiveFamily::IsWritableZip(family)) {
+        const bool inside = kind != kDiskArchive;
+        state.rename = inside;
+        state.remove = inside;
+        state.createFolder = kind != kArchiveFile;
+    }
+    return state;
+}
+
+QAction* CVelaArchiveTree::Command(int id) const {
+    for (QAction* action : {m_rename, m_delete, m_createFolder, m_find, m_properties, m_email}) {
+        if (vz::CommandId(action) == id) {
+            return action;
+        }
+    }
+    return nullptr;
+}
+
+void CVelaArchiveTree::UpdateCommands() {
+    const CommandState state = CommandStateOf(currentIndex());
+    m_rename->setEnabled(state.rename);
+    m_delete->setEnabled(state.remove);
+    m_createFolder->setEnabled(state.createFolder);
+    m_properties->setEnabled(state.properties);
+    // Finding in archives and e-mailing an archive arrive with their own features.
+    m_find->setEnabled(false);
+    m_email->setEnabled(false);
+}
+
+void CVelaArchiveTree::StartLabelEdit(const QModelIndex& item, int mode,
+                                      const QString& oldInnerPath) {
+    if (!item.isValid()) {
+        return;
+    }
+    m_editMode = mode;
+    m_editOldPath = oldInnerPath;
+    setCurrentIndex(item);
+    scrollTo(item);
+    edit(item);
+}
+
+void CVelaArchiveTree::OnRename() {
+    m_editMode = kEditNone;
+    const QModelIndex item = currentIndex();
+    if (!CommandStateOf(item).rename) {
+        return;
+    }
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(PathOfItem(item));
+    bool opened = false;
+    bool folder = false;
+    vz::RunResponsive([&] {
+        CZipUnpacker unpacker(QString{});
+        opened = unpacker.OpenArchive(parts.archivePath);
+        if (opened) {
+            folder = unpacker.IsFolder(parts.innerPath);
+        }
+        unpacker.CloseArchive();
+    });
+    if (!opened) {
+        return;
+    }
+    StartLabelEdit(item, folder ? kEditFolder : kEditFile, parts.innerPath);
+}
+
+bool CVelaArchiveTree::EndLabelEdit(const QModelIndex& item, const QString& text) {
+    const int mode = m_editMode;
+    const QString oldInnerPath = m_editOldPath;
+    m_editMode = kEditNone;
+    if (!item.isValid() || mode == kEditNone) {
+        return false;
+    }
+    return RenameEntry(QPersistentModelIndex(item), mode, oldInnerPath, text);
+}
+
+bool CVelaArchiveTree::RenameEntry(const QPersistentModelIndex& item, int mode,
+                                   const QString& oldInnerPath, const QString& text) {
+    const bool isFolder = mode == kEditFolder;
+    const QString caption = fileops::RenameErrorCaption(isFolder);
+    // A refused or failed name: the message, then the editor again on the same item.
+    const auto refuse = [&](const QString& message) {
+        vz::ShowError(this, caption, message);
+        StartLabelEdit(item, mode, oldInnerPath);
+        return false;
+    };
+
+    const fileops::RenameCheck check = archiveedit::CheckEntryName(oldInnerPath, text);
+    switch (check.verdict) {
+        case fileops::RenameVerdict::EmptyName:
+        case fileops::RenameVerdict::ForbiddenCharacter:
+            return refuse(fileops::RenameRefusalText(check.verdict, isFolder));
+        case fileops::RenameVerdict::LabelOnly:
+            // The same name in another case: nothing changes, in the archive or in the tree.
+            return true;
+        case fileops::RenameVerdict::AlreadyExists:
+        case fileops::RenameVerdict::Rename:
+            break;
+    }
+
+    const QString path = PathOfItem(item);
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
+    CZipPacker packer;
+    bool opened = false;
+    bool taken = false;
+    ZIPFILEFULLINFO info;
+    vz::RunResponsive([&] {
+        opened = packer.OpenArchive(parts.archivePath);
+        if (!opened) {
+            return;
+        }
+        // Either kind of entry of that name blocks the rename.
+        taken = packer.FileExists(check.newPath) || packer.FolderExists(check.newPath);
+        if (!isFolder) {
+            packer.GetFileInfo(oldInnerPath, info);
+        }
+    });
+    if (!opened) {
+        return refuse(fileops::RenameFailureText(isFolder));
+    }
+    if (taken) {
+        packer.CloseArchive();
+        return refuse(fileops::RenameRefusalText(fileops::RenameVerdict::AlreadyExists, isFolder));
+    }
+
+    if (!isFolder) {
+        const QString question = archiveedit::RenameConfirmation(
+            info.attributes, vz::LastComponent(oldInnerPath), check.newName);
+        if (!question.isEmpty()) {
+            CConfirmRename dialog(this);
+            dialog.setWindowTitle(archiveedit::RenameConfirmCaption());
+            dialog.SetMessage(question);
+            dialog.SetItem(path, ConfirmIcon::ExtensionOnly);
+            const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
+            dialog.SetDetails(lines.first, lines.second);
+            if (vz::ExecModal(dialog) != QDialog::Accepted) {
+                // Declined: the entry keeps its name and the edit ends here.
+                packer.CloseArchive();
+                return false;
+            }
+        }
+    }
+
+    bool renamed = false;
+    emit StatusTextChanged(archiveedit::RenamingStatusText());
+    {
+        WaitCursor wait;
+        vz::RunResponsive([&] {
+            renamed = isFolder ? packer.RenameFolder(oldInnerPath, check.newPath)
+                               : packer.RenameFile(oldInnerPath, check.newPath);
+            packer.CloseArchive();
+        });
+    }
+    emit StatusTextChanged(QString());
+    if (!renamed) {
+        return refuse(fileops::RenameFailureText(isFolder));
+    }
+    // The items below a renamed folder follow: their paths are rebuilt from the labels.
+    TreeModel()->SetLabel(item, check.newName);
+    return true;
+}
+
+void CVelaArchiveTree::OnDelete() {
+    const QModelIndex item = currentIndex();
+    if (!CommandStateOf(item).remove) {
+        return;
+    }
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(PathOfItem(item));
+    bool opened = false;
+    bool folder = false;
+    QString description;
+    vz::RunResponsive([&] {
+        CZipUnpacker unpacker(QString{});
+        opened = unpacker.OpenArchive(parts.archivePath);
+        if (opened) {
+            folder = unpacker.IsFolder(parts.innerPath);
+            if (folder) {
+                description = unpacker.GetFolderOutputInfo(parts.innerPath);
+            }
+        }
+        unpacker.CloseArchive();
+    });
+    if (!opened) {
+        // The kind is not known; the tree says what it shows.
+        const bool isFolder = TreeModel()->Kind(item) == kArchiveFolder;
+        vz::ShowError(this, fileops::DeleteErrorCaption(isFolder),
+                      fileops::DeleteFailureText(isFolder));
+        return;
+    }
+    if (folder) {
+        DeleteFolderEntry(item, parts.archivePath, parts.innerPath, description);
+    } else {
+        DeleteFileEntry(item, parts.archivePath, parts.innerPath);
+    }
+}
+
+void CVelaArchiveTree::DeleteFileEntry(const QPersistentModelIndex& item,
+                                       const QString& archivePath, const QString& innerPath) {
+    const QString caption = fileops::DeleteErrorCaption(false);
+    CZipPacker packer;
+    bool opened = false;
+    bool exists = false;
+    ZIPFILEFULLINFO info;
+    vz::RunResponsive([&] {
+        opened = packer.OpenArchive(archivePath);
+        exists = opened && packer.FileExists(innerPath) && packer.GetFileInfo(innerPath, info);
+    });
+    if (!exists) {
+        packer.CloseArchive();
+        vz::ShowError(this, caption, fileops::DeleteFailureText(false));
+        if (opened) {
+            // The archive no longer holds the file: show what it holds.
+            RefreshItem(item.parent());
+        }
+        return;
+    }
+
+    CConfirmDelete dialog(this);
+    dialog.setWindowTitle(archiveedit::DeleteConfirmCaption(false));
+    dialog.SetMessage(
+        archiveedit::DeleteFileConfirmation(info.attributes, vz::LastComponent(innerPath)));
+    dialog.SetItem(PathOfItem(item), ConfirmIcon::ExtensionOnly);
+    const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
+    dialog.SetDetails(lines.first, lines.second);
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        packer.CloseArchive();
+        return;
+    }
+
+    bool removed = false;
+    emit StatusTextChanged(fileops::DeletingStatusText());
+    {
+        WaitCursor wait;
+        vz::RunResponsive([&] {
+            removed = packer.RemoveFile(innerPath);
+            packer.CloseArchive();
+        });
+    }
+    emit StatusTextChanged(QString());
+    if (!removed) {
+        vz::ShowError(this, caption, fileops::DeleteFailureText(false));
+        return;
+    }
+    TreeModel()->RemoveItem(item);
+}
+
+void CVelaArchiveTree::DeleteFolderEntry(const QPersistentModelIndex& item,
+                                         const QString& archivePath, const QString& innerPath,
+                                         const QString& description) {
+    const QString caption = fileops::DeleteErrorCaption(true);
+    CZipPacker packer;
+    bool opened = false;
+    vz::RunResponsive([&] { opened = packer.OpenArchive(archivePath); });
+    if (!opened) {
+        vz::ShowError(this, caption, fileops::DeleteFailureText(true));
+        return;
+    }
+
+    CConfirmDelete dialog(this);
+    dialog.setWindowTitle(archiveedit::DeleteConfirmCaption(true));
+    dialog.SetMessage(archiveedit::DeleteFolderConfirmation(vz::LastComponent(innerPath)));
+    dialog.SetItem(PathOfItem(item), ConfirmIcon::Folder);
+    dialog.SetDetails(description, QString());
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        packer.CloseArchive();
+        return;
+    }
+
+    bool removed = false;
+    emit StatusTextChanged(fileops::DeletingStatusText());
+    {
+        WaitCursor wait;
+        vz::RunResponsive([&] {
+            removed = packer.RemoveFolder(innerPath);
+            packer.CloseArchive();
+        });
+    }
+    emit StatusTextChanged(QString());
+    if (!removed) {
+        vz::ShowError(this, caption, fileops::DeleteFailureText(true));
+        return;
+    }
+    TreeModel()->RemoveItem(item);
+}
+
+void CVelaArchiveTree::OnCreateFolder() {
+    const QPersistentModelIndex parent(currentIndex());
+    if (!CommandStateOf(parent).createFolder) {
+        return;
+    }
+    const QString caption = fileops::NewFolderErrorCaption();
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(PathOfItem(parent));
+    CZipPacker packer;
+    bool opened = false;
+    QString folder;
+    vz::RunResponsive([&] {
+        opened = packer.OpenArchive(parts.archivePath);
+        if (opened) {
+            folder = archiveedit::NewFolderPath(
+                parts.innerPath, [&](const QString& p) { return packer.FolderExists(p); });
+        }
+    });
+    if (!opened) {
+        vz::ShowError(this, caption, fileops::NewFolderFailureText());
+        return;
+    }
+
+    // The parent shows its current children: listed afresh, also when it was open already.
+    CVelaTreeModel* model = TreeModel();
+    if (isExpanded(parent)) {
+        collapse(parent);
+    }
+    model->SetChildState(parent, Children::Unlisted);
+    expand(parent);
+    if (!parent.isValid() || model->ChildState(parent) != Children::Listed) {
+        // The listing failed and said so; nothing was created.
+        packer.CloseArchive();
+        return;
+    }
+
+    bool created = false;
+    {
+        WaitCursor wait;
+        vz::RunResponsive([&] { created = packer.CreateEmptyFolder(folder); });
+    }
+    if (!created) {
+        packer.CloseArchive();
+        vz::ShowError(this, caption, fileops::NewFolderFailureText());
+        return;
+    }
+    packer.CloseArchive();
+
+    // In its sorted place among the folders, which come before the files.
+    const QString name = vz::LastComponent(folder);
+    int row = 0;
+    while (row < model->rowCount(parent)) {
+        const QModelIndex child = model->index(row, 0, parent);
+        if (model->Kind(child) != kArchiveFolder ||
+            vz::CompareNoCase(model->Label(child), name) > 0) {
+            break;
+        }
+        ++row;
+    }
+    const QModelIndex item =
+        model->InsertItem(parent, row, {name, kArchiveFolder, Children::Listed});
+    // The user names the new folder at once: its rename follows.
+    StartLabelEdit(item, kEditFolder, folder);
+}
+
+void CVelaArchiveTree::OnProperties() {
+    const QModelIndex item = currentIndex();
+    if (!CommandStateOf(item).properties) {
+        return;
+    }
+    const QString path = PathOfItem(item);
+    const quint8 kind = TreeModel()->Kind(item);
+    QString description;
+    {
+        WaitCursor wait;
+        vz::RunResponsive([&] { description = vz::DescribeArchivePath(path, m_extensions); });
+    }
+    if (kind == kArchiveFile) {
+        CArchiveFileProperties dialog(path, description, this);
+        vz::ExecModal(dialog);
+        return;
+    }
+    const QIcon icon = kind == kDiskArchive ? CItemIcons::IconForName(TreeModel()->Label(item))
+                                            : CItemIcons::FolderIcon();
+    CArchiveFolderProperties dialog(path, description, icon, this);
+    vz::ExecModal(dialog);
 }

@@ -3,12 +3,19 @@
 // expands into its folders and files. Nothing is read before it is needed: an item is
 // listed when it is expanded and forgotten when it is collapsed, so every expansion shows
 // the archive as it is on disk at that moment.
+//
+// Inside zip, jar and xap archives the tree also edits: it renames files and folders in
+// place (the label editor), deletes them after a confirmation and creates new folders, each
+// change one commit of CZipPacker, so that a failure leaves the archive as it was. The
+// properties of any archive, folder or file in one are shown from its description text.
 
 #include <QModelIndex>
 #include <QPersistentModelIndex>
 #include <QStringList>
 
 #include "dragdrop/CVelaDragDropTree.h"
+
+class QAction;
 
 class CVelaArchiveTree : public CVelaDragDropTree {
     Q_OBJECT
@@ -44,6 +51,35 @@ public:
     // The status bar text of an item.
     QString StatusText(const QModelIndex& item) const;
 
+    // The label edit in progress: what is being renamed, and its inner path before the edit.
+    enum EditMode : int { kEditNone = 0, kEditFolder = 1, kEditFile = 2 };
+    int EditMode() const { return m_editMode; }
+    QString EditOldPath() const { return m_editOldPath; }
+
+    // Which commands of the context menu an item allows. Rename and Delete: a file or folder
+    // inside a zip, jar or xap archive; Create Folder: such an archive or a folder in it;
+    // Properties: any archive and anything in one. A self-extracting zip and every other
+    // family are never edited.
+    struct CommandState {
+        bool rename = false;
+        bool remove = false;
+        bool createFolder = false;
+        bool properties = false;
+    };
+    CommandState CommandStateOf(const QModelIndex& item) const;
+    // The action of a context-menu command (vz::cmd ids 32876 to 32880 and 32904).
+    QAction* Command(int id) const;
+
+    // The commands, on the selected item.
+    void OnRename();
+    void OnDelete();
+    void OnCreateFolder();
+    void OnProperties();
+    // The end of the label edit of `item` with `text` (a cancelled edit never comes here).
+    // True when the item keeps its label or has its new name; after a refused or failed
+    // name the editor opens again on the item, except when the user declined the question.
+    bool EndLabelEdit(const QModelIndex& item, const QString& text);
+
     QModelIndex ValidDropItem(const QModelIndex& item) override;
     bool AcceptsDropsNow() override;
     int Kind() const override;
@@ -60,9 +96,26 @@ private:
     bool HasSubEntries(const QString& folder) const;
     QIcon IconFor(const QModelIndex& item) const;
     void OnCurrentChanged(const QModelIndex& current);
+    void UpdateCommands();
+    void StartLabelEdit(const QModelIndex& item, int mode, const QString& oldInnerPath);
+    bool RenameEntry(const QPersistentModelIndex& item, int mode, const QString& oldInnerPath,
+                     const QString& text);
+    void DeleteFileEntry(const QPersistentModelIndex& item, const QString& archivePath,
+                         const QString& innerPath);
+    void DeleteFolderEntry(const QPersistentModelIndex& item, const QString& archivePath,
+                           const QString& innerPath, const QString& description);
 
     QStringList m_extensions;
     QString m_rootPath;
     bool m_showArchives = true;
     QPersistentModelIndex m_firstFixedPlace;
+    int m_editMode = kEditNone;
+    QString m_editOldPath;
+
+    QAction* m_rename;
+    QAction* m_delete;
+    QAction* m_createFolder;
+    QAction* m_find;
+    QAction* m_properties;
+    QAction* m_email;
 };
