@@ -64,8 +64,6 @@ void CArchivePropertiesDialog::AddValue(const QString& caption, const QString& v
     auto* valueLabel = new QLabel(value, this);
     valueLabel->setTextFormat(Qt::PlainText);
     valueLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    // A long location wraps instead of widening the dialog without end.
-    valueLabel->setWordWrap(caption == QLatin1String("Location:"));
     m_grid->addWidget(captionLabel, row, 0, Qt::AlignLeft | Qt::AlignTop);
     m_grid->addWidget(valueLabel, row, 1, Qt::AlignLeft | Qt::AlignTop);
     m_captions << caption;
