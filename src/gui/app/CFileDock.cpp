@@ -41,7 +41,6 @@ CFileDock::CFileDock(QWidget* parent)
 }
 
 void CFileDock::FillRoots() {
-    const QList<vz::platform::CPlace> places = vz::platform::TopLevelPlaces();
-    m_tree->FillRoots(places);
-    m_drives->List()->Fill(places);
+    m_tree->FillRoots();
+    m_drives->List()->Fill(vz::platform::TopLevelPlaces());
 }

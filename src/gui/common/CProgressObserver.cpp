@@ -52,8 +52,6 @@ bool CProgressObserver::StopRequested() {
         vz::ShowMessageBox(m_parent, QString::fromLatin1(CVelaZipApp::kProductName), m_question,
                            QMessageBox::Question, QMessageBox::Yes | QMessageBox::No);
     m_cancelled = answer == QMessageBox::Yes;
-    // Time spent on the question does not count against the next pump.
-    m_sincePump.start();
     return m_cancelled;
 }
 
@@ -61,7 +59,8 @@ ReplaceAnswer CProgressObserver::AskOverwrite(const OverwriteQuestion& question)
     CConfirmReplace dialog(m_parent);
     dialog.SetQuestion(question);
     const ReplaceAnswer answer = CConfirmReplace::AnswerOf(vz::ExecModal(dialog));
-    m_sincePump.start();
+    // The next poll lets events through at once: a Stop may have come with the answer.
+    m_sincePump.invalidate();
     return answer;
 }
 

@@ -144,10 +144,13 @@ bool CVelaFileTree::ShowsExpander(const QString& folder) const {
 }
 
 bool CVelaFileTree::FillRoots() {
-    return FillRoots(platform::TopLevelPlaces());
+    const bool filled = FillRoots(platform::TopLevelPlaces());
+    m_givenPlaces.clear();
+    return filled;
 }
 
 bool CVelaFileTree::FillRoots(const QList<platform::CPlace>& places) {
+    m_givenPlaces = places;
     CVelaTreeModel* model = TreeModel();
     model->Clear();
     m_firstFixedDrive = QPersistentModelIndex();
@@ -330,7 +333,11 @@ void CVelaFileTree::Refresh() {
     };
     collect({});
     const QString current = PathOfItem(currentIndex());
-    FillRoots();
+    if (m_givenPlaces.isEmpty()) {
+        FillRoots();
+    } else {
+        FillRoots(QList<platform::CPlace>(m_givenPlaces));
+    }
     for (const QString& path : expandedPaths) {
         const QModelIndex item = Locate(path, true);
         if (item.isValid() && PathOfItem(item) == path && model->hasChildren(item)) {

@@ -101,6 +101,8 @@ public:
     // comes here). True when the item has its new name; after a refused or failed name the
     // editor opens again on the item.
     bool EndLabelEdit(const QModelIndex& item, const QString& text);
+    // Whether the in-place label editor is open.
+    bool IsEditingLabel() const { return state() == QAbstractItemView::EditingState; }
     // Set while the label of a just-created folder is being edited.
     bool NewFolderPending() const { return m_newFolderPending; }
 
@@ -143,6 +145,9 @@ private:
     bool IsBusy() const;
 
     const CSettingsRecord* m_settings = nullptr;
+    // The places given to the last FillRoots; empty when they come from the system (and
+    // are asked for again on every refresh).
+    QList<vz::platform::CPlace> m_givenPlaces;
     bool m_showFiles = true;
     bool m_newFolderPending = false;
     bool m_revealScheduled = false;

@@ -1,0 +1,453 @@
+// The File Browser tree: roots, the order and expanders of a listing (files shown or not),
+// unreadable folders, collapsing, status texts, double-click, the drop questions, and the
+// commands of its context menu.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+#include <memory>
+
+#include "TestSupport.h"
+#include "app/CFileDock.h"
+#include "app/CVelaZipApp.h"
+#include "app/CommandIds.h"
+#include "app/Commands.h"
+#include "archive/CArchiveUnpacker.h"
+#include "common/MessageBox.h"
+#include "filebrowser/CCloudDriveItem.h"
+#include "filebrowser/CDrivesButton.h"
+#include "filebrowser/CListDrives.h"
+#include "filebrowser/CVelaFileTree.h"
+#include "platform/FileSystem.h"
+
+namespace {
+
+QStringList Labels(CVelaTreeModel* model, const QModelIndex& parent) {
+    QStringList labels;
+    for (int row = 0; row < model->rowCount(parent); ++row) {
+        labels << model->Label(model->index(row, 0, parent));
+    }
+    return labels;
+}
+
+bool SetModified(const QString& path, qint64 seconds) {
+    const struct timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
+    return utimensat(AT_FDCWD, vz::platform::EncodePath(path).constData(), times, 0) == 0;
+}
+
+}  // namespace
+
+class TestFileTree : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void listingOrderAndExpanders_data();
+    void listingOrderAndExpanders();
+    void unreadableFolderShowsNothing();
+    void collapseMovesTheSelectionUp();
+    void systemRootsStartWithHome();
+    void removableRootIsNotRead();
+    void cloudRootsComeAfterTheDrives();
+    void statusTexts_data();
+    void statusTexts();
+    void statusTextOfAFileFrom1601();
+    void doubleClickOpensWithoutExpanding();
+    void validDropItem();
+    void contextMenuCommands();
+
+private:
+    void FillWith(const QString& root);
+    QModelIndex Expand(const QString& path);
+
+    QTemporaryDir m_dir;
+    QString m_root;
+    std::unique_ptr<CVelaFileTree> m_tree;
+    std::unique_ptr<QAbstractItemModelTester> m_tester;
+    QList<vz::MessageBoxRequest> m_boxes;
+};
+
+void TestFileTree::initTestCase() {
+    QVERIFY(m_dir.isValid());
+    vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config")));
+    vz::EnsureUtf8Locale();
+    vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
+        m_boxes << request;
+        return QMessageBox::Ok;
+    });
+}
+
+void TestFileTree::init() {
+    m_root = m_dir.filePath(QStringLiteral("case"));
+    QDir(m_root).removeRecursively();
+    QVERIFY(QDir().mkpath(m_root));
+    m_boxes.clear();
+    m_tree = std::make_unique<CVelaFileTree>();
+    m_tester = std::make_unique<QAbstractItemModelTester>(
+        m_tree->TreeModel(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    m_tree->resize(400, 600);
+    m_tree->show();
+}
+
+void TestFileTree::cleanup() {
+    m_tester.reset();
+    m_tree.reset();
+    QDir(m_root).removeRecursively();  // after tests that took permissions away
+}
+
+// The tree with the test folder as its only root.
+void TestFileTree::FillWith(const QString& root) {
+    vz::platform::CPlace place;
+    place.path = root;
+    place.displayName = QStringLiteral("Test");
+    place.home = true;
+    m_tree->FillRoots({place});
+}
+
+QModelIndex TestFileTree::Expand(const QString& path) {
+    const QModelIndex item = m_tree->Navigate(path);
+    if (item.isValid() && m_tree->PathOfItem(item) == path) {
+        m_tree->expand(item);
+        return item;
+    }
+    return {};
+}
+
+void TestFileTree::listingOrderAndExpanders_data() {
+    QTest::addColumn<bool>("showFiles");
+    QTest::addColumn<QStringList>("labels");
+    QTest::addColumn<QList<bool>>("expanders");
+
+    // b holds only a file, C a sub-folder, A nothing.
+    QTest::newRow("files shown") << true
+                                 << QStringList{"A", "b", "C", ".hidden", "a.TXT", "B.txt", "z.txt"}
+                                 << QList<bool>{false, true, true, false, false, false, false};
+    QTest::newRow("folders only") << false << QStringList{"A", "b", "C"}
+                                  << QList<bool>{false, false, true};
+}
+
+void TestFileTree::listingOrderAndExpanders() {
+    QFETCH(bool, showFiles);
+    QFETCH(QStringList, labels);
+    QFETCH(QList<bool>, expanders);
+
+    QVERIFY(vzt::MakeTree(m_root, {{"b/x.txt", "x"},
+                                   {"A/", {}},
+                                   {"C/sub/", {}},
+                                   {"z.txt", "z"},
+                                   {"B.txt", "b"},
+                                   {"a.TXT", "a"},
+                                   {".hidden", "h"}}));
+    m_tree->SetShowFiles(showFiles);
+    FillWith(m_root);
+    const QModelIndex root = Expand(m_root);
+    QVERIFY(root.isValid());
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(Labels(model, root), labels);
+    for (int row = 0; row < labels.size(); ++row) {
+        QCOMPARE(model->hasChildren(model->index(row, 0, root)), expanders[row]);
+    }
+
+    // A folder holding only files gets its expander exactly when files are shown.
+    QVERIFY(QDir().mkpath(m_root + QStringLiteral("/only")));
+    QVERIFY(vzt::WriteAll(m_root + QStringLiteral("/only/f.bin"), "f"));
+    m_tree->collapse(root);
+    m_tree->expand(root);
+    const QModelIndex only = model->FindChild(root, QStringLiteral("only"));
+    QVERIFY(only.isValid());
+    QCOMPARE(model->hasChildren(only), showFiles);
+}
+
+void TestFileTree::unreadableFolderShowsNothing() {
+    QVERIFY(vzt::MakeTree(m_root, {{"gone/a.txt", "a"}, {"locked/b.txt", "b"}}));
+    FillWith(m_root);
+    const QModelIndex root = Expand(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex gone = model->FindChild(root, QStringLiteral("gone"));
+    QVERIFY(model->hasChildren(gone));
+    // Removed behind the tree's back: expanding it reads nothing and says nothing.
+    QVERIFY(QDir(m_root + QStringLiteral("/gone")).removeRecursively());
+    m_tree->expand(gone);
+    QCOMPARE(model->rowCount(gone), 0);
+    QVERIFY(!model->hasChildren(gone));
+
+    if (geteuid() != 0) {
+        const QString locked = m_root + QStringLiteral("/locked");
+        QVERIFY(chmod(locked.toUtf8().constData(), 0) == 0);
+        const QModelIndex item = model->FindChild(root, QStringLiteral("locked"));
+        m_tree->expand(item);
+        QCOMPARE(model->rowCount(item), 0);
+        chmod(locked.toUtf8().constData(), 0755);
+    }
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestFileTree::collapseMovesTheSelectionUp() {
+    QVERIFY(vzt::MakeTree(m_root, {{"a/b/c/deep.txt", "d"}}));
+    FillWith(m_root);
+    const QModelIndex deep = m_tree->Navigate(m_root + QStringLiteral("/a/b/c/deep.txt"));
+    QCOMPARE(m_tree->PathOfItem(deep), m_root + QStringLiteral("/a/b/c/deep.txt"));
+    const QModelIndex a = m_tree->TreeModel()->FindChild(m_tree->FirstFixedDrive(), "a");
+    m_tree->collapse(a);
+    QCOMPARE(m_tree->currentIndex(), a);
+    // The folder keeps its expander and reads its children again on the next expansion.
+    QVERIFY(m_tree->TreeModel()->hasChildren(a));
+    m_tree->expand(a);
+    QCOMPARE(Labels(m_tree->TreeModel(), a), QStringList{"b"});
+}
+
+void TestFileTree::systemRootsStartWithHome() {
+    CFileDock dock;
+    dock.FillRoots();
+    CVelaFileTree* tree = dock.Tree();
+    CVelaTreeModel* model = tree->TreeModel();
+    QVERIFY(model->rowCount() >= 2);
+    const QModelIndex home = model->index(0, 0);
+    QCOMPARE(model->Label(home), QStringLiteral("Home"));
+    QCOMPARE(tree->PathOfItem(home), QDir::homePath());
+    QCOMPARE(tree->currentIndex(), home);
+    QVERIFY(Labels(model, {}).contains(QStringLiteral("File System (/)")));
+
+    // The drives list holds the same roots, in the same order, with Home selected.
+    CListDrives* list = dock.DrivesButton()->List();
+    QCOMPARE(list->count(), model->rowCount());
+    for (int row = 0; row < list->count(); ++row) {
+        QCOMPARE(list->itemText(row), model->Label(model->index(row, 0)));
+        QCOMPARE(list->PathAt(row), model->RealPath(model->index(row, 0)));
+    }
+    QCOMPARE(dock.DrivesButton()->Text(), QStringLiteral("Home"));
+    QCOMPARE(vz::FindCommand(&dock, vz::cmd::kFileDrives), dock.DrivesButton());
+    QVERIFY(dock.Toolbar()->actions().contains(dock.DrivesButton()));
+
+    // Choosing "/" in the list selects that root.
+    const int slash = list->findText(QStringLiteral("File System (/)"));
+    emit list->activated(slash);
+    QCOMPARE(tree->PathOfItem(tree->currentIndex()), QStringLiteral("/"));
+}
+
+void TestFileTree::removableRootIsNotRead() {
+    vz::platform::CPlace fixed;
+    fixed.path = m_root;
+    fixed.displayName = QStringLiteral("Test");
+    vz::platform::CPlace removable;
+    removable.path = m_root + QStringLiteral("/no-medium");
+    removable.displayName = QStringLiteral("CD (/media/cd)");
+    removable.removable = true;
+    m_tree->FillRoots({removable, fixed});
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex cd = model->index(0, 0);
+    // Shown with an expander without looking at it; the first fixed place is selected.
+    QVERIFY(model->hasChildren(cd));
+    QCOMPARE(model->Kind(cd), quint8(CVelaFileTree::kRemovableDrive));
+    QCOMPARE(m_tree->currentIndex(), model->index(1, 0));
+    // An empty drive expands to nothing, without a message.
+    m_tree->expand(cd);
+    QCOMPARE(model->rowCount(cd), 0);
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestFileTree::cloudRootsComeAfterTheDrives() {
+    QVERIFY(vzt::MakeTree(m_root, {{"Documents/report.txt", "r"}, {"marker/", {}}}));
+    auto& records = CVelaZipApp::CloudDriveItems();
+    records.push_back(std::make_unique<CCloudDriveItem>(QStringLiteral("Documents"),
+                                                        m_root + QStringLiteral("/Documents"),
+                                                        m_root + QStringLiteral("/marker")));
+    CAppFlags& flags = CVelaZipApp::Flags();
+    flags.specialFoldersShown = true;
+
+    FillWith(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(model->rowCount(), 2);
+    QModelIndex cloud = model->index(1, 0);
+    QCOMPARE(model->Label(cloud), QStringLiteral("Documents"));
+    QCOMPARE(m_tree->CloudDriveOf(cloud), records.back().get());
+    QCOMPARE(m_tree->CloudDriveOf(model->index(0, 0)), nullptr);
+    // The expander is decided by the (empty) entry folder, not by the folder shown.
+    QVERIFY(!model->hasChildren(cloud));
+
+    QVERIFY(vzt::WriteAll(m_root + QStringLiteral("/marker/x"), "x"));
+    FillWith(m_root);
+    cloud = model->index(1, 0);
+    QVERIFY(model->hasChildren(cloud));
+    m_tree->expand(cloud);
+    QCOMPARE(Labels(model, cloud), QStringList{"report.txt"});
+    QCOMPARE(m_tree->PathOfItem(model->index(0, 0, cloud)),
+             m_root + QStringLiteral("/Documents/report.txt"));
+
+    // Not shown while neither kind is switched on.
+    flags.specialFoldersShown = false;
+    FillWith(m_root);
+    QCOMPARE(model->rowCount(), 1);
+    records.clear();
+}
+
+void TestFileTree::statusTexts_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("readOnly");
+    QTest::addColumn<QString>("attributes");
+
+    QTest::newRow("grouped size") << "big.bin" << 1234567 << false << QString();
+    QTest::newRow("small") << "small.txt" << 999 << false << QString();
+    QTest::newRow("read-only") << "ro.txt" << 5 << true << ", Attributes - read-only ";
+    QTest::newRow("hidden") << ".profile" << 5 << false << ", Attributes - hidden ";
+    QTest::newRow("read-only and hidden")
+        << ".ro" << 5 << true << ", Attributes - read-only hidden ";
+}
+
+void TestFileTree::statusTexts() {
+    QFETCH(QString, name);
+    QFETCH(int, size);
+    QFETCH(bool, readOnly);
+    QFETCH(QString, attributes);
+
+    const QString path = m_root + '/' + name;
+    QVERIFY(vzt::WriteAll(path, QByteArray(size, 'x')));
+    const qint64 when = 1700000000;
+    QVERIFY(SetModified(path, when));
+    if (readOnly) {
+        QVERIFY(chmod(path.toUtf8().constData(), 0444) == 0);
+    }
+    FillWith(m_root);
+    QSignalSpy spy(m_tree.get(), &CVelaDragDropTree::StatusTextChanged);
+    const QModelIndex item = m_tree->Navigate(path);
+    QCOMPARE(m_tree->PathOfItem(item), path);
+    QVERIFY(!spy.isEmpty());
+    const QString expected =
+        QStringLiteral("Size - %1 bytes, Modified - %2%3")
+            .arg(vz::GroupDigits(static_cast<quint64>(size)),
+                 vz::FormatLocalTime(vz::FileTime::FromUnix(when), "%x %X"), attributes);
+    QCOMPARE(spy.last().at(0).toString(), expected);
+
+    // The folder holding it counts its entries, files only while they are shown.
+    QVERIFY(QDir().mkpath(m_root + QStringLiteral("/sub")));
+    m_tree->Navigate(m_root);
+    QCOMPARE(spy.last().at(0).toString(), QStringLiteral("Objects: 2"));
+    m_tree->SetShowFiles(false);
+    m_tree->Navigate(m_root + QStringLiteral("/sub"));
+    m_tree->Navigate(m_root);
+    QCOMPARE(spy.last().at(0).toString(), QStringLiteral("Objects: 1"));
+}
+
+void TestFileTree::statusTextOfAFileFrom1601() {
+    // Only a file system that keeps such a time can show it (tmpfs does, ext4 does not).
+    QTemporaryDir shm(QStringLiteral("/dev/shm/vz-filetree-XXXXXX"));
+    if (!shm.isValid()) {
+        QSKIP("no /dev/shm to keep a time from 1601");
+    }
+    const QString path = shm.filePath(QStringLiteral("old.txt"));
+    QVERIFY(vzt::WriteAll(path, "12345"));
+    const qint64 jan1601 = -11644473600;
+    if (!SetModified(path, jan1601) || vz::platform::ReadFacts(path).modified.seconds != jan1601) {
+        QSKIP("this file system does not keep a time from 1601");
+    }
+    FillWith(shm.path());
+    QSignalSpy spy(m_tree.get(), &CVelaDragDropTree::StatusTextChanged);
+    m_tree->Navigate(path);
+    QCOMPARE(spy.last().at(0).toString(), QStringLiteral("Size - 5 bytes, Modified - "));
+}
+
+void TestFileTree::doubleClickOpensWithoutExpanding() {
+    QVERIFY(vzt::MakeTree(m_root, {{"dir/inner.txt", "i"}, {"doc.txt", "d"}}));
+    QStringList opened;
+    const CVelaFileTree::OpenHook previous = CVelaFileTree::SetOpenHook([&](const QString& path) {
+        opened << path;
+        return true;
+    });
+    FillWith(m_root);
+    const QModelIndex root = Expand(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex doc = model->FindChild(root, QStringLiteral("doc.txt"));
+    const QModelIndex dir = model->FindChild(root, QStringLiteral("dir"));
+    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, m_tree->visualRect(doc).center());
+    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, m_tree->visualRect(dir).center());
+    CVelaFileTree::SetOpenHook(previous);
+    QCOMPARE(opened, (QStringList{m_root + "/doc.txt", m_root + "/dir"}));
+    QVERIFY(!m_tree->isExpanded(dir));
+}
+
+void TestFileTree::validDropItem() {
+    QVERIFY(vzt::MakeTree(m_root, {{"src/inner/deep/", {}}, {"other/", {}}, {"file.txt", "f"}}));
+    FillWith(m_root);
+    const QModelIndex root = Expand(m_root);
+    const QModelIndex deep = m_tree->Navigate(m_root + QStringLiteral("/src/inner/deep"));
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex src = model->FindChild(root, QStringLiteral("src"));
+    const QModelIndex inner = model->FindChild(src, QStringLiteral("inner"));
+    const QModelIndex other = model->FindChild(root, QStringLiteral("other"));
+    const QModelIndex file = model->FindChild(root, QStringLiteral("file.txt"));
+
+    // From elsewhere: every folder takes a drop, a file none.
+    QCOMPARE(m_tree->ValidDropItemFor(src, {}), src);
+    QCOMPARE(m_tree->ValidDropItemFor(root, {}), root);
+    QCOMPARE(m_tree->ValidDropItemFor(file, {}), QModelIndex());
+
+    // Dragging "inner": not onto itself, its parent, or anything below it.
+    QCOMPARE(m_tree->ValidDropItemFor(inner, inner), QModelIndex());
+    QCOMPARE(m_tree->ValidDropItemFor(src, inner), QModelIndex());
+    QCOMPARE(m_tree->ValidDropItemFor(deep, inner), QModelIndex());
+    QCOMPARE(m_tree->ValidDropItemFor(other, inner), other);
+    QCOMPARE(m_tree->ValidDropItemFor(root, inner), root);
+
+    // The virtual answer uses the dragged item only while this tree is the drag source.
+    m_tree->SetDraggedItem(inner);
+    QCOMPARE(m_tree->ValidDropItem(src), src);
+    m_tree->SetDragInProgress(true);
+    QCOMPARE(m_tree->ValidDropItem(src), QModelIndex());
+    m_tree->SetDragInProgress(false);
+    QVERIFY(m_tree->AcceptsDropsNow());
+    QCOMPARE(m_tree->Kind(), int(CVelaDragDropTree::kFileBrowser));
+}
+
+void TestFileTree::contextMenuCommands() {
+    QVERIFY(vzt::MakeTree(m_root, {{"file.txt", "f"}}));
+    FillWith(m_root);
+    using namespace vz::cmd;
+    const struct {
+        int id;
+        const char* text;
+        QKeySequence key;
+    } commands[] = {{kFileRename, "&Rename", QKeySequence(Qt::Key_F2)},
+                    {kFileDelete, "&Delete", QKeySequence(QKeySequence::Delete)},
+                    {kFileCreateFolder, "&Create Folder", {}},
+                    {kFileFind, "&Find", {}},
+                    {kFileProperties, "&Properties...", {}}};
+    for (const auto& command : commands) {
+        QAction* action = vz::FindCommand(m_tree.get(), command.id);
+        QVERIFY2(action != nullptr, command.text);
+        QCOMPARE(action->text(), QString::fromLatin1(command.text));
+        if (!command.key.isEmpty()) {
+            QCOMPARE(action->shortcut(), command.key);
+        }
+    }
+    // Finding arrives later; a root is neither renamed nor deleted.
+    QVERIFY(!vz::FindCommand(m_tree.get(), kFileFind)->isEnabled());
+    QVERIFY(!vz::FindCommand(m_tree.get(), kFileRename)->isEnabled());
+    QVERIFY(!vz::FindCommand(m_tree.get(), kFileDelete)->isEnabled());
+    QVERIFY(vz::FindCommand(m_tree.get(), kFileCreateFolder)->isEnabled());
+    m_tree->Navigate(m_root + QStringLiteral("/file.txt"));
+    QVERIFY(vz::FindCommand(m_tree.get(), kFileRename)->isEnabled());
+    QVERIFY(vz::FindCommand(m_tree.get(), kFileDelete)->isEnabled());
+    QVERIFY(!vz::FindCommand(m_tree.get(), kFileCreateFolder)->isEnabled());
+    QVERIFY(vz::FindCommand(m_tree.get(), kFileProperties)->isEnabled());
+
+    // F2 opens the label editor on the selected item.
+    m_tree->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_tree.get()));
+    m_tree->setFocus();
+    QTest::keyClick(m_tree.get(), Qt::Key_F2);
+    QVERIFY(m_tree->IsEditingLabel());
+}
+
+QTEST_MAIN(TestFileTree)
+#include "tst_filetree.moc"
