@@ -1,6 +1,6 @@
-// What the Archive Browser decides and says when it edits inside an archive, without an
-// archive: the values cut out of description texts, the checks of a typed name, the
-// confirmation texts by attribute bits, and the naming of new folders.
+// The values that the properties dialogs cut out of description texts, and the naming of new
+// folders inside archives. (The rename and delete wordings are tested where the Archive
+// Browser shows them.)
 
 #include <QSet>
 #include <QtTest>
@@ -10,9 +10,6 @@
 #include "archive/EntryList.h"
 
 namespace ae = vz::archiveedit;
-using vz::fileops::RenameVerdict;
-
-Q_DECLARE_METATYPE(RenameVerdict)
 
 class ArchiveEditingTextsTest : public QObject {
     Q_OBJECT
@@ -89,67 +86,6 @@ private Q_SLOTS:
         QCOMPARE(f.modified, QString());
         QCOMPARE(f.crc, QStringLiteral("0000BEEF"));
         QCOMPARE(f.method, QStringLiteral("Deflate, AES-256"));
-    }
-
-    void entryName_data() {
-        QTest::addColumn<QString>("oldInner");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<RenameVerdict>("verdict");
-        QTest::addColumn<QString>("newInner");
-
-        QTest::newRow("blanks only") << "a.txt"
-                                     << "   " << RenameVerdict::EmptyName << "";
-        QTest::newRow("question mark") << "d/a.txt"
-                                       << "x?y" << RenameVerdict::ForbiddenCharacter << "";
-        QTest::newRow("slash") << "a.txt"
-                               << "x/y" << RenameVerdict::ForbiddenCharacter << "";
-        QTest::newRow("another case is no change")
-            << "d/a.txt"
-            << "A.TXT" << RenameVerdict::LabelOnly << "d/A.TXT";
-        QTest::newRow("trimmed, at the root") << "a.txt"
-                                              << "  b.txt " << RenameVerdict::Rename << "b.txt";
-        QTest::newRow("in a folder") << "d/e/f"
-                                     << "g" << RenameVerdict::Rename << "d/e/g";
-    }
-    void entryName() {
-        QFETCH(QString, oldInner);
-        QFETCH(QString, typed);
-        QFETCH(RenameVerdict, verdict);
-        QFETCH(QString, newInner);
-        const vz::fileops::RenameCheck check = ae::CheckEntryName(oldInner, typed);
-        QCOMPARE(check.verdict, verdict);
-        if (verdict == RenameVerdict::Rename || verdict == RenameVerdict::LabelOnly) {
-            QCOMPARE(check.newPath, newInner);
-        }
-    }
-
-    void confirmations_data() {
-        QTest::addColumn<quint32>("attributes");
-        QTest::addColumn<QString>("rename");
-        QTest::addColumn<QString>("remove");
-
-        QTest::newRow("ordinary") << quint32(0) << ""
-                                  << "Are you sure you want to delete the file 'a.txt'?";
-        QTest::newRow("hidden is ordinary here")
-            << quint32(kDosHidden) << ""
-            << "Are you sure you want to delete the file 'a.txt'?";
-        QTest::newRow("read-only") << quint32(kDosReadOnly)
-                                   << "Are you sure you want to rename the read-only file "
-                                      "'a.txt'\nto 'b.txt'?"
-                                   << "Are you sure you want to delete the read-only file 'a.txt'?";
-        QTest::newRow("system and read-only: system")
-            << quint32(kDosSystem | kDosReadOnly)
-            << "Are you sure you want to rename the system file 'a.txt'\nto 'b.txt'?"
-            << "Are you sure you want to delete the system file 'a.txt'?";
-    }
-    void confirmations() {
-        QFETCH(quint32, attributes);
-        QFETCH(QString, rename);
-        QFETCH(QString, remove);
-        QCOMPARE(
-            ae::RenameConfirmation(attributes, QStringLiteral("a.txt"), QStringLiteral("b.txt")),
-            rename);
-        QCOMPARE(ae::DeleteFileConfirmation(attributes, QStringLiteral("a.txt")), remove);
     }
 
     void newFolderNames_data() {
