@@ -16,7 +16,10 @@ constexpr int kIconSize = 32;
 QIcon ConfirmIconFor(const QString& path, ConfirmIcon source) {
     switch (source) {
         case ConfirmIcon::RealFile:
-            return CItemIcons::IconForPath(path);
+            if (vz::platform::ReadFacts(path).isFolder) {
+                return CItemIcons::FolderIcon();
+            }
+            return CItemIcons::IconForName(vz::platform::FileNameOf(path));
         case ConfirmIcon::ExtensionOnly:
             return CItemIcons::IconForName(vz::platform::FileNameOf(path));
         case ConfirmIcon::Folder:

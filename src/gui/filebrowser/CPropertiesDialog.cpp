@@ -18,8 +18,9 @@ CPropertiesDialog::CPropertiesDialog(const QString& path, bool folder, QWidget* 
 
     auto* head = new QHBoxLayout;
     auto* icon = new QLabel(this);
-    icon->setPixmap(
-        (folder ? CItemIcons::FolderIcon() : CItemIcons::IconForPath(path)).pixmap(32, 32));
+    icon->setPixmap((folder ? CItemIcons::FolderIcon()
+                            : CItemIcons::IconForName(vz::platform::FileNameOf(path)))
+                        .pixmap(32, 32));
     auto* name = new QLabel(vz::platform::FileNameOf(path), this);
     name->setTextFormat(Qt::PlainText);
     head->addWidget(icon);

@@ -251,6 +251,9 @@ QIcon CVelaFileTree::IconFor(const QModelIndex& item) const {
             return CItemIcons::IconForPlace(PathOfItem(item), true);
         case kFolder:
             return CItemIcons::FolderIcon();
+        case kFile:
+            // By the name's type, cached per type: no disk access while scrolling.
+            return CItemIcons::IconForName(TreeModel()->Label(item));
         default:
             return CItemIcons::IconForPath(PathOfItem(item));
     }
