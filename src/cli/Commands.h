@@ -10,5 +10,10 @@ int List(Args args);
 int Info(Args args);
 int Extract(Args args);
 int Test(Args args);
+int Create(Args args);
+int Add(Args args);
+int Rename(Args args);
+int Delete(Args args);
+int MakeFolder(Args args);
 
 }  // namespace cli

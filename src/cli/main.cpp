@@ -47,6 +47,31 @@ Without a terminal velazip-cli never waits for an answer. A failure prints one l
 names the path and the reason, and the exit code is 1 (2 for a usage error). Ctrl+C stops
 an extraction cleanly: what was finished stays, no partial file is left.
 
+Writing (zip, jar and xap only; a self-extracting zip and every other family are refused).
+Every change writes the new archive beside the old one and replaces it only when complete:
+a failure or a Stop leaves the archive as it was.
+  create [options] ARCHIVE SOURCE...
+                           make a new zip archive of the files and folders given
+  add [options] ARCHIVE[/INNER] SOURCE...
+                           add files and folders to an archive, at its root or into the
+                           folder INNER inside it
+      --level 0-9          0 stores, 1 is fastest, 9 compresses best (default: settings, else 6)
+      --method deflate|bzip2
+      --encrypt zip2|aes128|aes192|aes256
+                           encrypt the added files (needs --password)
+      --password PW        the password; without --encrypt the settings' method is used
+      --files-with-paths | --files-without-paths
+                           a file is stored under its full path | under its name
+      --folders-with-paths | --folders-without-paths
+                           a folder is stored under its full path | under its own name
+      --replace ask|always|never
+                           what happens to entries that exist (without a terminal "ask"
+                           keeps them and reports each)
+  rename ARCHIVE/INNER NEWNAME
+                           rename a file or a folder (and everything below it) in place
+  delete ARCHIVE/INNER     delete a file or a folder with everything below it
+  mkdir ARCHIVE/INNER      make an empty folder
+
   --help                   this text
   --version                the version
 )";
@@ -56,8 +81,10 @@ struct Command {
     int (*run)(cli::Args);
 };
 const Command kCommands[] = {
-    {"classify", cli::Classify}, {"list", cli::List}, {"info", cli::Info},
-    {"extract", cli::Extract},   {"test", cli::Test},
+    {"classify", cli::Classify}, {"list", cli::List},     {"info", cli::Info},
+    {"extract", cli::Extract},   {"test", cli::Test},     {"create", cli::Create},
+    {"add", cli::Add},           {"rename", cli::Rename}, {"delete", cli::Delete},
+    {"mkdir", cli::MakeFolder},
 };
 
 }  // namespace

@@ -22,17 +22,23 @@ class CliReadTest : public QObject {
         p.start(vzt::BinaryDir() + "/velazip-cli", args);
         p.closeWriteChannel();
         vzt::ToolResult r;
-        if (!p.waitForFinished(60000)) return r;
+        if (!p.waitForFinished(60000))
+            return r;
         r.output = p.readAll();
         r.exitCode = p.exitCode();
         return r;
     }
-    QString Ini() const { return m_dir.filePath("config/Vela Systems/Vela-ZIP Archiver/velazip.ini"); }
+    QString Ini() const {
+        return m_dir.filePath("config/Vela Systems/Vela-ZIP Archiver/velazip.ini");
+    }
 
 private Q_SLOTS:
     void initTestCase() {
-        QVERIFY(vzt::MakeTree(m_dir.filePath("src"), {{"Gamma.txt", "g"}, {"alpha.txt", "a"}, {"Beta.txt", "b"},
-                                                      {"docs/deep/x.txt", "x"}, {"docs/readme.md", "r"}}));
+        QVERIFY(vzt::MakeTree(m_dir.filePath("src"), {{"Gamma.txt", "g"},
+                                                      {"alpha.txt", "a"},
+                                                      {"Beta.txt", "b"},
+                                                      {"docs/deep/x.txt", "x"},
+                                                      {"docs/readme.md", "r"}}));
         const auto a = vzt::MakeFamilyArchive("zip-nodirs", m_dir.filePath("src"), m_dir.path());
         QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
         m_zip = a.path;
@@ -61,8 +67,10 @@ private Q_SLOTS:
                     .hasMatch());
         // A disk folder lists its sub-folders, then its archives.
         r = Cli({"list", m_dir.path()});
-        QVERIFY2(r.output.startsWith("config/\nsrc/\n") && r.output.endsWith("x.zip\n"), r.output.constData());
-        QVERIFY(Cli({"info", m_zip + "/docs/readme.md"}).output.startsWith("Size - 1 bytes, Packed - 1 bytes"));
+        QVERIFY2(r.output.startsWith("config/\nsrc/\n") && r.output.endsWith("x.zip\n"),
+                 r.output.constData());
+        QVERIFY(Cli({"info", m_zip + "/docs/readme.md"})
+                    .output.startsWith("Size - 1 bytes, Packed - 1 bytes"));
     }
 
     void failuresAreOneLineAndNonZero() {
@@ -86,8 +94,12 @@ private Q_SLOTS:
         const QString out = m_dir.filePath("x1");
         QCOMPARE(Cli({"extract", m_zip + "/docs/deep/x.txt", out}).exitCode, 0);
         QCOMPARE(vzt::ListTree(out), QStringList{"x.txt"});  // files without paths by default
-        QCOMPARE(Cli({"extract", "--files-with-paths", m_zip + "/docs/deep/x.txt", m_dir.filePath("x2")}).exitCode, 0);
-        QCOMPARE(vzt::ListTree(m_dir.filePath("x2")), (QStringList{"docs/", "docs/deep/", "docs/deep/x.txt"}));
+        QCOMPARE(
+            Cli({"extract", "--files-with-paths", m_zip + "/docs/deep/x.txt", m_dir.filePath("x2")})
+                .exitCode,
+            0);
+        QCOMPARE(vzt::ListTree(m_dir.filePath("x2")),
+                 (QStringList{"docs/", "docs/deep/", "docs/deep/x.txt"}));
         QString ini = QString::fromUtf8(vzt::ReadAll(Ini()));
         ini.replace("UnpackFilesWithoutPaths=Yes", "UnpackFilesWithoutPaths=No");
         QVERIFY(vzt::WriteAll(Ini(), ini.toUtf8()));
@@ -109,6 +121,36 @@ private Q_SLOTS:
         QCOMPARE(Cli({"extract", "--overwrite", "always", m_zip, out}).exitCode, 0);
         QCOMPARE(vzt::ReadAll(out + "/alpha.txt"), QByteArray("a"));
         QCOMPARE(Cli({"extract", "--overwrite", "sometimes", m_zip, out}).exitCode, 2);
+    }
+
+    // Names outside ASCII come through even when the caller's locale is plain C.
+    void nonAsciiNamesUnderTheCLocale() {
+        QVERIFY(vzt::MakeTree(m_dir.filePath("uni"), {{"Grüße/naïve файл.txt", "u"}}));
+        QVERIFY(vzt::Shell("tar cf ../uni.tar . && 7zz a -bso0 ../uni.7z .", m_dir.filePath("uni"))
+                    .Ok());
+        for (const char* archive : {"uni.tar", "uni.7z"}) {
+            QProcess p;
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert("XDG_CONFIG_HOME", m_dir.filePath("config"));
+            env.insert("LC_ALL", "C");
+            env.insert("LANG", "C");
+            p.setProcessEnvironment(env);
+            p.start(vzt::BinaryDir() + "/velazip-cli",
+                    {"list", m_dir.filePath(archive) + "/Grüße"});
+            QVERIFY(p.waitForFinished());
+            QCOMPARE(QString::fromUtf8(p.readAllStandardOutput()), QString("naïve файл.txt\n"));
+        }
+    }
+
+    // A split 7z set whose middle volume is missing names the gap.
+    void missingSevenZipVolume() {
+        QVERIFY(vzt::WriteAll(m_dir.filePath("vol/big.bin"), vzt::RandomBytes(90000, 8)));
+        QVERIFY(vzt::Shell("7zz a -bso0 -v30k ../vol.7z big.bin", m_dir.filePath("vol")).Ok());
+        QVERIFY(QFile::remove(m_dir.filePath("vol.7z.002")));
+        const auto r = Cli({"list", m_dir.filePath("vol.7z.001")});
+        QCOMPARE(r.exitCode, 1);
+        QVERIFY2(r.output.contains("incomplete") && r.output.contains("vol.7z.001"),
+                 r.output.constData());
     }
 
     void passwordsWithoutTerminal() {

@@ -17,6 +17,7 @@
 #include "archive/EntryList.h"
 #include "archive/LibarchiveSession.h"
 #include "archive/ZipDirectory.h"
+#include "archive/ZipEntryData.h"
 
 namespace vz {
 
@@ -268,16 +269,27 @@ struct CArchiveUnpacker::Impl {
         return found;
     }
 
-    // The CRC of each zip entry as its central directory records it.
-    QHash<QString, quint32> ExpectedCrcs() const {
-        QHash<QString, quint32> crcs;
+    // What the central directory says of each zip entry's data: its CRC, and whether
+    // libzip must read it (an encrypted entry that libarchive cannot decrypt).
+    struct ZipFacts {
+        quint32 crc = 0;
+        bool crcKnown = false;
+        bool viaLibzip = false;
+    };
+    QHash<QString, ZipFacts> ExpectedZipFacts() const {
+        QHash<QString, ZipFacts> facts;
         if (!listed || !ArchiveFamily::IsZipFamily(traits->family))
-            return crcs;
-        crcs.reserve(static_cast<qsizetype>(entries.size()));
-        for (const ListedEntry& e : entries)
-            if (!e.skip && !e.info.isFolder && !e.info.isSymlink && e.info.crcKnown)
-                crcs.insert(e.info.path, e.info.crc);
-        return crcs;
+            return facts;
+        facts.reserve(static_cast<qsizetype>(entries.size()));
+        for (const ListedEntry& e : entries) {
+            if (e.skip || e.info.isFolder || e.info.isSymlink)
+                continue;
+            const bool libarchiveDecrypts = e.info.method == QLatin1String("Store") ||
+                                            e.info.method == QLatin1String("Deflate");
+            facts.insert(e.info.path, ZipFacts{e.info.crc, e.info.crcKnown,
+                                               e.info.encrypted && !libarchiveDecrypts});
+        }
+        return facts;
     }
 
     // The total bytes an unpack writes, for its percentage; 0 when not known cheaply.
@@ -340,7 +352,9 @@ struct CArchiveUnpacker::Impl {
             return st.cancelled;
         };
 
-        const QHash<QString, quint32> crcs = ExpectedCrcs();
+        const QHash<QString, ZipFacts> zipFacts = ExpectedZipFacts();
+        ZipEntryData viaLibzip;
+        QByteArray libzipBuffer;
         int index = -1, failures = 0, retries = 0;
         bool foundFile = false;
         for (;;) {
@@ -472,20 +486,54 @@ struct CArchiveUnpacker::Impl {
             // libarchive does not always check the CRC of a zip entry (a stored entry with a
             // data descriptor, decrypted under a password that passed the header check by
             // chance): check it against the central directory.
-            const auto expectedCrc = crcs.constFind(info.path);
-            const bool checkCrc = expectedCrc != crcs.constEnd();
+            const auto facts = zipFacts.constFind(info.path);
+            const bool checkCrc = facts != zipFacts.constEnd() && facts->crcKnown;
+            const bool fromLibzip = facts != zipFacts.constEnd() && facts->viaLibzip;
             uLong crc = crc32(0L, Z_NULL, 0);
-            for (;;) {
+            bool wrongPassword = false;
+            QString libzipError;
+            if (fromLibzip) {
+                switch (viaLibzip.Begin(volumes.first(), info.path, passwords)) {
+                    case ZipEntryData::Status::Ok:
+                        break;
+                    case ZipEntryData::Status::Cancelled:
+                        st.cancelled = true;
+                        break;
+                    case ZipEntryData::Status::WrongPassword:
+                        dataFailed = wrongPassword = true;
+                        break;
+                    case ZipEntryData::Status::Failed:
+                        dataFailed = true;
+                        libzipError = viaLibzip.Error();
+                        break;
+                }
+                libzipBuffer.resize(1 << 18);
+            }
+            while (!dataFailed && !st.cancelled) {
                 const void* buffer = nullptr;
                 size_t size = 0;
                 la_int64_t offset = 0;
-                const int dr = archive_read_data_block(a, &buffer, &size, &offset);
-                if (dr == ARCHIVE_EOF)
-                    break;
-                if (dr != ARCHIVE_OK && dr != ARCHIVE_WARN) {
-                    dataFailed = true;
-                    fatal = dr == ARCHIVE_FATAL;
-                    break;
+                if (fromLibzip) {
+                    const qint64 n = viaLibzip.Read(libzipBuffer.data(), libzipBuffer.size());
+                    if (n == 0)
+                        break;
+                    if (n < 0) {
+                        dataFailed = true;
+                        libzipError = viaLibzip.Error();
+                        break;
+                    }
+                    buffer = libzipBuffer.constData();
+                    size = static_cast<size_t>(n);
+                    offset = written;
+                } else {
+                    const int dr = archive_read_data_block(a, &buffer, &size, &offset);
+                    if (dr == ARCHIVE_EOF)
+                        break;
+                    if (dr != ARCHIVE_OK && dr != ARCHIVE_WARN) {
+                        dataFailed = true;
+                        fatal = dr == ARCHIVE_FATAL;
+                        break;
+                    }
                 }
                 if (writer && !writer->Write(static_cast<const char*>(buffer), size, offset)) {
                     writer->AbortFile();
@@ -513,7 +561,8 @@ struct CArchiveUnpacker::Impl {
                     writer->AbortFile();
                 break;
             }
-            if (!dataFailed && checkCrc && static_cast<quint32>(crc) != expectedCrc.value())
+            viaLibzip.End();
+            if (!dataFailed && checkCrc && static_cast<quint32>(crc) != facts->crc)
                 dataFailed = crcMismatch = true;
             if (dataFailed) {
                 if (writer)
@@ -522,7 +571,8 @@ struct CArchiveUnpacker::Impl {
                     st.cancelled = true;
                     break;
                 }
-                const bool passwordProblem = !crcMismatch && IsPasswordError(a);
+                const bool passwordProblem =
+                    wrongPassword || (!crcMismatch && !fromLibzip && IsPasswordError(a));
                 if (info.encrypted && !passwordProblem && observer && !passwords.Exhausted() &&
                     ArchiveFamily::IsZipFamily(traits->family)) {
                     // Data that does not check out under a password that passed the header
@@ -542,8 +592,9 @@ struct CArchiveUnpacker::Impl {
                     Report(st,
                            QStringLiteral("Cannot unpack %1 from %2: %3.")
                                .arg(info.path, Where(),
-                                    crcMismatch ? QStringLiteral("its data is damaged (CRC error)")
-                                                : LibarchiveError(a, "damaged data")));
+                                    crcMismatch  ? QStringLiteral("its data is damaged (CRC error)")
+                                    : fromLibzip ? libzipError
+                                                 : LibarchiveError(a, "damaged data")));
                 if (fatal)
                     break;
                 continue;

@@ -1,0 +1,38 @@
+#pragma once
+// The data of single zip entries read through libzip, for the entries that libarchive
+// cannot decrypt: encrypted entries compressed with BZIP2, LZMA, XZ or Zstandard.
+
+#include <QString>
+
+#include "archive/LibarchiveSession.h"
+
+typedef struct zip zip_t;
+typedef struct zip_file zip_file_t;
+
+namespace vz {
+
+class ZipEntryData {
+public:
+    enum class Status { Ok, WrongPassword, Cancelled, Failed };
+
+    ZipEntryData() = default;
+    ~ZipEntryData();
+    ZipEntryData(const ZipEntryData&) = delete;
+    ZipEntryData& operator=(const ZipEntryData&) = delete;
+
+    // Opens the entry named `innerPath` of the archive (the archive is opened once, on first
+    // use), trying the known passwords and then asking for more.
+    Status Begin(const QString& archivePath, const QString& innerPath, PasswordBook& passwords);
+    // Reads the next bytes of the entry: the count, 0 at its end, -1 on an error (a CRC
+    // error included: libzip checks it).
+    qint64 Read(char* buffer, qint64 size);
+    void End();
+    QString Error() const { return m_error; }
+
+private:
+    zip_t* m_zip = nullptr;
+    zip_file_t* m_file = nullptr;
+    QString m_error;
+};
+
+}  // namespace vz

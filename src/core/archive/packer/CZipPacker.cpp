@@ -1,0 +1,1126 @@
+#include "archive/packer/CZipPacker.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zip.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QSet>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "archive/ArchiveClassifier.h"
+#include "archive/ArchiveFamily.h"
+#include "archive/ZipDirectory.h"
+#include "archive/packer/DiskScanner.h"
+#include "archive/packer/ZipArchiveFile.h"
+#include "archive/packer/ZipCompressionPipeline.h"
+#include "archive/packer/ZipEntrySource.h"
+#include "archive/packer/ZipNameIndex.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr zip_uint16_t kExtendedTimestamp = 0x5455;  // "UT": modification time, seconds
+constexpr quint32 kUnixFolderMode = S_IFDIR | 0755;
+
+// Why the packer never writes an archive of this name, or empty when it may (by the
+// extension alone: zip, jar and xap).
+QString FamilyRefusal(const QString& path) {
+    const int family = ArchiveFamily::ForExtension(vz::UpperExtension(path));
+    if (family == ArchiveFamily::SelfExtractingZip)
+        return QStringLiteral(
+            "a self-extracting archive (.exe) is never changed; only .zip, .jar and .xap archives "
+            "are written");
+    if (family == ArchiveFamily::None)
+        return QStringLiteral("only zip archives (.zip, .jar, .xap) are written");
+    if (!ArchiveFamily::IsWritableZip(family))
+        return QStringLiteral(
+                   "%1 archives are only read; only zip archives (.zip, .jar, .xap) are "
+                   "written")
+            .arg(ArchiveFamily::DisplayName(family));
+    return QString();
+}
+
+// libzip converts every entry's MS-DOS time with mktime, and glibc checks /etc/localtime
+// again on each call while TZ is unset: a system call per entry. Naming the same zone in TZ
+// makes glibc read it once.
+void CacheLocalTimeZone() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        if (!qEnvironmentVariableIsSet("TZ") &&
+            QFileInfo::exists(QStringLiteral("/etc/localtime"))) {
+            qputenv("TZ", ":/etc/localtime");
+            ::tzset();
+        }
+    });
+}
+
+QString ZipReason(zip_error_t* error) {
+    QString text = QString::fromLocal8Bit(zip_error_strerror(error));
+    if (!text.isEmpty())
+        text[0] = text[0].toLower();
+    return text;
+}
+
+QString CleanDiskPath(const QString& path) {
+    return QDir::cleanPath(QDir::current().absoluteFilePath(path));
+}
+
+QString ParentOf(const QString& innerPath) {
+    const int slash = innerPath.lastIndexOf(QLatin1Char('/'));
+    return slash < 0 ? QString() : innerPath.left(slash);
+}
+
+// The file that a path leads to through symbolic links (the path itself when it leads to
+// nothing yet).
+QString ResolveLinks(const QString& path) {
+    const QString target = QFileInfo(path).canonicalFilePath();
+    return target.isEmpty() ? path : target;
+}
+
+bool FolderWritable(const QString& folder) {
+    return ::access(QFile::encodeName(folder).constData(), W_OK | X_OK) == 0;
+}
+
+// The MS-DOS bits that the low byte of the external attributes carries for a disk item.
+quint32 DosBitsFor(quint32 mode) {
+    quint32 bits = 0;
+    if (S_ISDIR(mode))
+        bits |= kDosDirectory;
+    if (!(mode & S_IWUSR))
+        bits |= kDosReadOnly;
+    return bits;
+}
+
+zip_uint16_t EncryptionFor(int index) {
+    switch (index) {
+        case 0:
+            return ZIP_EM_TRAD_PKWARE;
+        case 1:
+            return ZIP_EM_AES_128;
+        case 2:
+            return ZIP_EM_AES_192;
+        case 3:
+            return ZIP_EM_AES_256;
+        default:
+            return ZIP_EM_UNKNOWN;
+    }
+}
+
+// An inner path as callers give it: "/" between components, no empty, "." or ".."
+// component. Leading and trailing "/" are dropped.
+bool CleanInnerPath(const QString& path, QString* clean) {
+    QString p = path;
+    while (p.startsWith(QLatin1Char('/')))
+        p.remove(0, 1);
+    while (p.endsWith(QLatin1Char('/')))
+        p.chop(1);
+    if (!p.isEmpty()) {
+        for (const QString& part : p.split(QLatin1Char('/'))) {
+            if (part.isEmpty() || part == QLatin1String(".") || part == QLatin1String(".."))
+                return false;
+        }
+    }
+    *clean = p;
+    return true;
+}
+
+}  // namespace
+
+struct CZipPacker::Impl : public vz::IPackSink {
+    INIPACK ini;
+    IOperationObserver* observer = nullptr;
+    IItemListener* listener = nullptr;
+    int threads = 0;
+    qint64 memoryBudget = 0;
+
+    QString path;    // as the caller named it (texts, the item listener)
+    QString ioPath;  // the file written: a symbolic link's target, so that the link stays
+    bool open = false;
+    bool createPending = false;  // CreateArchive's archive is not written yet
+    zip_t* za = nullptr;
+    vz::ZipNameIndex names;
+
+    QString error;
+    bool cancelled = false;
+
+    // The running operation.
+    Clock::time_point lastPoll{};
+    bool polledOnce = false;
+    QString readError;
+    vz::ZipCompressionPipeline* pipeline = nullptr;
+    quint64 storedBytes = 0;
+    quint64 totalBytes = 0;
+    int lastPercent = -1;
+    QString lastName;
+    QString currentName;
+    Clock::time_point lastProgress{};
+
+    ~Impl() override { Discard(); }
+
+    bool Fail(const QString& message) {
+        error = message;
+        return false;
+    }
+
+    void BeginOperation() {
+        error.clear();
+        cancelled = false;
+        polledOnce = false;
+        readError.clear();
+        pipeline = nullptr;
+        storedBytes = totalBytes = 0;
+        lastPercent = -1;
+        lastName.clear();
+        currentName.clear();
+    }
+
+    void Discard() {
+        if (za)
+            zip_discard(za);
+        za = nullptr;
+        names.Clear();
+    }
+
+    // IPackSink and libzip's cancel callback.
+    bool PollStop() override {
+        if (cancelled)
+            return true;
+        if (!observer)
+            return false;
+        const Clock::time_point now = Clock::now();
+        if (polledOnce && now - lastPoll < std::chrono::milliseconds(25))
+            return false;
+        polledOnce = true;
+        lastPoll = now;
+        if (observer->StopRequested())
+            cancelled = true;
+        return cancelled;
+    }
+    void EntryStarted(const QString& entryName) override {
+        currentName = entryName;
+        ShowProgress();
+    }
+    void StoredBytesRead(quint64 bytes) override {
+        storedBytes += bytes;
+        ShowProgress();
+    }
+    void DataWritten() override { ShowProgress(); }
+    void ReadFailed(const QString& reason) override {
+        if (readError.isEmpty())
+            readError = reason;
+    }
+
+    void ShowProgress() {
+        if (!observer || totalBytes == 0)
+            return;
+        const quint64 done = storedBytes + (pipeline ? pipeline->BytesConsumed() : 0);
+        ShowPercent(static_cast<int>(std::min<quint64>(100, done * 100 / totalBytes)));
+    }
+    void ShowPercent(int percent) {
+        if (!observer)
+            return;
+        const Clock::time_point now = Clock::now();
+        const bool nameChanged = currentName != lastName;
+        if (percent == lastPercent &&
+            (!nameChanged || now - lastProgress < std::chrono::milliseconds(50)))
+            return;
+        lastPercent = percent;
+        lastName = currentName;
+        lastProgress = now;
+        observer->Progress(percent, currentName);
+    }
+
+    static int CancelCallback(zip_t*, void* self) {
+        return static_cast<Impl*>(self)->PollStop() ? 1 : 0;
+    }
+    static void ProgressCallback(zip_t*, double fraction, void* self) {
+        Impl* d = static_cast<Impl*>(self);
+        if (d->totalBytes == 0)
+            d->ShowPercent(static_cast<int>(fraction * 100.0));
+    }
+
+    bool EnsureOpen() {
+        if (!open)
+            return Fail(QStringLiteral("No archive is open."));
+        if (za)
+            return true;
+        zip_error_t e;
+        zip_error_init(&e);
+        zip_source_t* source = vz::CreateArchiveFileSource(ioPath, createPending, &e);
+        // A new archive starts empty; an existing one is checked entry by entry (local headers
+        // against the central directory) so that a damaged archive is refused, not rewritten.
+        if (source)
+            za = zip_open_from_source(source, createPending ? ZIP_CREATE : ZIP_CHECKCONS, &e);
+        if (!za) {
+            if (source)
+                zip_source_free(source);
+            const QString reason = ZipReason(&e);
+            zip_error_fini(&e);
+            return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(path, reason));
+        }
+        zip_error_fini(&e);
+        zip_register_cancel_callback_with_state(za, &Impl::CancelCallback, nullptr, this);
+        zip_register_progress_callback_with_state(za, 0.01, &Impl::ProgressCallback, nullptr, this);
+        return true;
+    }
+
+    vz::ZipNameIndex& Names() {
+        if (!names.Built())
+            names.Build(za);
+        return names;
+    }
+
+    zip_uint64_t Survivors() {
+        const zip_int64_t count = zip_get_num_entries(za, 0);
+        zip_uint64_t survivors = 0;
+        for (zip_int64_t i = 0; i < count; ++i) {
+            if (zip_get_name(za, static_cast<zip_uint64_t>(i), 0) != nullptr)
+                ++survivors;
+        }
+        zip_error_clear(za);
+        return survivors;
+    }
+
+    // Writes the changes collected on `za` as a new archive that replaces the old one.
+    bool Commit() {
+        if (Survivors() == 0) {
+            Discard();
+            if (!WriteEmptyArchive())
+                return false;
+            createPending = false;
+            return true;
+        }
+        const int result = zip_close(za);
+        if (result == 0) {
+            za = nullptr;
+            names.Clear();
+            createPending = false;
+            return true;
+        }
+        zip_error_t* e = zip_get_error(za);
+        const int code = zip_error_code_zip(e);
+        QString message;
+        if (cancelled || code == ZIP_ER_CANCELLED) {
+            cancelled = true;
+            message =
+                QStringLiteral("The operation was stopped; the archive %1 is unchanged.").arg(path);
+        } else if (!readError.isEmpty()) {
+            message = readError.left(readError.size() - 1) +
+                      QStringLiteral("; the archive %1 is unchanged.").arg(path);
+        } else {
+            message = QStringLiteral("Cannot write the archive %1: %2.").arg(path, ZipReason(e));
+        }
+        Discard();
+        return Fail(message);
+    }
+
+    bool WriteEmptyArchive() {
+        static const char kEndOfCentralDirectory[22] = {'P', 'K', 5, 6};
+        zip_error_t e;
+        zip_error_init(&e);
+        const bool ok = vz::ReplaceFileContents(ioPath, kEndOfCentralDirectory,
+                                                sizeof kEndOfCentralDirectory, &e);
+        if (!ok)
+            Fail(QStringLiteral("Cannot write the archive %1: %2.").arg(path, ZipReason(&e)));
+        zip_error_fini(&e);
+        return ok;
+    }
+
+    // Metadata of a new entry: external attributes made on Unix, MS-DOS time and the extended
+    // timestamp.
+    bool SetEntryMetadata(zip_uint64_t index, quint32 mode, qint64 mtime) {
+        const zip_uint32_t attributes =
+            (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) | DosBitsFor(mode);
+        if (zip_file_set_external_attributes(za, index, 0, ZIP_OPSYS_UNIX, attributes) != 0)
+            return false;
+        if (zip_file_set_mtime(za, index, static_cast<time_t>(mtime), 0) != 0)
+            return false;
+        zip_file_extra_field_delete_by_id(za, index, kExtendedTimestamp, ZIP_EXTRA_FIELD_ALL,
+                                          ZIP_FL_LOCAL | ZIP_FL_CENTRAL);
+        if (mtime >= 0 && mtime <= 0x7FFFFFFF) {
+            const quint32 t = static_cast<quint32>(mtime);
+            const zip_uint8_t field[5] = {
+                1, static_cast<zip_uint8_t>(t), static_cast<zip_uint8_t>(t >> 8),
+                static_cast<zip_uint8_t>(t >> 16), static_cast<zip_uint8_t>(t >> 24)};
+            if (zip_file_extra_field_set(za, index, kExtendedTimestamp, ZIP_EXTRA_FIELD_NEW, field,
+                                         sizeof field, ZIP_FL_LOCAL | ZIP_FL_CENTRAL) != 0)
+                return false;
+        }
+        return true;
+    }
+
+    bool AddFolderEntry(const QString& name, quint32 mode, qint64 mtime) {
+        const QByteArray utf8 = name.toUtf8() + '/';
+        const zip_int64_t index = zip_dir_add(za, utf8.constData(), ZIP_FL_ENC_UTF_8);
+        return index >= 0 && SetEntryMetadata(static_cast<zip_uint64_t>(index), mode, mtime);
+    }
+
+    QString LibzipFailure(const QString& what) {
+        return QStringLiteral("Cannot %1 in the archive %2: %3.")
+            .arg(what, path, ZipReason(zip_get_error(za)));
+    }
+
+    // A folder that the change leaves without any entry keeps an entry of its own.
+    // `gone` are the positions in the name index that are removed or moved, `arriving` the new
+    // paths of moved entries.
+    bool KeepParent(const QString& innerPath, const QSet<size_t>& gone,
+                    const QStringList& arriving) {
+        const QString parent = ParentOf(innerPath);
+        if (parent.isEmpty())
+            return true;
+        vz::ZipNameIndex& index = Names();
+        const qint64 own = index.FindFolderEntry(parent);
+        if (own >= 0) {
+            bool ownGone = false;
+            for (size_t pos : gone)
+                ownGone = ownGone || index.Entries()[pos].index == static_cast<zip_uint64_t>(own);
+            if (!ownGone)
+                return true;
+        }
+        const QString prefix = parent + QLatin1Char('/');
+        for (const QString& p : arriving) {
+            if (p.startsWith(prefix))
+                return true;
+        }
+        for (size_t pos : index.Below(parent)) {
+            if (!gone.contains(pos))
+                return true;
+        }
+        if (!AddFolderEntry(parent, kUnixFolderMode, static_cast<qint64>(std::time(nullptr))))
+            return Fail(LibzipFailure(QStringLiteral("keep the folder %1").arg(parent)));
+        return true;
+    }
+
+    vz::FileTime EntryTime(zip_uint64_t index, const zip_stat_t& st) {
+        zip_uint16_t length = 0;
+        const zip_uint8_t* field = zip_file_extra_field_get_by_id(za, index, kExtendedTimestamp, 0,
+                                                                  &length, ZIP_FL_CENTRAL);
+        if (!field || length < 5 || !(field[0] & 1))
+            field = zip_file_extra_field_get_by_id(za, index, kExtendedTimestamp, 0, &length,
+                                                   ZIP_FL_LOCAL);
+        if (field && length >= 5 && (field[0] & 1)) {
+            const quint32 t = field[1] | (field[2] << 8) | (field[3] << 16) |
+                              (static_cast<quint32>(field[4]) << 24);
+            return vz::FileTime::FromUnix(static_cast<qint32>(t));
+        }
+        if (st.valid & ZIP_STAT_MTIME)
+            return vz::FileTime::FromUnix(static_cast<qint64>(st.mtime));
+        return vz::FileTime{};
+    }
+
+    bool FillInfo(const QString& inner, ZIPFILEFULLINFO& info);
+    bool Add(const std::vector<vz::PackRequest>& requests, const QString& innerFolder);
+    bool ResolveConflicts(std::vector<vz::PackItem>& items, std::vector<bool>& keep,
+                          std::vector<qint64>& replace);
+};
+
+bool CZipPacker::Impl::FillInfo(const QString& inner, ZIPFILEFULLINFO& info) {
+    vz::ZipNameIndex& index = Names();
+    qint64 entry = index.FindFile(inner);
+    const bool folder = entry < 0;
+    if (entry < 0)
+        entry = index.FindFolderEntry(inner);
+    info = ZIPFILEFULLINFO();
+    info.path = inner;
+    if (entry < 0) {
+        if (!index.FolderExists(inner))
+            return Fail(QStringLiteral("%1 does not exist in the archive %2.").arg(inner, path));
+        info.isFolder = true;  // implied by deeper entries
+        info.attributes = kDosDirectory;
+        return true;
+    }
+    const zip_uint64_t i = static_cast<zip_uint64_t>(entry);
+    zip_stat_t st;
+    if (zip_stat_index(za, i, 0, &st) != 0)
+        return Fail(LibzipFailure(QStringLiteral("read %1").arg(inner)));
+    info.isFolder = folder;
+    if (st.valid & ZIP_STAT_SIZE) {
+        info.size = st.size;
+        info.sizeKnown = true;
+    }
+    if (st.valid & ZIP_STAT_COMP_SIZE) {
+        info.packedSize = st.comp_size;
+        info.packedSizeKnown = true;
+    }
+    if (st.valid & ZIP_STAT_CRC) {
+        info.crc = st.crc;
+        info.crcKnown = true;
+    }
+    if (st.valid & ZIP_STAT_COMP_METHOD)
+        info.method = vz::ZipMethodName(st.comp_method);
+    info.encrypted = (st.valid & ZIP_STAT_ENCRYPTION_METHOD) && st.encryption_method != ZIP_EM_NONE;
+    info.modified = EntryTime(i, st);
+    zip_uint8_t opsys = 0;
+    zip_uint32_t attributes = 0;
+    if (zip_file_get_external_attributes(za, i, 0, &opsys, &attributes) == 0) {
+        info.attributes =
+            attributes & (kDosReadOnly | kDosHidden | kDosSystem | kDosDirectory | kDosArchive);
+        if (opsys == ZIP_OPSYS_UNIX)
+            info.unixMode = attributes >> 16;
+    }
+    if (info.isFolder)
+        info.attributes |= kDosDirectory;
+    info.isSymlink = !info.isFolder && S_ISLNK(static_cast<mode_t>(info.unixMode));
+    if (info.isSymlink && info.size <= 4096) {
+        const QByteArray password = ini.Password.toUtf8();
+        zip_file_t* file = info.encrypted
+                               ? zip_fopen_index_encrypted(za, i, 0, password.constData())
+                               : zip_fopen_index(za, i, 0);
+        if (file) {
+            QByteArray target(static_cast<int>(info.size), '\0');
+            if (zip_fread(file, target.data(), info.size) == static_cast<zip_int64_t>(info.size))
+                info.linkTarget = QFile::decodeName(target);
+            zip_fclose(file);
+        }
+    }
+    return true;
+}
+
+// Decides for each planned item whether it is written and which existing entry it replaces;
+// asks the replace question. False on a conflict (error set) or a Cancel (cancelled set).
+bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::vector<bool>& keep,
+                                        std::vector<qint64>& replace) {
+    vz::ZipNameIndex& index = Names();
+    keep.assign(items.size(), true);
+    replace.assign(items.size(), -1);
+    QHash<QString, bool> planned;  // entry name -> is a folder
+    bool yesToAll = !ini.AskBeforeUpdating || !observer;
+    for (size_t i = 0; i < items.size(); ++i) {
+        vz::PackItem& item = items[i];
+        const bool isFolder = item.kind == vz::PackItem::Folder;
+        const auto earlier = planned.constFind(item.entryName);
+        if (earlier != planned.constEnd()) {
+            if (*earlier != isFolder)
+                return Fail(
+                    QStringLiteral("Cannot add %1: a file and a folder would both be named %2.")
+                        .arg(item.displayPath, item.entryName));
+            keep[i] = false;
+            if (!isFolder && observer)
+                observer->Report(
+                    QStringLiteral("%1 was not added: another added file has the name %2.")
+                        .arg(item.displayPath, item.entryName));
+            continue;
+        }
+        planned.insert(item.entryName, isFolder);
+        // A parent of the entry must not be a file.
+        for (QString parent = ParentOf(item.entryName); !parent.isEmpty();
+             parent = ParentOf(parent)) {
+            if (index.FindFile(parent) >= 0 || planned.value(parent, true) == false)
+                return Fail(QStringLiteral("Cannot add %1: the archive %2 holds a file named %3.")
+                                .arg(item.displayPath, path, parent));
+        }
+        if (isFolder) {
+            if (index.FindFile(item.entryName) >= 0)
+                return Fail(QStringLiteral(
+                                "Cannot add the folder %1: the archive %2 holds a file named %3.")
+                                .arg(item.displayPath, path, item.entryName));
+            if (index.FindFolderEntry(item.entryName) >= 0)
+                keep[i] = false;  // it is there already
+            continue;
+        }
+        if (index.FolderExists(item.entryName))
+            return Fail(
+                QStringLiteral("Cannot add the file %1: the archive %2 holds a folder named %3.")
+                    .arg(item.displayPath, path, item.entryName));
+        const qint64 existing = index.FindFile(item.entryName);
+        if (existing < 0)
+            continue;
+        if (!yesToAll) {
+            OverwriteQuestion question;
+            ZIPFILEFULLINFO old;
+            FillInfo(item.entryName, old);
+            question.existing.path = item.entryName;
+            question.existing.size = old.size;
+            question.existing.sizeKnown = old.sizeKnown;
+            question.existing.modified = old.modified;
+            question.existing.attributes = old.attributes;
+            question.incoming.path = item.displayPath;
+            question.incoming.size = item.size;
+            question.incoming.sizeKnown = true;
+            question.incoming.modified = vz::FileTime::FromUnix(item.mtime);
+            question.incoming.attributes = DosBitsFor(item.mode) & kDosReadOnly;
+            if (item.displayPath.section(QLatin1Char('/'), -1).startsWith(QLatin1Char('.')))
+                question.incoming.attributes |= kDosHidden;
+            switch (observer->AskOverwrite(question)) {
+                case ReplaceAnswer::Yes:
+                    break;
+                case ReplaceAnswer::YesToAll:
+                    yesToAll = true;
+                    break;
+                case ReplaceAnswer::No:
+                    keep[i] = false;
+                    continue;
+                case ReplaceAnswer::Cancel:
+                    cancelled = true;
+                    return Fail(
+                        QStringLiteral("The operation was cancelled; the archive %1 is unchanged.")
+                            .arg(path));
+            }
+        }
+        replace[i] = existing;
+    }
+    return true;
+}
+
+bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
+                           const QString& innerFolder) {
+    BeginOperation();
+    if (!EnsureOpen())
+        return false;
+    QString folder;
+    if (!CleanInnerPath(innerFolder, &folder))
+        return Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
+                        .arg(innerFolder, path));
+    if (!Names().FolderExists(folder))
+        return Fail(
+            QStringLiteral("The folder %1 does not exist in the archive %2.").arg(folder, path));
+
+    const int level =
+        ini.CompressionLevel >= 0 && ini.CompressionLevel <= 9 ? ini.CompressionLevel : 6;
+    const int method = ini.CompressionMethod;
+    if (method != ZIP_CM_DEFLATE && method != ZIP_CM_BZIP2)
+        return Fail(QStringLiteral("Cannot add to the archive %1: the compression method %2 is not "
+                                   "supported (8 DEFLATE or 12 BZIP2).")
+                        .arg(path)
+                        .arg(method));
+    const bool encrypt = ini.EncryptionOn && !ini.Password.isEmpty();
+    const zip_uint16_t encryption = EncryptionFor(ini.EncryptionMethod);
+    if (encrypt &&
+        (encryption == ZIP_EM_UNKNOWN || !zip_encryption_method_supported(encryption, 1)))
+        return Fail(QStringLiteral("Cannot add to the archive %1: the encryption method %2 is not "
+                                   "available.")
+                        .arg(path)
+                        .arg(ini.EncryptionMethod));
+    const QByteArray password = ini.Password.toUtf8();
+
+    // What to write.
+    vz::DiskScanner::Settings settings;
+    settings.filesWithoutPaths = ini.PackFilesWithoutPaths;
+    settings.foldersWithoutPaths = ini.PackFoldersWithoutPaths;
+    settings.innerFolder = folder;
+    struct stat self {};
+    if (!createPending && ::stat(QFile::encodeName(ioPath).constData(), &self) == 0) {
+        settings.archiveDevice = self.st_dev;
+        settings.archiveInode = self.st_ino;
+    }
+    vz::DiskScanner scanner(settings);
+    scanner.poll = [this] { return PollStop(); };
+    scanner.report = [this](const QString& note) {
+        if (observer)
+            observer->Report(note);
+    };
+    std::vector<vz::PackItem> items;
+    for (const vz::PackRequest& request : requests) {
+        QString scanError;
+        if (!scanner.Scan(request, items, &scanError)) {
+            if (scanner.Stopped() || cancelled) {
+                cancelled = true;
+                return Fail(
+                    QStringLiteral("The operation was stopped; the archive %1 is unchanged.")
+                        .arg(path));
+            }
+            return Fail(scanError.left(scanError.size() - 1) +
+                        QStringLiteral("; the archive %1 is unchanged.").arg(path));
+        }
+    }
+    std::vector<bool> keep;
+    std::vector<qint64> replace;
+    if (!ResolveConflicts(items, keep, replace))
+        return false;
+
+    // Compression starts at once and runs ahead of libzip.
+    vz::ZipCompressionPipeline::Options options;
+    options.method = method;
+    options.level = std::max(level, 1);
+    options.threads = threads;
+    if (memoryBudget > 0)
+        options.memoryBudget = memoryBudget;
+    std::unique_ptr<vz::ZipCompressionPipeline> compressor(new vz::ZipCompressionPipeline(options));
+    std::vector<int> fileIds(items.size(), -1);
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (!keep[i])
+            continue;
+        const vz::PackItem& item = items[i];
+        if (item.kind != vz::PackItem::Folder)
+            totalBytes += item.size;
+        if (item.kind == vz::PackItem::File && item.size > 0 && level > 0)
+            fileIds[i] = compressor->AddFile(item.nativePath, item.displayPath, item.size);
+    }
+    compressor->Start();
+    pipeline = compressor.get();
+
+    bool ok = true;
+    for (size_t i = 0; i < items.size() && ok; ++i) {
+        if (replace[i] >= 0 && zip_delete(za, static_cast<zip_uint64_t>(replace[i])) != 0)
+            ok = false;
+    }
+    std::vector<size_t> written;
+    for (size_t i = 0; i < items.size() && ok; ++i) {
+        if (!keep[i])
+            continue;
+        const vz::PackItem& item = items[i];
+        if (item.kind == vz::PackItem::Folder) {
+            ok = AddFolderEntry(item.entryName, item.mode, item.mtime);
+            written.push_back(i);
+            continue;
+        }
+        const bool compressed = fileIds[i] >= 0;
+        zip_source_t* source =
+            compressed
+                ? vz::CreateCompressedSource(za, compressor.get(), fileIds[i], method, item, this)
+                : vz::CreateStoredSource(za, item, this);
+        if (!source) {
+            ok = false;
+            break;
+        }
+        const QByteArray name = item.entryName.toUtf8();
+        const zip_int64_t added = zip_file_add(za, name.constData(), source, ZIP_FL_ENC_UTF_8);
+        if (added < 0) {
+            zip_source_free(source);
+            ok = false;
+            break;
+        }
+        const zip_uint64_t index = static_cast<zip_uint64_t>(added);
+        ok = zip_set_file_compression(za, index, compressed ? method : ZIP_CM_STORE,
+                                      compressed ? static_cast<zip_uint32_t>(level) : 0) == 0 &&
+             SetEntryMetadata(index, item.mode, item.mtime) &&
+             (!encrypt || item.kind == vz::PackItem::Link ||
+              zip_file_set_encryption(za, index, encryption, password.constData()) == 0);
+        written.push_back(i);
+    }
+    if (!ok) {
+        const QString message = LibzipFailure(QStringLiteral("add the items"));
+        pipeline = nullptr;
+        Discard();
+        return Fail(message);
+    }
+    const bool committed = Commit();
+    pipeline = nullptr;
+    compressor.reset();
+    if (!committed)
+        return false;
+    currentName.clear();
+    ShowPercent(100);
+    if (listener && ini.RefreshArchiveBrowserTreeWithAddingOfEachItem) {
+        for (size_t i : written)
+            listener->ItemAdded(path + QLatin1Char('/') + items[i].entryName);
+    }
+    return true;
+}
+
+CZipPacker::CZipPacker() : d(new Impl) {
+    CacheLocalTimeZone();
+}
+
+CZipPacker::~CZipPacker() {
+    CloseArchive();
+}
+
+void CZipPacker::SetIni(const INIPACK& ini) {
+    d->ini = ini;
+}
+void CZipPacker::SetHandleDialogProgress(IOperationObserver* observer) {
+    d->observer = observer;
+}
+void CZipPacker::SetWndArchiveTree(IItemListener* listener) {
+    d->listener = listener;
+}
+void CZipPacker::SetCompressionThreads(int threads) {
+    d->threads = threads;
+}
+void CZipPacker::SetMemoryBudget(qint64 bytes) {
+    d->memoryBudget = bytes;
+}
+QString CZipPacker::ArchivePath() const {
+    return d->path;
+}
+QString CZipPacker::LastError() const {
+    return d->error;
+}
+bool CZipPacker::WasCancelled() const {
+    return d->cancelled;
+}
+
+bool CZipPacker::CreateArchive(const QString& path) {
+    if (d->open)
+        CloseArchive();
+    d->BeginOperation();
+    const QString clean = CleanDiskPath(path);
+    const QString refusal = FamilyRefusal(clean);
+    if (!refusal.isEmpty())
+        return d->Fail(QStringLiteral("Cannot create the archive %1: %2.").arg(clean, refusal));
+    const QString target = ResolveLinks(clean);
+    const QFileInfo info(target);
+    if (info.isDir())
+        return d->Fail(
+            QStringLiteral("Cannot create the archive %1: a folder has that name.").arg(clean));
+    const QString folder = info.absolutePath();
+    if (!QFileInfo(folder).isDir())
+        return d->Fail(QStringLiteral("Cannot create the archive %1: the folder %2 does not exist.")
+                           .arg(clean, folder));
+    if (!FolderWritable(folder))
+        return d->Fail(
+            QStringLiteral("Cannot create the archive %1: the folder %2 is not writable.")
+                .arg(clean, folder));
+    d->path = clean;
+    d->ioPath = target;
+    d->open = true;
+    d->createPending = true;
+    if (!d->EnsureOpen()) {
+        d->open = d->createPending = false;
+        return false;
+    }
+    return true;
+}
+
+bool CZipPacker::OpenArchive(const QString& path) {
+    if (d->open)
+        CloseArchive();
+    d->BeginOperation();
+    const QString clean = CleanDiskPath(path);
+    const QFileInfo info(clean);
+    if (!info.exists())
+        return d->Fail(QStringLiteral("The archive %1 does not exist.").arg(clean));
+    const QString refusal = FamilyRefusal(clean);
+    if (!refusal.isEmpty())
+        return d->Fail(QStringLiteral("Cannot change the archive %1: %2.").arg(clean, refusal));
+    if (info.isDir())
+        return d->Fail(QStringLiteral("Cannot change the archive %1: it is a folder.").arg(clean));
+    const QString target = ResolveLinks(clean);
+    const QString folder = QFileInfo(target).absolutePath();
+    if (!FolderWritable(folder))
+        return d->Fail(
+            QStringLiteral("Cannot change the archive %1: the folder %2 is not writable.")
+                .arg(clean, folder));
+    if (::access(QFile::encodeName(target).constData(), W_OK) != 0)
+        return d->Fail(QStringLiteral("Cannot change the archive %1: it is read-only.").arg(clean));
+    d->path = clean;
+    d->ioPath = target;
+    d->open = true;
+    d->createPending = false;
+    if (!d->EnsureOpen()) {
+        d->open = false;
+        return false;
+    }
+    return true;
+}
+
+bool CZipPacker::CloseArchive() {
+    if (!d->open)
+        return true;
+    bool ok = true;
+    d->Discard();
+    if (d->createPending) {
+        d->BeginOperation();
+        ok = d->WriteEmptyArchive();
+        d->createPending = false;
+    }
+    d->open = false;
+    return ok;
+}
+
+bool CZipPacker::AddFileToArchive(const QString& filePath) {
+    return AddFileToArchiveFolder(filePath, QString());
+}
+
+bool CZipPacker::AddFileToArchiveFolder(const QString& filePath, const QString& innerFolder) {
+    vz::PackRequest request;
+    request.diskPath = filePath;
+    request.expect = vz::PackRequest::FileOnly;
+    return d->Add({request}, innerFolder);
+}
+
+bool CZipPacker::AddFolderToArchive(const QString& folderPath, const QString& folderPath2,
+                                    bool recurse) {
+    return AddFolderToArchiveFolder(folderPath, folderPath2, QString(), recurse);
+}
+
+bool CZipPacker::AddFolderToArchiveFolder(const QString& folderPath, const QString& folderPath2,
+                                          const QString& innerFolder, bool recurse) {
+    vz::PackRequest request;
+    request.diskPath = folderPath;
+    request.expect = vz::PackRequest::FolderOnly;
+    request.folderBase = folderPath2;
+    request.recurse = recurse;
+    return d->Add({request}, innerFolder);
+}
+
+bool CZipPacker::AddItemsToArchiveFolder(const QStringList& diskPaths, const QString& innerFolder) {
+    std::vector<vz::PackRequest> requests;
+    for (const QString& p : diskPaths) {
+        vz::PackRequest request;
+        request.diskPath = p;
+        request.folderBase = p;
+        requests.push_back(request);
+    }
+    return d->Add(requests, innerFolder);
+}
+
+namespace {
+
+// A new inner path that a user typed: its components may not hold the forbidden characters.
+// Returns the reason why not, or empty.
+QString CheckNewPath(const QString& given, QString* clean) {
+    if (!CleanInnerPath(given, clean) || clean->isEmpty())
+        return QStringLiteral("it is not a valid path inside an archive");
+    for (const QString& part : clean->split(QLatin1Char('/'))) {
+        if (vz::HasForbiddenNameChar(part))
+            return QStringLiteral("a name cannot contain any of the characters \\ : * ? \" < > |");
+    }
+    return QString();
+}
+
+}  // namespace
+
+bool CZipPacker::CreateEmptyFolder(const QString& innerPath) {
+    d->BeginOperation();
+    if (!d->EnsureOpen())
+        return false;
+    QString clean;
+    const QString invalid = CheckNewPath(innerPath, &clean);
+    if (!invalid.isEmpty())
+        return d->Fail(QStringLiteral("Cannot create the folder %1 in the archive %2: %3.")
+                           .arg(innerPath, d->path, invalid));
+    vz::ZipNameIndex& index = d->Names();
+    for (QString parent = ParentOf(clean); !parent.isEmpty(); parent = ParentOf(parent)) {
+        if (index.FindFile(parent) >= 0)
+            return d->Fail(
+                QStringLiteral("Cannot create the folder %1: the archive %2 holds a file named %3.")
+                    .arg(clean, d->path, parent));
+    }
+    if (index.FindFile(clean) >= 0 || index.FolderExists(clean))
+        return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
+                           .arg(clean, d->path));
+    if (!d->AddFolderEntry(clean, kUnixFolderMode, static_cast<qint64>(std::time(nullptr)))) {
+        const QString message = d->LibzipFailure(QStringLiteral("create the folder %1").arg(clean));
+        d->Discard();
+        return d->Fail(message);
+    }
+    return d->Commit();
+}
+
+bool CZipPacker::RemoveFile(const QString& innerPath) {
+    d->BeginOperation();
+    if (!d->EnsureOpen())
+        return false;
+    QString clean;
+    vz::ZipNameIndex& index = d->Names();
+    const qint64 entry = CleanInnerPath(innerPath, &clean) ? index.FindFile(clean) : -1;
+    if (entry < 0)
+        return d->Fail(QStringLiteral("The file %1 does not exist in the archive %2.")
+                           .arg(innerPath, d->path));
+    QSet<size_t> gone;
+    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
+        if (index.Entries()[pos].index == static_cast<zip_uint64_t>(entry))
+            gone.insert(pos);
+    }
+    if (!d->KeepParent(clean, gone, {}) ||
+        zip_delete(d->za, static_cast<zip_uint64_t>(entry)) != 0) {
+        const QString message = d->error.isEmpty()
+                                    ? d->LibzipFailure(QStringLiteral("remove %1").arg(clean))
+                                    : d->error;
+        d->Discard();
+        return d->Fail(message);
+    }
+    return d->Commit();
+}
+
+bool CZipPacker::RemoveFolder(const QString& innerPath) {
+    d->BeginOperation();
+    if (!d->EnsureOpen())
+        return false;
+    QString clean;
+    vz::ZipNameIndex& index = d->Names();
+    if (!CleanInnerPath(innerPath, &clean) || clean.isEmpty() || !index.FolderExists(clean))
+        return d->Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
+                           .arg(innerPath, d->path));
+    QSet<size_t> gone;
+    for (size_t pos : index.Below(clean))
+        gone.insert(pos);
+    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
+        if (index.Entries()[pos].folder && index.Entries()[pos].path == clean)
+            gone.insert(pos);
+    }
+    bool ok = d->KeepParent(clean, gone, {});
+    for (size_t pos : gone) {
+        if (ok && zip_delete(d->za, index.Entries()[pos].index) != 0)
+            ok = false;
+    }
+    if (!ok) {
+        const QString message =
+            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("remove the folder %1").arg(clean))
+                               : d->error;
+        d->Discard();
+        return d->Fail(message);
+    }
+    return d->Commit();
+}
+
+bool CZipPacker::RenameFile(const QString& oldInnerPath, const QString& newInnerPath) {
+    d->BeginOperation();
+    if (!d->EnsureOpen())
+        return false;
+    QString from;
+    vz::ZipNameIndex& index = d->Names();
+    const qint64 entry = CleanInnerPath(oldInnerPath, &from) ? index.FindFile(from) : -1;
+    if (entry < 0)
+        return d->Fail(QStringLiteral("The file %1 does not exist in the archive %2.")
+                           .arg(oldInnerPath, d->path));
+    QString to;
+    const QString invalid = CheckNewPath(newInnerPath, &to);
+    if (!invalid.isEmpty())
+        return d->Fail(QStringLiteral("Cannot rename %1 to %2 in the archive %3: %4.")
+                           .arg(from, newInnerPath, d->path, invalid));
+    if (to == from)
+        return true;
+    if (index.FindFile(to) >= 0 || index.FolderExists(to))
+        return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
+                           .arg(to, d->path));
+    for (QString parent = ParentOf(to); !parent.isEmpty(); parent = ParentOf(parent)) {
+        if (index.FindFile(parent) >= 0)
+            return d->Fail(
+                QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
+                    .arg(from, to, d->path, parent));
+    }
+    QSet<size_t> gone;
+    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
+        if (index.Entries()[pos].index == static_cast<zip_uint64_t>(entry))
+            gone.insert(pos);
+    }
+    const QByteArray name = to.toUtf8();
+    if (!d->KeepParent(from, gone, {to}) ||
+        zip_file_rename(d->za, static_cast<zip_uint64_t>(entry), name.constData(),
+                        ZIP_FL_ENC_UTF_8) != 0) {
+        const QString message =
+            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("rename %1").arg(from)) : d->error;
+        d->Discard();
+        return d->Fail(message);
+    }
+    return d->Commit();
+}
+
+bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInnerPath) {
+    d->BeginOperation();
+    if (!d->EnsureOpen())
+        return false;
+    QString from;
+    vz::ZipNameIndex& index = d->Names();
+    if (!CleanInnerPath(oldInnerPath, &from) || from.isEmpty() || !index.FolderExists(from))
+        return d->Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
+                           .arg(oldInnerPath, d->path));
+    QString to;
+    const QString invalid = CheckNewPath(newInnerPath, &to);
+    if (!invalid.isEmpty())
+        return d->Fail(QStringLiteral("Cannot rename %1 to %2 in the archive %3: %4.")
+                           .arg(from, newInnerPath, d->path, invalid));
+    if (to == from)
+        return true;
+    if (to.startsWith(from + QLatin1Char('/')))
+        return d->Fail(QStringLiteral("Cannot move the folder %1 into itself (%2).").arg(from, to));
+    if (index.FindFile(to) >= 0 || index.FolderExists(to))
+        return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
+                           .arg(to, d->path));
+    for (QString parent = ParentOf(to); !parent.isEmpty(); parent = ParentOf(parent)) {
+        if (index.FindFile(parent) >= 0)
+            return d->Fail(
+                QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
+                    .arg(from, to, d->path, parent));
+    }
+    QSet<size_t> gone;
+    for (size_t pos : index.Below(from))
+        gone.insert(pos);
+    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
+        if (index.Entries()[pos].folder && index.Entries()[pos].path == from)
+            gone.insert(pos);
+    }
+    bool ok = d->KeepParent(from, gone, {to});
+    for (size_t pos : gone) {
+        if (!ok)
+            break;
+        const vz::ZipNameIndex::Entry& e = index.Entries()[pos];
+        QString target = to + e.path.mid(from.size());
+        if (e.folder)
+            target += QLatin1Char('/');
+        const QByteArray name = target.toUtf8();
+        ok = zip_file_rename(d->za, e.index, name.constData(), ZIP_FL_ENC_UTF_8) == 0;
+    }
+    if (!ok) {
+        const QString message =
+            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("rename the folder %1").arg(from))
+                               : d->error;
+        d->Discard();
+        return d->Fail(message);
+    }
+    return d->Commit();
+}
+
+bool CZipPacker::FileExists(const QString& innerPath) {
+    d->error.clear();
+    if (!d->EnsureOpen())
+        return false;
+    QString clean;
+    return CleanInnerPath(innerPath, &clean) && !clean.isEmpty() && d->Names().FindFile(clean) >= 0;
+}
+
+bool CZipPacker::FolderExists(const QString& innerPath) {
+    d->error.clear();
+    if (!d->EnsureOpen())
+        return false;
+    QString clean;
+    return CleanInnerPath(innerPath, &clean) && !clean.isEmpty() && d->Names().FolderExists(clean);
+}
+
+bool CZipPacker::GetFileInfo(ZIPFILEFULLINFO& info) {
+    return GetFileInfo(info.path, info);
+}
+
+bool CZipPacker::GetFileInfo(const QString& innerPath, ZIPFILEFULLINFO& info) {
+    d->error.clear();
+    if (!d->EnsureOpen())
+        return false;
+    QString clean;
+    if (!CleanInnerPath(innerPath, &clean) || clean.isEmpty())
+        return d->Fail(
+            QStringLiteral("%1 does not exist in the archive %2.").arg(innerPath, d->path));
+    return d->FillInfo(clean, info);
+}
+
+namespace vz {
+
+bool IsWritableArchive(const QString& path, QString* reason) {
+    CacheLocalTimeZone();
+    QString why = FamilyRefusal(path);
+    const QFileInfo info(path);
+    if (why.isEmpty() && info.isDir()) {
+        why = QStringLiteral("it is a folder");
+    } else if (why.isEmpty() && info.exists()) {
+        zip_error_t e;
+        zip_error_init(&e);
+        zip_source_t* source = CreateArchiveFileSource(ResolveLinks(path), false, &e);
+        zip_t* za = source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &e) : nullptr;
+        if (za) {
+            zip_discard(za);
+        } else {
+            if (source)
+                zip_source_free(source);
+            why = QStringLiteral("it is damaged or not a zip archive (%1)").arg(ZipReason(&e));
+        }
+        zip_error_fini(&e);
+    }
+    if (reason)
+        *reason = why.isEmpty() ? QString() : why + QLatin1Char('.');
+    return why.isEmpty();
+}
+
+}  // namespace vz

@@ -1,0 +1,460 @@
+// Editing inside zip archives: folders that exist only as the path of deeper entries, folder
+// rename and removal, names that users type, entry information, and the families that are
+// never written.
+
+#include <sys/stat.h>
+#include <zip.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "FamilyFixtures.h"
+#include "PackerTestKit.h"
+#include "RarWriter.h"
+#include "TestSupport.h"
+#include "archive/ArchiveClassifier.h"
+#include "archive/ArchiveFamily.h"
+#include "archive/packer/CZipPacker.h"
+
+class TestZipPackerEdit : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_tmp;
+
+    // An archive written by zip without folder entries: "x" and "x/y" exist only as paths.
+    QString ImpliedFolders(const QString& name) {
+        const QString dir = m_tmp.filePath(name);
+        QDir(dir).removeRecursively();
+        [&] {
+            QVERIFY(vzt::MakeTree(
+                dir + QStringLiteral("/t"),
+                {{"x/y/z.txt", "z"}, {"x/w.txt", "w"}, {"xy.txt", "xy"}, {"top.txt", "top"}}));
+            QVERIFY(vzt::Run(QStringLiteral("zip"),
+                             {QStringLiteral("-qrD"), dir + QStringLiteral("/a.zip"),
+                              QStringLiteral(".")},
+                             dir + QStringLiteral("/t"))
+                        .Ok());
+        }();
+        return dir + QStringLiteral("/a.zip");
+    }
+
+    static QStringList Sorted(QStringList list) {
+        list.sort();
+        return list;
+    }
+
+private slots:
+    void initTestCase() { QVERIFY(m_tmp.isValid()); }
+
+    void impliedFoldersExist_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("folder");
+        QTest::addColumn<bool>("file");
+        QTest::newRow("implied") << "x" << true << false;
+        QTest::newRow("implied, deeper") << "x/y" << true << false;
+        QTest::newRow("trailing slash") << "x/y/" << true << false;
+        QTest::newRow("file below") << "x/y/z.txt" << false << true;
+        QTest::newRow("file at the root") << "top.txt" << false << true;
+        QTest::newRow("a prefix is not a folder") << "x/y/z" << false << false;
+        QTest::newRow("name sharing a prefix") << "xy" << false << false;
+        QTest::newRow("case matters") << "X" << false << false;
+        QTest::newRow("missing") << "q" << false << false;
+        QTest::newRow("climbing out") << "x/../x" << false << false;
+    }
+    void impliedFoldersExist() {
+        QFETCH(QString, path);
+        QFETCH(bool, folder);
+        QFETCH(bool, file);
+        const QString archive = ImpliedFolders(QStringLiteral("implied"));
+        QVERIFY(!pkt::EntryNames(archive).contains(QStringLiteral("x/")));
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        QCOMPARE(packer.FolderExists(path), folder);
+        QCOMPARE(packer.FileExists(path), file);
+        ZIPFILEFULLINFO info;
+        QCOMPARE(packer.GetFileInfo(path, info), folder || file);
+        if (folder)
+            QVERIFY(info.isFolder);
+    }
+
+    void folderEdits_data() {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("rename implied folder")
+            << "renameFolder"
+            << "x"
+            << "r" << QStringList{"r/y/z.txt", "r/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("rename deeper implied folder")
+            << "renameFolder"
+            << "x/y"
+            << "x/v" << QStringList{"x/v/z.txt", "x/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("move a folder to the root")
+            << "renameFolder"
+            << "x/y"
+            << "y2" << QStringList{"y2/z.txt", "x/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("remove implied folder") << "removeFolder"
+                                               << "x"
+                                               << "" << QStringList{"xy.txt", "top.txt"};
+        QTest::newRow("remove deeper folder") << "removeFolder"
+                                              << "x/y"
+                                              << "" << QStringList{"x/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("remove the only file keeps its folder")
+            << "removeFile"
+            << "x/y/z.txt"
+            << "" << QStringList{"x/y/", "x/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("moving the only file keeps its folder")
+            << "renameFile"
+            << "x/y/z.txt"
+            << "z.txt" << QStringList{"x/y/", "z.txt", "x/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("rename a file in place")
+            << "renameFile"
+            << "x/y/z.txt"
+            << "x/y/Z.TXT" << QStringList{"x/y/Z.TXT", "x/w.txt", "xy.txt", "top.txt"};
+        QTest::newRow("new folder in implied folder")
+            << "mkdir"
+            << "x/y/New Folder"
+            << "" << QStringList{"x/y/New Folder/", "x/y/z.txt", "x/w.txt", "xy.txt", "top.txt"};
+    }
+    void folderEdits() {
+        QFETCH(QString, operation);
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(QStringList, expected);
+        const QString archive = ImpliedFolders(QStringLiteral("edits"));
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        bool ok = false;
+        if (operation == QLatin1String("renameFolder"))
+            ok = packer.RenameFolder(a, b);
+        if (operation == QLatin1String("removeFolder"))
+            ok = packer.RemoveFolder(a);
+        if (operation == QLatin1String("removeFile"))
+            ok = packer.RemoveFile(a);
+        if (operation == QLatin1String("renameFile"))
+            ok = packer.RenameFile(a, b);
+        if (operation == QLatin1String("mkdir"))
+            ok = packer.CreateEmptyFolder(a);
+        QVERIFY2(ok, qPrintable(packer.LastError()));
+        // The packer sees its own change at once.
+        if (operation == QLatin1String("renameFolder")) {
+            QVERIFY(packer.FolderExists(b));
+            QVERIFY(!packer.FolderExists(a));
+        }
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted(expected));
+        QVERIFY(pkt::UnzipTests(archive, QString()));
+        QCOMPARE(pkt::OtherFiles(QFileInfo(archive).absolutePath(), {"a.zip", "t"}), QStringList());
+    }
+
+    // A folder rename carries the folder's own entry and keeps the data of every entry.
+    void renameFolderWithEntries() {
+        const QString dir = m_tmp.filePath(QStringLiteral("withentries"));
+        QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"),
+                              {{"d/e/f.bin", vzt::RandomBytes(200000, 1)}, {"d/g/", {}}}));
+        const QString archive = dir + QStringLiteral("/a.zip");
+        QVERIFY(vzt::Run(QStringLiteral("zip"),
+                         {QStringLiteral("-qr"), archive, QStringLiteral("d")},
+                         dir + QStringLiteral("/t"))
+                    .Ok());
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        QVERIFY2(packer.RenameFolder(QStringLiteral("d"), QStringLiteral("D2")),
+                 qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted({"D2/", "D2/e/", "D2/e/f.bin", "D2/g/"}));
+        const vzt::ToolResult r = vzt::Run(
+            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("D2/e/f.bin")});
+        QCOMPARE(r.output, vzt::RandomBytes(200000, 1));
+    }
+
+    void refusedEdits_data() {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<QString>("named");  // text the error must hold
+        for (const char* c : {"\\", ":", "*", "?", "\"", "<", ">", "|"}) {
+            const QString bad = QStringLiteral("a%1b").arg(QString::fromLatin1(c));
+            QTest::addRow("rename file to %s", c) << "renameFile"
+                                                  << "top.txt" << bad << bad;
+            QTest::addRow("rename folder to %s", c) << "renameFolder"
+                                                    << "x" << bad << bad;
+            QTest::addRow("new folder %s", c) << "mkdir" << bad << "" << bad;
+        }
+        QTest::newRow("rename to an existing file") << "renameFile"
+                                                    << "top.txt"
+                                                    << "xy.txt"
+                                                    << "xy.txt";
+        QTest::newRow("rename a file onto a folder") << "renameFile"
+                                                     << "top.txt"
+                                                     << "x"
+                                                     << "x";
+        QTest::newRow("rename a folder onto a file") << "renameFolder"
+                                                     << "x"
+                                                     << "top.txt"
+                                                     << "top.txt";
+        QTest::newRow("rename a folder into itself") << "renameFolder"
+                                                     << "x"
+                                                     << "x/y/x"
+                                                     << "x/y/x";
+        QTest::newRow("rename a missing file") << "renameFile"
+                                               << "nope.txt"
+                                               << "n.txt"
+                                               << "nope.txt";
+        QTest::newRow("rename a folder as a file") << "renameFile"
+                                                   << "x"
+                                                   << "n"
+                                                   << "x";
+        QTest::newRow("remove a missing folder") << "removeFolder"
+                                                 << "q"
+                                                 << ""
+                                                 << "q";
+        QTest::newRow("remove a file as a folder") << "removeFolder"
+                                                   << "top.txt"
+                                                   << ""
+                                                   << "top.txt";
+        QTest::newRow("new folder that exists implied") << "mkdir"
+                                                        << "x/y"
+                                                        << ""
+                                                        << "x/y";
+        QTest::newRow("new folder below a file") << "mkdir"
+                                                 << "top.txt/n"
+                                                 << ""
+                                                 << "top.txt";
+        QTest::newRow("empty new name") << "renameFile"
+                                        << "top.txt"
+                                        << ""
+                                        << "top.txt";
+        QTest::newRow("dot-dot in new name") << "renameFile"
+                                             << "top.txt"
+                                             << "../top.txt"
+                                             << "../top.txt";
+    }
+    // Refused edits name the path and leave the archive byte-identical.
+    void refusedEdits() {
+        QFETCH(QString, operation);
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(QString, named);
+        const QString archive = ImpliedFolders(QStringLiteral("refused"));
+        const QByteArray before = vzt::ReadAll(archive);
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        bool ok = true;
+        if (operation == QLatin1String("renameFile"))
+            ok = packer.RenameFile(a, b);
+        if (operation == QLatin1String("renameFolder"))
+            ok = packer.RenameFolder(a, b);
+        if (operation == QLatin1String("removeFolder"))
+            ok = packer.RemoveFolder(a);
+        if (operation == QLatin1String("mkdir"))
+            ok = packer.CreateEmptyFolder(a);
+        QVERIFY(!ok);
+        QVERIFY2(packer.LastError().contains(named), qPrintable(packer.LastError()));
+        QVERIFY(!packer.WasCancelled());
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(vzt::ReadAll(archive), before);
+    }
+
+    // Several new folders in one place, as the Archive Browser names them.
+    void newFolderNumbering() {
+        const QString archive = ImpliedFolders(QStringLiteral("numbering"));
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        for (int round = 0; round < 3; ++round) {
+            QString candidate = QStringLiteral("x/New Folder");
+            for (int n = 1; packer.FolderExists(candidate); ++n)
+                candidate = QStringLiteral("x/New Folder %1").arg(n);
+            QVERIFY(packer.CreateEmptyFolder(candidate));
+        }
+        QVERIFY(packer.FolderExists(QStringLiteral("x/New Folder 2")));
+        QVERIFY(packer.CloseArchive());
+    }
+
+    // The MS-DOS bits of entries made elsewhere: read-only 1, hidden 2, system 4.
+    void attributesFromElsewhere() {
+        const QString dir = m_tmp.filePath(QStringLiteral("dos"));
+        QDir().mkpath(dir);
+        const QString archive = dir + QStringLiteral("/dos.zip");
+        {
+            int code = 0;
+            zip_t* za =
+                zip_open(QFile::encodeName(archive).constData(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+            QVERIFY(za);
+            const struct {
+                const char* name;
+                zip_uint32_t bits;
+            } rows[] = {
+                {"ro.txt", 0x01}, {"hidden.txt", 0x02}, {"sys.txt", 0x04}, {"both.txt", 0x05}};
+            for (const auto& row : rows) {
+                zip_source_t* s = zip_source_buffer(za, "data", 4, 0);
+                const zip_int64_t i = zip_file_add(za, row.name, s, 0);
+                QVERIFY(i >= 0);
+                QCOMPARE(zip_file_set_external_attributes(za, static_cast<zip_uint64_t>(i), 0,
+                                                          ZIP_OPSYS_DOS, row.bits | 0x20),
+                         0);
+            }
+            QCOMPARE(zip_close(za), 0);
+        }
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        const struct {
+            const char* name;
+            quint32 bits;
+        } want[] = {{"ro.txt", 0x01}, {"hidden.txt", 0x02}, {"sys.txt", 0x04}, {"both.txt", 0x05}};
+        for (const auto& row : want) {
+            ZIPFILEFULLINFO info;
+            info.path = QString::fromLatin1(row.name);
+            QVERIFY(packer.GetFileInfo(info));
+            QCOMPARE(info.attributes & 0x07, row.bits);
+            QCOMPARE(info.size, quint64(4));
+            QCOMPARE(info.unixMode, quint32(0));
+        }
+        ZIPFILEFULLINFO missing;
+        missing.path = QStringLiteral("nope");
+        QVERIFY(!packer.GetFileInfo(missing));
+        QVERIFY(packer.LastError().contains(QStringLiteral("nope")));
+    }
+
+    void refusedFamilies_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("kind");  // how the file is made
+        QTest::newRow("self-extracting zip") << "setup.exe"
+                                             << "zip";
+        QTest::newRow("rar") << "a.rar"
+                             << "rar";
+        QTest::newRow("7z") << "a.7z"
+                            << "7z";
+        QTest::newRow("tar") << "a.tar"
+                             << "zip";
+        QTest::newRow("unknown extension") << "a.dat"
+                                           << "zip";
+        QTest::newRow("rar named zip") << "fake.zip"
+                                       << "rar";
+        QTest::newRow("garbage named zip") << "junk.zip"
+                                           << "junk";
+        QTest::newRow("truncated zip") << "cut.zip"
+                                       << "cut";
+    }
+    // The packer writes zip, jar and xap only, and never a file it cannot read as zip.
+    void refusedFamilies() {
+        QFETCH(QString, name);
+        QFETCH(QString, kind);
+        const QString dir = m_tmp.filePath(QStringLiteral("families"));
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"in/a.txt", QByteArray(5000, 'a')}}));
+        const QString path = dir + QLatin1Char('/') + name;
+        const QString zipped = dir + QStringLiteral("/z.zip");
+        QVERIFY(vzt::Run(QStringLiteral("zip"),
+                         {QStringLiteral("-qr"), zipped, QStringLiteral("in")}, dir)
+                    .Ok());
+        if (kind == QLatin1String("sfx")) {
+            const vzt::FamilyArchive sfx =
+                vzt::MakeFamilyArchive(kind, dir + QStringLiteral("/in"), dir);
+            QVERIFY2(sfx.error.isEmpty(), qPrintable(sfx.error));
+            QCOMPARE(sfx.path, path);
+            QCOMPARE(vz::ClassifyPath(path, vzt::AllExtensions()),
+                     int(ArchiveFamily::SelfExtractingZip));
+        } else if (kind == QLatin1String("zip")) {
+            QVERIFY(QFile::copy(zipped, path));
+        } else if (kind == QLatin1String("rar")) {
+            QVERIFY(vzt::WriteStoredRar(path, {vzt::RarItem{QStringLiteral("a.txt"), "a"}}));
+        } else if (kind == QLatin1String("7z")) {
+            QVERIFY(
+                vzt::Run(QStringLiteral("7zz"),
+                         {QStringLiteral("a"), QStringLiteral("-bd"), path, QStringLiteral("in")},
+                         dir)
+                    .Ok());
+        } else if (kind == QLatin1String("junk")) {
+            QVERIFY(vzt::WriteAll(path, vzt::RandomBytes(3000, 5)));
+        } else {
+            QVERIFY(vzt::WriteAll(path, vzt::ReadAll(zipped).chopped(10)));
+        }
+        const QByteArray before = vzt::ReadAll(path);
+        QVERIFY(!vz::IsWritableArchive(path));
+        CZipPacker packer;
+        QVERIFY(!packer.OpenArchive(path));
+        QVERIFY2(packer.LastError().contains(path), qPrintable(packer.LastError()));
+        QVERIFY(!packer.AddFileToArchive(dir + QStringLiteral("/in/a.txt")));
+        if (!name.endsWith(QLatin1String(".zip"))) {
+            QVERIFY(!packer.CreateArchive(path));
+            QVERIFY2(packer.LastError().contains(path), qPrintable(packer.LastError()));
+        }
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(vzt::ReadAll(path), before);
+    }
+
+    // A rewritten archive keeps its permissions; a new one gets those of any new file.
+    void archiveKeepsItsMode() {
+        const QString dir = m_tmp.filePath(QStringLiteral("mode"));
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"a.txt", "a"}}));
+        const QString archive = dir + QStringLiteral("/m.zip");
+        const mode_t mask = ::umask(027);
+        CZipPacker packer;
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/a.txt")));
+        ::umask(mask);
+        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
+                     QFileDevice::WriteUser | QFileDevice::ReadGroup);
+        QVERIFY(QFile::setPermissions(archive, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                   QFileDevice::ReadUser | QFileDevice::WriteUser |
+                                                   QFileDevice::ReadOther));
+        QVERIFY(packer.RenameFile(QStringLiteral("a.txt"), QStringLiteral("b.txt")));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
+                     QFileDevice::WriteUser | QFileDevice::ReadOther);
+    }
+
+    // Through a symbolic link the link's target is rewritten; the link stays a link.
+    void archiveBehindALink() {
+        const QString dir = m_tmp.filePath(QStringLiteral("linked"));
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"real/x.txt", "x"}}));
+        QVERIFY(vzt::Run(QStringLiteral("zip"),
+                         {QStringLiteral("-q"), QStringLiteral("a.zip"), QStringLiteral("x.txt")},
+                         dir + QStringLiteral("/real"))
+                    .Ok());
+        QVERIFY(QFile::link(QStringLiteral("real/a.zip"), dir + QStringLiteral("/link.zip")));
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(dir + QStringLiteral("/link.zip")));
+        QVERIFY(packer.RenameFile(QStringLiteral("x.txt"), QStringLiteral("y.txt")));
+        QVERIFY(packer.CloseArchive());
+        QVERIFY(QFileInfo(dir + QStringLiteral("/link.zip")).isSymLink());
+        QCOMPARE(pkt::EntryNames(dir + QStringLiteral("/real/a.zip")),
+                 QStringList{QStringLiteral("y.txt")});
+        QCOMPARE(pkt::OtherFiles(dir + QStringLiteral("/real"), {"a.zip", "x.txt"}), QStringList());
+    }
+
+    void writableFamilies_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("zip") << "a.zip";
+        QTest::newRow("jar, upper case") << "a.JAR";
+        QTest::newRow("xap") << "a.xap";
+    }
+    void writableFamilies() {
+        QFETCH(QString, name);
+        const QString dir = m_tmp.filePath(QStringLiteral("writable"));
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"a.txt", "a"}}));
+        const QString path = dir + QLatin1Char('/') + name;
+        QVERIFY(vz::IsWritableArchive(path));  // not there yet
+        CZipPacker packer;
+        QVERIFY(packer.CreateArchive(path));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/a.txt")));
+        QVERIFY(packer.CloseArchive());
+        QVERIFY(vz::IsWritableArchive(path));
+        QVERIFY(packer.OpenArchive(path));
+        QVERIFY(packer.FileExists(QStringLiteral("a.txt")));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestZipPackerEdit)
+#include "tst_ZipPackerEdit.moc"

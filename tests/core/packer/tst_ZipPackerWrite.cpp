@@ -1,0 +1,581 @@
+// Creating zip archives and adding to them: methods, levels and encryption checked by the peer
+// tools and read back byte-exact, the "without paths" names, what entries keep of the disk
+// (links, empty folders, modes, times), the replace question, and the parallel pipeline's
+// bounds.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utime.h>
+#include <zlib.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "PackerTestKit.h"
+#include "TestSupport.h"
+#include "archive/packer/CZipPacker.h"
+
+namespace {
+
+QByteArray TextData(int size) {
+    QByteArray out;
+    int i = 0;
+    while (out.size() < size) {
+        out +=
+            "line " + QByteArray::number(i * 7919 % 100003) + " of some text that repeats a bit\n";
+        ++i;
+    }
+    out.truncate(size);
+    return out;
+}
+
+void SetTime(const QString& path, qint64 seconds) {
+    struct timespec times[2];
+    times[0].tv_sec = times[1].tv_sec = static_cast<time_t>(seconds);
+    times[0].tv_nsec = times[1].tv_nsec = 0;
+    QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times,
+                        AT_SYMLINK_NOFOLLOW) == 0);
+}
+
+INIPACK Settings(int level, int method) {
+    INIPACK ini;
+    ini.CompressionLevel = level;
+    ini.CompressionMethod = method;
+    ini.AskBeforeUpdating = false;
+    ini.PackFoldersWithoutPaths = true;
+    return ini;
+}
+
+}  // namespace
+
+class TestZipPackerWrite : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_tmp;
+    QString m_source;  // a mixed tree: text, random, empty, nested, empty folder, link
+
+    QString Fresh(const QString& name) {
+        const QString dir = m_tmp.filePath(name);
+        QDir(dir).removeRecursively();
+        QDir().mkpath(dir);
+        return dir;
+    }
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_tmp.isValid());
+        for (const char* tool : {"7zz", "unzip", "zipinfo", "zip"})
+            QVERIFY2(vzt::HaveTool(QString::fromLatin1(tool)), tool);
+        m_source = m_tmp.filePath(QStringLiteral("src/tree"));
+        QVERIFY(
+            vzt::MakeTree(m_source, {
+                                        {"big.txt", TextData(2600 * 1024)},  // three deflate chunks
+                                        {"random.bin", vzt::RandomBytes(300 * 1024, 7)},
+                                        {"empty.txt", QByteArray()},
+                                        {"sub/deeper/note.md", "# note\n"},
+                                        {"sub/tiny", "x"},
+                                        {"void/", QByteArray()},
+                                    }));
+        QVERIFY(QFile::link(QStringLiteral("sub/tiny"), m_source + QStringLiteral("/link")));
+    }
+
+    void methodsLevelsAndEncryption_data() {
+        QTest::addColumn<int>("method");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("encryption");  // -1 none, else the INIPACK index
+        const char* encNames[] = {"plain", "zip2.0", "aes128", "aes192", "aes256"};
+        for (int method : {8, 12}) {
+            for (int level : {0, 1, 6, 9}) {
+                for (int enc = -1; enc <= 3; ++enc) {
+                    QTest::addRow("m%d-l%d-%s", method, level, encNames[enc + 1])
+                        << method << level << enc;
+                }
+            }
+        }
+    }
+    // Every combination passes `7zz t` (and `unzip -t` where unzip knows the encryption),
+    // reads back byte-exact, and records the method and encryption that were asked for.
+    void methodsLevelsAndEncryption() {
+        QFETCH(int, method);
+        QFETCH(int, level);
+        QFETCH(int, encryption);
+        const QString dir = Fresh(QStringLiteral("combo"));
+        const QString archive = dir + QStringLiteral("/out.zip");
+        const QString password = QStringLiteral("pa55-Wört");
+        INIPACK ini = Settings(level, method);
+        ini.EncryptionOn = encryption >= 0;
+        ini.EncryptionMethod = std::max(encryption, 0);
+        ini.Password = encryption >= 0 ? password : QString();
+        {
+            CZipPacker packer;
+            packer.SetIni(ini);
+            QVERIFY2(packer.CreateArchive(archive), qPrintable(packer.LastError()));
+            QVERIFY2(packer.AddFolderToArchive(m_source, m_source, true),
+                     qPrintable(packer.LastError()));
+
+            ZIPFILEFULLINFO info;
+            QVERIFY2(packer.GetFileInfo(QStringLiteral("tree/big.txt"), info),
+                     qPrintable(packer.LastError()));
+            QCOMPARE(info.method, level == 0    ? QStringLiteral("Store")
+                                  : method == 8 ? QStringLiteral("Deflate")
+                                                : QStringLiteral("BZip2"));
+            QCOMPARE(info.encrypted, encryption >= 0);
+            QCOMPARE(info.size, quint64(2600 * 1024));
+            if (level > 0)
+                QVERIFY(info.packedSize < info.size / 2);
+            QVERIFY(packer.GetFileInfo(QStringLiteral("tree/empty.txt"), info));
+            QCOMPARE(info.method, QStringLiteral("Store"));
+            QCOMPARE(info.encrypted, encryption >= 0);
+            QVERIFY(packer.GetFileInfo(QStringLiteral("tree/link"), info));
+            QVERIFY(info.isSymlink);
+            QVERIFY(!info.encrypted);
+            QVERIFY(packer.CloseArchive());
+        }
+        QByteArray output;
+        QVERIFY2(pkt::SevenZipTests(archive, ini.Password, &output), output.constData());
+        if (encryption <= 0)
+            QVERIFY2(pkt::UnzipTests(archive, ini.Password, &output), output.constData());
+
+        const QString out = dir + QStringLiteral("/x");
+        QVERIFY(pkt::SevenZipExtract(archive, ini.Password, out));
+        for (const char* name :
+             {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
+            const QString rel = QString::fromLatin1(name);
+            QVERIFY2(vzt::ReadAll(out + QStringLiteral("/tree/") + rel) ==
+                         vzt::ReadAll(m_source + QLatin1Char('/') + rel),
+                     name);
+        }
+        QVERIFY(QFileInfo(out + QStringLiteral("/tree/void")).isDir());
+
+        // And through the program's own reading side (encrypted BZIP2 entries go through
+        // libzip there).
+        const QString mine = dir + QStringLiteral("/r");
+        QString error;
+        QVERIFY2(pkt::UnpackWithReader(archive, ini.Password, mine, &error), qPrintable(error));
+        for (const char* name :
+             {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
+            const QString rel = QString::fromLatin1(name);
+            QVERIFY2(vzt::ReadAll(mine + QStringLiteral("/tree/") + rel) ==
+                         vzt::ReadAll(m_source + QLatin1Char('/') + rel),
+                     name);
+        }
+        QCOMPARE(QFileInfo(mine + QStringLiteral("/tree/link")).symLinkTarget(),
+                 mine + QStringLiteral("/tree/sub/tiny"));
+        QVERIFY(QFileInfo(mine + QStringLiteral("/tree/void")).isDir());
+    }
+
+    // What unzip restores from the entries: links as links, empty folders, modes and exact
+    // modification times; and what GetFileInfo reports.
+    void entriesKeepWhatTheDiskHad() {
+        const QString dir = Fresh(QStringLiteral("meta"));
+        const QString src = dir + QStringLiteral("/m");
+        QVERIFY(vzt::MakeTree(
+            src,
+            {{"ro.txt", "read only"}, {"run.sh", "#!/bin/sh\n"}, {"plain", "p"}, {"empty/", {}}}));
+        QVERIFY(
+            QFile::link(QStringLiteral("../outside/target"), src + QStringLiteral("/dangling")));
+        ::chmod(QFile::encodeName(src + QStringLiteral("/ro.txt")).constData(), 0444);
+        ::chmod(QFile::encodeName(src + QStringLiteral("/run.sh")).constData(), 0751);
+        ::chmod(QFile::encodeName(src + QStringLiteral("/empty")).constData(), 0700);
+        const qint64 odd = 1234567891;  // an odd second: MS-DOS times cannot hold it
+        for (const char* name : {"ro.txt", "run.sh", "plain", "dangling", "empty", ""})
+            SetTime(src + QLatin1Char('/') + QString::fromLatin1(name),
+                    odd + static_cast<qint64>(std::strlen(name)));
+
+        const QString archive = dir + QStringLiteral("/meta.zip");
+        {
+            CZipPacker packer;
+            packer.SetIni(Settings(6, 8));
+            QVERIFY(packer.CreateArchive(archive));
+            QVERIFY2(packer.AddFolderToArchive(src, src, true), qPrintable(packer.LastError()));
+
+            ZIPFILEFULLINFO info;
+            QVERIFY(packer.GetFileInfo(QStringLiteral("m/ro.txt"), info));
+            QCOMPARE(info.attributes & 0x1F, quint32(kDosReadOnly));
+            QCOMPARE(info.unixMode, quint32(S_IFREG | 0444));
+            QCOMPARE(info.modified.seconds, odd + 6);
+            QCOMPARE(info.crc, quint32(crc32(0, reinterpret_cast<const Bytef*>("read only"), 9)));
+            QCOMPARE(info.size, quint64(9));
+            QVERIFY(packer.GetFileInfo(QStringLiteral("m/dangling"), info));
+            QVERIFY(info.isSymlink);
+            QCOMPARE(info.linkTarget, QStringLiteral("../outside/target"));
+            QVERIFY(packer.GetFileInfo(QStringLiteral("m/empty"), info));
+            QVERIFY(info.isFolder);
+            QCOMPARE(info.attributes & kDosDirectory, quint32(kDosDirectory));
+        }
+        QVERIFY(pkt::EntryNames(archive).contains(QStringLiteral("m/empty/")));
+        const QString out = dir + QStringLiteral("/x");
+        QDir().mkpath(out);
+        QVERIFY(vzt::Run(QStringLiteral("unzip"),
+                         {QStringLiteral("-q"), archive, QStringLiteral("-d"), out})
+                    .Ok());
+        for (const char* name : {"ro.txt", "run.sh", "plain", "dangling", "empty", ""}) {
+            struct stat a {
+            }, b{};
+            const QString rel = QString::fromLatin1(name);
+            QVERIFY(::lstat(QFile::encodeName(src + QLatin1Char('/') + rel).constData(), &a) == 0);
+            QVERIFY(::lstat(QFile::encodeName(out + QStringLiteral("/m/") + rel).constData(), &b) ==
+                    0);
+            QCOMPARE(b.st_mode, a.st_mode);
+            if (!S_ISLNK(a.st_mode))
+                QCOMPARE(qint64(b.st_mtime), qint64(a.st_mtime));
+        }
+        QCOMPARE(QFile::symLinkTarget(out + QStringLiteral("/m/dangling")).isEmpty(), false);
+        QCOMPARE(QFileInfo(out + QStringLiteral("/m/dangling")).symLinkTarget(),
+                 QDir::cleanPath(out + QStringLiteral("/outside/target")));
+    }
+
+    void namesWithAndWithoutPaths_data() {
+        QTest::addColumn<bool>("folder");
+        QTest::addColumn<bool>("withoutPaths");
+        QTest::addColumn<QString>("innerFolder");
+        QTest::addColumn<QString>(
+            "base");  // folderPath2 relative to the source's parent, "=" the folder itself
+        QTest::addColumn<QString>(
+            "expected");  // names; "@" stands for the source's absolute parent without "/"
+        QTest::newRow("file without paths") << false << true << ""
+                                            << ""
+                                            << "a.txt";
+        QTest::newRow("file without paths in folder") << false << true << "docs/old"
+                                                      << ""
+                                                      << "docs/old/a.txt";
+        QTest::newRow("file with paths") << false << false << ""
+                                         << ""
+                                         << "@/in/a.txt";
+        QTest::newRow("file with paths in folder") << false << false << "docs"
+                                                   << ""
+                                                   << "docs/@/in/a.txt";
+        QTest::newRow("folder without paths") << true << true << ""
+                                              << "="
+                                              << "in/,in/a.txt,in/s/,in/s/b.txt";
+        QTest::newRow("folder without paths in folder")
+            << true << true << "docs"
+            << "="
+            << "docs/in/,docs/in/a.txt,docs/in/s/,docs/in/s/b.txt";
+        QTest::newRow("folder without paths from an ancestor")
+            << true << true << ""
+            << "."
+            << "names/in/,names/in/a.txt,names/in/s/,names/in/s/b.txt";
+        QTest::newRow("folder with paths") << true << false << ""
+                                           << "="
+                                           << "@/in/,@/in/a.txt,@/in/s/,@/in/s/b.txt";
+    }
+    void namesWithAndWithoutPaths() {
+        QFETCH(bool, folder);
+        QFETCH(bool, withoutPaths);
+        QFETCH(QString, innerFolder);
+        QFETCH(QString, base);
+        QFETCH(QString, expected);
+        const QString dir = Fresh(QStringLiteral("names"));
+        QVERIFY(vzt::MakeTree(dir, {{"in/a.txt", "a"}, {"in/s/b.txt", "b"}}));
+        const QString archive = dir + QStringLiteral("/names.zip");
+        INIPACK ini = Settings(6, 8);
+        ini.PackFilesWithoutPaths = ini.PackFoldersWithoutPaths = withoutPaths;
+        CZipPacker packer;
+        packer.SetIni(ini);
+        QVERIFY(packer.CreateArchive(archive));
+        if (!innerFolder.isEmpty())
+            QVERIFY(packer.CreateEmptyFolder(innerFolder));
+        bool ok;
+        if (folder) {
+            const QString src = dir + QStringLiteral("/in");
+            const QString b = base == QLatin1String("=") ? src : dir;
+            ok = packer.AddFolderToArchiveFolder(src, b, innerFolder, true);
+        } else {
+            ok = packer.AddFileToArchiveFolder(dir + QStringLiteral("/in/a.txt"), innerFolder);
+        }
+        QVERIFY2(ok, qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QStringList names = pkt::EntryNames(archive);
+        if (!innerFolder.isEmpty())
+            names.removeAll(innerFolder + QLatin1Char('/'));
+        names.sort();
+        QString want = expected;
+        want.replace(QLatin1Char('@'), dir.mid(1));
+        QStringList wanted = want.split(QLatin1Char(','));
+        wanted.sort();
+        QCOMPARE(names, wanted);
+    }
+
+    void replaceQuestion_data() {
+        QTest::addColumn<bool>("ask");
+        QTest::addColumn<QList<int>>("answers");
+        QTest::addColumn<int>("questionsAsked");
+        QTest::addColumn<QString>(
+            "result");  // contents of a.txt and b.txt afterwards, "-" untouched
+        using A = ReplaceAnswer;
+        QTest::newRow("yes, no") << true << QList<int>{int(A::Yes), int(A::No)} << 2
+                                 << "new-a,old-b";
+        QTest::newRow("no, yes") << true << QList<int>{int(A::No), int(A::Yes)} << 2
+                                 << "old-a,new-b";
+        QTest::newRow("yes to all") << true << QList<int>{int(A::YesToAll)} << 1 << "new-a,new-b";
+        QTest::newRow("no, no") << true << QList<int>{int(A::No), int(A::No)} << 2 << "old-a,old-b";
+        QTest::newRow("cancel") << true << QList<int>{int(A::Cancel)} << 1 << "-";
+        QTest::newRow("yes, cancel") << true << QList<int>{int(A::Yes), int(A::Cancel)} << 2 << "-";
+        QTest::newRow("without asking") << false << QList<int>{} << 0 << "new-a,new-b";
+    }
+    void replaceQuestion() {
+        QFETCH(bool, ask);
+        QFETCH(QList<int>, answers);
+        QFETCH(int, questionsAsked);
+        QFETCH(QString, result);
+        const QString dir = Fresh(QStringLiteral("replace"));
+        QVERIFY(vzt::MakeTree(dir, {{"old/p/a.txt", "old-a"},
+                                    {"old/p/b.txt", "old-b"},
+                                    {"new/p/a.txt", "new-a"},
+                                    {"new/p/b.txt", "new-b"},
+                                    {"new/p/c.txt", "new-c"}}));
+        const QString archive = dir + QStringLiteral("/r.zip");
+        QVERIFY(vzt::Run(QStringLiteral("zip"),
+                         {QStringLiteral("-qr"), archive, QStringLiteral("p")},
+                         dir + QStringLiteral("/old"))
+                    .Ok());
+        const QByteArray before = vzt::ReadAll(archive);
+
+        pkt::ScriptedObserver observer;
+        for (int a : answers)
+            observer.answers.push_back(static_cast<ReplaceAnswer>(a));
+        INIPACK ini = Settings(6, 8);
+        ini.AskBeforeUpdating = ask;
+        ini.PackFoldersWithoutPaths = true;
+        CZipPacker packer;
+        packer.SetIni(ini);
+        packer.SetHandleDialogProgress(&observer);
+        QVERIFY(packer.OpenArchive(archive));
+        const bool ok = packer.AddFolderToArchive(dir + QStringLiteral("/new/p"),
+                                                  dir + QStringLiteral("/new/p"), true);
+        QCOMPARE(int(observer.questions.size()), questionsAsked);
+        if (questionsAsked > 0) {
+            QCOMPARE(observer.questions[0].existing.path, QStringLiteral("p/a.txt"));
+            QCOMPARE(observer.questions[0].existing.size, quint64(5));
+            QCOMPARE(observer.questions[0].incoming.path, dir + QStringLiteral("/new/p/a.txt"));
+        }
+        QVERIFY(packer.CloseArchive());
+        if (result == QLatin1String("-")) {
+            QVERIFY(!ok);
+            QVERIFY(packer.WasCancelled());
+            QVERIFY(packer.LastError().contains(archive));
+            QCOMPARE(vzt::ReadAll(archive), before);
+            QCOMPARE(pkt::OtherFiles(dir, {"old", "new", "r.zip"}), QStringList());
+            return;
+        }
+        QVERIFY2(ok, qPrintable(packer.LastError()));
+        const QStringList want = result.split(QLatin1Char(','));
+        const vzt::ToolResult a = vzt::Run(
+            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/a.txt")});
+        const vzt::ToolResult b = vzt::Run(
+            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/b.txt")});
+        const vzt::ToolResult c = vzt::Run(
+            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/c.txt")});
+        QCOMPARE(QString::fromUtf8(a.output), want[0]);
+        QCOMPARE(QString::fromUtf8(b.output), want[1]);
+        QCOMPARE(c.output, QByteArray("new-c"));
+        QStringList names = pkt::EntryNames(archive);
+        QCOMPARE(names.count(QStringLiteral("p/a.txt")), 1);
+        QCOMPARE(names.count(QStringLiteral("p/b.txt")), 1);
+        QVERIFY(pkt::UnzipTests(archive, QString()));
+    }
+
+    // A file never replaces a folder, nor a folder a file; the archive stays as it was.
+    void fileAndFolderOfOneName() {
+        const QString dir = Fresh(QStringLiteral("clash"));
+        QVERIFY(vzt::MakeTree(dir, {{"a/x/inner.txt", "i"}, {"b/x", "file"}}));
+        const QString archive = dir + QStringLiteral("/c.zip");
+        QVERIFY(vzt::Run(QStringLiteral("zip"),
+                         {QStringLiteral("-qrD"), archive, QStringLiteral("x")},
+                         dir + QStringLiteral("/a"))
+                    .Ok());
+        const QByteArray before = vzt::ReadAll(archive);
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        QVERIFY(packer.OpenArchive(archive));
+        QVERIFY(!packer.AddFileToArchive(dir + QStringLiteral("/b/x")));
+        QVERIFY(packer.LastError().contains(dir + QStringLiteral("/b/x")));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(vzt::ReadAll(archive), before);
+    }
+
+    // Several disk items in one commit, as the command line adds them.
+    void severalItemsInOneCommit() {
+        const QString dir = Fresh(QStringLiteral("batch"));
+        QVERIFY(vzt::MakeTree(dir, {{"one/a.txt", "first"},
+                                    {"two/a.txt", "second"},
+                                    {"f/x.txt", "x"},
+                                    {"g/f", "a file named like the folder"}}));
+        const QString archive = dir + QStringLiteral("/b.zip");
+        pkt::ScriptedObserver observer;
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        packer.SetHandleDialogProgress(&observer);
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddItemsToArchiveFolder(
+            {dir + QStringLiteral("/one/a.txt"), dir + QStringLiteral("/f"),
+             dir + QStringLiteral("/two/a.txt")},
+            QString()));
+        QCOMPARE(observer.reports.size(), 1);
+        QVERIFY(observer.reports[0].contains(dir + QStringLiteral("/two/a.txt")));
+        QCOMPARE(pkt::EntryNames(archive), (QStringList{"a.txt", "f/", "f/x.txt"}));
+        QVERIFY(packer.CreateEmptyFolder(QStringLiteral("sub")));
+        const QByteArray before = vzt::ReadAll(archive);
+        // A file and a folder of one name in one batch: nothing is written.
+        QVERIFY(!packer.AddItemsToArchiveFolder(
+            {dir + QStringLiteral("/g/f"), dir + QStringLiteral("/f")}, QStringLiteral("sub")));
+        QVERIFY2(packer.LastError().contains(QStringLiteral("sub/f")),
+                 qPrintable(packer.LastError()));
+        QVERIFY(!packer.AddItemsToArchiveFolder({dir + QStringLiteral("/g/f")}, QString()));
+        QVERIFY2(packer.LastError().contains(dir + QStringLiteral("/g/f")),
+                 qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(vzt::ReadAll(archive), before);
+        QCOMPARE(vzt::Run(QStringLiteral("unzip"),
+                          {QStringLiteral("-p"), archive, QStringLiteral("a.txt")})
+                     .output,
+                 QByteArray("first"));
+    }
+
+    void listenerHearsOfEachItem_data() {
+        QTest::addColumn<bool>("perItem");
+        QTest::newRow("per item") << true;
+        QTest::newRow("after the last") << false;
+    }
+    void listenerHearsOfEachItem() {
+        QFETCH(bool, perItem);
+        const QString dir = Fresh(QStringLiteral("listen"));
+        QVERIFY(vzt::MakeTree(dir, {{"f/one.txt", "1"}, {"f/s/two.txt", "2"}}));
+        const QString archive = dir + QStringLiteral("/l.zip");
+        INIPACK ini = Settings(6, 8);
+        ini.RefreshArchiveBrowserTreeWithAddingOfEachItem = perItem;
+        ini.PackFoldersWithoutPaths = true;
+        pkt::RecordingListener listener;
+        CZipPacker packer;
+        packer.SetIni(ini);
+        packer.SetWndArchiveTree(&listener);
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddFolderToArchive(dir + QStringLiteral("/f"), dir + QStringLiteral("/f"),
+                                          true));
+        QVERIFY(packer.CloseArchive());
+        const QStringList want = perItem ? QStringList{archive + "/f", archive + "/f/one.txt",
+                                                       archive + "/f/s", archive + "/f/s/two.txt"}
+                                         : QStringList{};
+        QCOMPARE(listener.added, want);
+    }
+
+    void pipelineBounds_data() {
+        QTest::addColumn<int>("threads");
+        QTest::addColumn<qint64>("budget");
+        QTest::addColumn<int>("method");
+        QTest::newRow("one thread, one unit at a time") << 1 << qint64(1) << 8;
+        QTest::newRow("three threads, tight budget") << 3 << qint64(1500 * 1024) << 8;
+        QTest::newRow("bzip2, tight budget") << 3 << qint64(1) << 12;
+        QTest::newRow("defaults") << 0 << qint64(0) << 8;
+    }
+    // However few threads and however little memory, the archive is complete and exact.
+    void pipelineBounds() {
+        QFETCH(int, threads);
+        QFETCH(qint64, budget);
+        QFETCH(int, method);
+        const QString dir = Fresh(QStringLiteral("pipe"));
+        QMap<QString, QByteArray> files;
+        for (int i = 0; i < 40; ++i)
+            files.insert(QStringLiteral("p/f%1.txt").arg(i), TextData(1000 + i * 997));
+        files.insert(QStringLiteral("p/large.txt"), TextData(5 * 1024 * 1024 + 17));
+        files.insert(QStringLiteral("p/noise.bin"), vzt::RandomBytes(3 * 1024 * 1024, 3));
+        // Chunks that do not compress are stored inside the deflate stream; here one file
+        // holds both kinds, and a chunk changes kind in its middle.
+        files.insert(QStringLiteral("p/half.bin"),
+                     vzt::RandomBytes(1536 * 1024, 4) + TextData(2 * 1024 * 1024));
+        QVERIFY(vzt::MakeTree(dir, files));
+        const QString archive = dir + QStringLiteral("/p.zip");
+        CZipPacker packer;
+        INIPACK ini = Settings(1, method);
+        ini.PackFoldersWithoutPaths = true;
+        packer.SetIni(ini);
+        packer.SetCompressionThreads(threads);
+        packer.SetMemoryBudget(budget);
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY2(
+            packer.AddFolderToArchive(dir + QStringLiteral("/p"), dir + QStringLiteral("/p"), true),
+            qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QVERIFY(pkt::UnzipTests(archive, QString()));
+        const QString out = dir + QStringLiteral("/x");
+        QVERIFY(pkt::SevenZipExtract(archive, QString(), out));
+        for (auto it = files.begin(); it != files.end(); ++it)
+            QVERIFY2(vzt::ReadAll(out + QLatin1Char('/') + it.key()) == it.value(),
+                     qPrintable(it.key()));
+    }
+
+    // A deflate stream cut into chunks stays within a hair of one pass at the same level.
+    void chunkedDeflateKeepsTheRatio() {
+        const QString dir = Fresh(QStringLiteral("ratio"));
+        const QByteArray data = TextData(6 * 1024 * 1024);
+        QVERIFY(vzt::WriteAll(dir + QStringLiteral("/t.txt"), data));
+        const QString archive = dir + QStringLiteral("/t.zip");
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/t.txt")));
+        ZIPFILEFULLINFO info;
+        QVERIFY(packer.GetFileInfo(QStringLiteral("t.txt"), info));
+        QVERIFY(packer.CloseArchive());
+        uLongf single = compressBound(static_cast<uLong>(data.size()));
+        QByteArray one(static_cast<int>(single), '\0');
+        QCOMPARE(compress2(reinterpret_cast<Bytef*>(one.data()), &single,
+                           reinterpret_cast<const Bytef*>(data.constData()),
+                           static_cast<uLong>(data.size()), 6),
+                 Z_OK);
+        const double onePass = static_cast<double>(single) - 6;  // without the zlib wrapper
+        QVERIFY2(static_cast<double>(info.packedSize) <= onePass * 1.005,
+                 qPrintable(QStringLiteral("%1 vs %2").arg(info.packedSize).arg(onePass)));
+    }
+
+    void emptyArchive() {
+        const QString dir = Fresh(QStringLiteral("empty"));
+        const QString archive = dir + QStringLiteral("/e.zip");
+        {
+            CZipPacker packer;
+            QVERIFY(packer.CreateArchive(archive));
+            QVERIFY(packer.FolderExists(QString()) == false);
+            QVERIFY(packer.CloseArchive());
+        }
+        QCOMPARE(QFileInfo(archive).size(), qint64(22));
+        QVERIFY(pkt::SevenZipTests(archive, QString()));
+        // The last entry removed leaves an empty archive, not no archive.
+        QVERIFY(vzt::WriteAll(dir + QStringLiteral("/one.txt"), "1"));
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        QVERIFY(packer.OpenArchive(archive));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/one.txt")));
+        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("one.txt")});
+        QVERIFY(packer.RemoveFile(QStringLiteral("one.txt")));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(QFileInfo(archive).size(), qint64(22));
+        QCOMPARE(pkt::OtherFiles(dir, {"e.zip", "one.txt"}), QStringList());
+    }
+
+    // CreateArchive over an existing file replaces it only when the archive is written.
+    void createReplacesOnlyWhenWritten() {
+        const QString dir = Fresh(QStringLiteral("recreate"));
+        const QString archive = dir + QStringLiteral("/r.zip");
+        QVERIFY(vzt::WriteAll(archive, "not yet replaced"));
+        QVERIFY(vzt::WriteAll(dir + QStringLiteral("/in.txt"), "in"));
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        QVERIFY(packer.CreateArchive(archive));
+        QCOMPARE(vzt::ReadAll(archive), QByteArray("not yet replaced"));
+        QVERIFY(!packer.AddFileToArchive(dir + QStringLiteral("/missing.txt")));
+        QCOMPARE(vzt::ReadAll(archive), QByteArray("not yet replaced"));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/in.txt")));
+        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
+    }
+};
+
+QTEST_GUILESS_MAIN(TestZipPackerWrite)
+#include "tst_ZipPackerWrite.moc"
