@@ -598,6 +598,13 @@ void CVelaFileTree::OnRename() {
     edit(item);
 }
 
+void CVelaFileTree::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) {
+    if (hint == QAbstractItemDelegate::RevertModelCache) {
+        m_newFolderPending = false;  // a cancelled edit: the new folder keeps its name
+    }
+    CVelaDragDropTree::closeEditor(editor, hint);
+}
+
 void CVelaFileTree::ReopenEditor(const QModelIndex& item) {
     if (!item.isValid()) {
         return;

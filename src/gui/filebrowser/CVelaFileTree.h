@@ -128,6 +128,7 @@ protected:
     void OnItemExpanded(const QModelIndex& item) override;
     void OnDoubleClick(const QModelIndex& item) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
     void ListFolder(const QModelIndex& item);

@@ -17,6 +17,9 @@
 #include <memory>
 
 #include "TestSupport.h"
+#include "app/CFileDock.h"
+#include "app/CFileView.h"
+#include "app/CMainFrame.h"
 #include "app/CVelaZipApp.h"
 #include "archive/CArchiveUnpacker.h"
 #include "common/CConfirmReplace.h"
@@ -89,6 +92,7 @@ private slots:
     void stopThenNoContinuesWithNothingLost();
     void stopThenYesLeavesNoPartialFile_data();
     void stopThenYesLeavesNoPartialFile();
+    void busyCheckAsksTheCopyToStop();
     void copyFailuresAreReported_data();
     void copyFailuresAreReported();
     void copiedItemsAreRevealed();
@@ -340,6 +344,35 @@ void TestFileOperations::stopThenYesLeavesNoPartialFile() {
     } else {
         QCOMPARE(left, QStringList());
     }
+}
+
+void TestFileOperations::busyCheckAsksTheCopyToStop() {
+    const QString source = m_root + QStringLiteral("/source");
+    const QString target = m_root + QStringLiteral("/target");
+    QVERIFY(vzt::MakeTree(source, {{"a", "a"}, {"b", "b"}, {"c", "c"}}));
+    QVERIFY(QDir().mkpath(target));
+    CMainFrame frame({});
+    CVelaFileTree* tree = frame.FileView()->Dock()->Tree();
+    QCOMPARE(static_cast<CVelaDragDropTree*>(tree), frame.FileTree());
+    const QModelIndex targetItem = tree->Navigate(target);
+    QCOMPARE(tree->PathOfItem(targetItem), target);
+
+    bool busy = false;
+    bool refused = false;
+    QTimer::singleShot(0, [&] {
+        busy = frame.IsBusy(CMainFrame::Operation::File);
+        refused = frame.BusyCheck();  // what closing the window does
+    });
+    m_boxAnswers = {QMessageBox::Yes};
+    tree->PrepareDropOfPaths();
+    QVERIFY(!tree->DropPathOnItem(source, targetItem, false));
+    QVERIFY(busy);
+    QVERIFY(refused);
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the copy?"));
+    QVERIFY(!frame.IsBusy(CMainFrame::Operation::File));
+    // What was copied before the stop stays.
+    QVERIFY(QFileInfo(target + QStringLiteral("/source")).isDir());
 }
 
 void TestFileOperations::copyFailuresAreReported_data() {
