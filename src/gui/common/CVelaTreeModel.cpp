@@ -119,7 +119,8 @@ Qt::ItemFlags CVelaTreeModel::flags(const QModelIndex& index) const {
     if (!index.isValid()) {
         return Qt::NoItemFlags;
     }
-    Qt::ItemFlags f = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    // Whether an item may really be dragged is the tree's question (CanDrag).
+    Qt::ItemFlags f = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled;
     if (NodeOf(index)->state == Children::None) {
         f |= Qt::ItemNeverHasChildren;
     }

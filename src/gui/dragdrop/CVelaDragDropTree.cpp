@@ -1,10 +1,25 @@
 #include "dragdrop/CVelaDragDropTree.h"
 
+#include <QApplication>
+#include <QCursor>
+#include <QDrag>
+#include <QDragEnterEvent>
 #include <QHeaderView>
+#include <QMimeData>
 #include <QMouseEvent>
+#include <QPainter>
+
+#include "app/CVelaZipApp.h"
+#include "dragdrop/CVelaDropSource.h"
+#include "dragdrop/CVelaDropTarget.h"
+#include "dragdrop/DragImages.h"
+#include "settings/CSettingsRecord.h"
 
 CVelaDragDropTree::CVelaDragDropTree(QWidget* parent)
-    : QTreeView(parent), m_model(new CVelaTreeModel(this)) {
+    : QTreeView(parent),
+      m_model(new CVelaTreeModel(this)),
+      m_dropSource(std::make_unique<CVelaDropSource>(this)),
+      m_dropTargetHandler(std::make_unique<CVelaDropTarget>(this)) {
     setModel(m_model);
     setHeaderHidden(true);
     setUniformRowHeights(true);
@@ -16,6 +31,12 @@ CVelaDragDropTree::CVelaDragDropTree(QWidget* parent)
     header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     header()->setStretchLastSection(false);
     viewport()->setCursor(Qt::ArrowCursor);
+    // Drags start here and drops are taken here; the drop highlight is drawn by the tree.
+    setDragEnabled(true);
+    setAcceptDrops(true);
+    viewport()->setAcceptDrops(true);
+    setDropIndicatorShown(false);
+    setDefaultDropAction(Qt::CopyAction);
 
     connect(this, &QTreeView::expanded, this, &CVelaDragDropTree::OnItemExpanded);
     connect(this, &QTreeView::collapsed, this, &CVelaDragDropTree::OnItemCollapsed);
@@ -29,6 +50,11 @@ QString CVelaDragDropTree::PathOfItem(const QModelIndex& item) const {
 
 QModelIndex CVelaDragDropTree::SelectedItem() const {
     return currentIndex();
+}
+
+const CSettingsRecord& CVelaDragDropTree::Settings() const {
+    static const CSettingsRecord defaults;
+    return m_settings != nullptr ? *m_settings : defaults;
 }
 
 QModelIndex CVelaDragDropTree::ValidDropItem(const QModelIndex& /*item*/) {
@@ -57,6 +83,11 @@ int CVelaDragDropTree::Kind() const {
 }
 
 void CVelaDragDropTree::PrepareDropOfPaths() {}
+
+bool CVelaDragDropTree::OperationRunning() {
+    const CAppFlags& flags = CVelaZipApp::Flags();
+    return flags.busyCopying || flags.busyUnpacking || flags.busyPacking;
+}
 
 void CVelaDragDropTree::OnItemExpanded(const QModelIndex& /*item*/) {}
 
@@ -87,3 +118,156 @@ void CVelaDragDropTree::resizeEvent(QResizeEvent* event) {
 }
 
 void CVelaDragDropTree::OnDoubleClick(const QModelIndex& /*item*/) {}
+
+// ---- The drop highlight ----
+
+void CVelaDragDropTree::SetDropHighlight(const QModelIndex& item) {
+    if (item == m_dropHighlight) {
+        return;
+    }
+    const QModelIndex previous = m_dropHighlight;
+    m_dropHighlight = item;
+    for (const QModelIndex& changed : {previous, item}) {
+        if (changed.isValid()) {
+            viewport()->update(
+                visualRect(changed).adjusted(-viewport()->width(), 0, viewport()->width(), 0));
+        }
+    }
+}
+
+void CVelaDragDropTree::UndoDropVisually() {
+    setUpdatesEnabled(false);
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    SetDropHighlight(QModelIndex());
+    const QModelIndex selected = currentIndex();
+    if (selected.isValid()) {
+        selectionModel()->select(selected, QItemSelectionModel::ClearAndSelect);
+    }
+    QApplication::restoreOverrideCursor();
+    setUpdatesEnabled(true);
+}
+
+void CVelaDragDropTree::drawRow(QPainter* painter, const QStyleOptionViewItem& option,
+                                const QModelIndex& index) const {
+    if (m_dropHighlight.isValid() && index == m_dropHighlight) {
+        QStyleOptionViewItem highlighted = option;
+        highlighted.state |= QStyle::State_Selected | QStyle::State_Active;
+        QTreeView::drawRow(painter, highlighted, index);
+        return;
+    }
+    QTreeView::drawRow(painter, option, index);
+}
+
+// ---- Dragging out ----
+
+bool CVelaDragDropTree::CanDrag(const QModelIndex& /*item*/) const {
+    return false;
+}
+
+QMimeData* CVelaDragDropTree::DragData(const QModelIndex& /*item*/) {
+    return nullptr;
+}
+
+QPixmap CVelaDragDropTree::DefaultDragImage(const QModelIndex& item) const {
+    const QIcon icon = m_model->data(item, Qt::DecorationRole).value<QIcon>();
+    const QString label = m_model->Label(item);
+    const QFontMetrics metrics(font());
+    const int iconSize = vz::dragdrop::kSmallIconSize;
+    const int height = qMax(iconSize, metrics.height());
+    QPixmap image(iconSize + 4 + metrics.horizontalAdvance(label), height);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    if (!icon.isNull()) {
+        icon.paint(&painter, QRect(0, (height - iconSize) / 2, iconSize, iconSize));
+    }
+    painter.setFont(font());
+    painter.setPen(palette().color(QPalette::Text));
+    painter.drawText(QRect(iconSize + 4, 0, image.width() - iconSize - 4, height),
+                     Qt::AlignLeft | Qt::AlignVCenter, label);
+    return image;
+}
+
+QPixmap CVelaDragDropTree::DragImage(const QModelIndex& item) const {
+    const QIcon icon = m_model->data(item, Qt::DecorationRole).value<QIcon>();
+    const QPixmap drawn = vz::dragdrop::DrawDragImage(
+        Settings().DraggingImageForModeClearType, icon, m_model->Label(item), font(), palette());
+    return drawn.isNull() ? DefaultDragImage(item) : drawn;
+}
+
+bool CVelaDragDropTree::BeginDrag(const QModelIndex& item) {
+    if (!item.isValid() || OperationRunning() || m_dragInProgress != 0 || !CanDrag(item)) {
+        return false;
+    }
+    QMimeData* offered = DragData(item);
+    if (offered == nullptr) {
+        return false;
+    }
+    SetDraggedItem(item);
+    setCurrentIndex(item);
+    SetDragInProgress(true);
+    CAppFlags& flags = CVelaZipApp::Flags();
+    flags.dragSource = this;
+
+    // Qt owns the drag once it has run: a drop on another application may ask for the data
+    // after exec() has returned.
+    auto* drag = new QDrag(this);
+    drag->setMimeData(offered);
+    drag->setPixmap(DragImage(item));
+    drag->setHotSpot(QPoint(kDragHotSpot, kDragHotSpot));
+    drag->setDragCursor(vz::dragdrop::NoDropCursor(), Qt::IgnoreAction);
+    m_dropSource->Follow();
+    drag->exec(Qt::CopyAction, Qt::CopyAction);
+    m_dropSource->Released(QCursor::pos());
+
+    SetDragInProgress(false);
+    if (flags.dragSource == this) {
+        flags.dragSource.clear();
+    }
+    return true;
+}
+
+void CVelaDragDropTree::startDrag(Qt::DropActions /*supportedActions*/) {
+    BeginDrag(currentIndex());
+}
+
+// ---- Dropping ----
+
+void CVelaDragDropTree::dragEnterEvent(QDragEnterEvent* event) {
+    const Qt::DropAction effect =
+        m_dropTargetHandler->DragEnter(event->position().toPoint(), event->mimeData());
+    // The tree follows the whole drag, also over places where it cannot be dropped.
+    event->setDropAction(effect);
+    event->accept();
+}
+
+void CVelaDragDropTree::dragMoveEvent(QDragMoveEvent* event) {
+    const Qt::DropAction effect =
+        m_dropTargetHandler->DragOver(event->position().toPoint(), event->mimeData());
+    if (effect == Qt::IgnoreAction) {
+        event->ignore();
+        return;
+    }
+    event->setDropAction(effect);
+    event->accept();
+}
+
+void CVelaDragDropTree::dragLeaveEvent(QDragLeaveEvent* event) {
+    m_dropTargetHandler->DragLeave();
+    event->accept();
+}
+
+void CVelaDragDropTree::dropEvent(QDropEvent* event) {
+    const Qt::DropAction effect =
+        m_dropTargetHandler->DragOver(event->position().toPoint(), event->mimeData());
+    const CVelaDropTarget::DropPlan plan = m_dropTargetHandler->PlanDrop(event->mimeData(), effect);
+    if (plan.valid) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    } else {
+        event->ignore();
+    }
+    // The work runs after the drop has been answered, so that the application the data
+    // came from is not kept waiting, and the drag has ended before a progress dialog shows.
+    QMetaObject::invokeMethod(
+        this, [this, plan] { m_dropTargetHandler->PerformDrop(plan); }, Qt::QueuedConnection);
+}

@@ -1,20 +1,36 @@
 #pragma once
 // The common base of the two browser trees: a tree view over a CVelaTreeModel, the shared
-// path-of-item operation, and the operations through which drag and drop asks a tree where
-// a drop may land and hands the drop to it. Each tree answers them its own way; the answers
-// here are the base's.
+// path-of-item operation, and drag and drop between the two browsers and with other
+// applications.
+//
+// Drag and drop is shared: a drag starts from either tree (each tree says which items may be
+// dragged and what the drag offers), the drop target decides where a drop may land and which
+// of the trees' operations a drop calls, and the trees answer the operations below their own
+// way (copy, unpack, add, create an archive). Only the copy effect is ever offered or taken.
 
 #include <QModelIndex>
+#include <QPersistentModelIndex>
+#include <QPixmap>
+#include <QPointer>
 #include <QString>
 #include <QTreeView>
+#include <memory>
 
 #include "common/CVelaTreeModel.h"
+
+class CVelaDropSource;
+class CVelaDropTarget;
+class IProgressWindow;
+class QMimeData;
+struct CSettingsRecord;
 
 class CVelaDragDropTree : public QTreeView {
     Q_OBJECT
 public:
     // What kind() tells: which browser a tree is.
     enum TreeKind { kBaseTree = 0, kArchiveBrowser = 1, kFileBrowser = 2 };
+    // The hot spot of the drag image.
+    static constexpr int kDragHotSpot = 8;
 
     explicit CVelaDragDropTree(QWidget* parent = nullptr);
     ~CVelaDragDropTree() override;
@@ -26,13 +42,18 @@ public:
     // The selected (current) item.
     QModelIndex SelectedItem() const;
 
+    // The settings the tree follows (the main frame's record, which outlives the tree); the
+    // defaults while none is set.
+    void SetSettings(const CSettingsRecord* settings) { m_settings = settings; }
+    const CSettingsRecord& Settings() const;
+
     // The item on which a drop would land when the cursor is over `item`, or none.
     virtual QModelIndex ValidDropItem(const QModelIndex& item);
     // Whether the tree takes drops at all at this moment.
     virtual bool AcceptsDropsNow();
     // Called once per dropped path; false stops the drop of the remaining paths.
     virtual bool DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst);
-    // Drops this tree's dragged item on an item of the other tree.
+    // Drops this tree's dragged item on an item of the other tree (OtherTree()).
     virtual void DropDraggedItemOnOtherTree(const QModelIndex& source, const QModelIndex& target);
     // Inserts a copy of `item` under `newParent` after `after`; returns the copy.
     virtual QModelIndex CopyItem(const QModelIndex& item, const QModelIndex& newParent,
@@ -42,13 +63,52 @@ public:
     // Called once before the paths of one drop are handed to DropPathOnItem.
     virtual void PrepareDropOfPaths();
 
+    // Whether an unpack, a pack or a copy runs anywhere in the program: no drag starts and
+    // no drop is taken until it has ended.
+    static bool OperationRunning();
+
     // -1 while this tree is the source of a drag, else 0.
     int DragInProgress() const { return m_dragInProgress; }
     void SetDragInProgress(bool on) { m_dragInProgress = on ? -1 : 0; }
+    // The item being dragged out of this tree.
+    QModelIndex DraggedItem() const { return m_draggedItem; }
+    void SetDraggedItem(const QModelIndex& item) { m_draggedItem = item; }
+    // The other tree of the current drop (set on the source tree at the drop).
+    CVelaDragDropTree* OtherTree() const { return m_otherTree; }
+    void SetOtherTree(CVelaDragDropTree* tree) { m_otherTree = tree; }
+    // The item that received the current drop (set on the target tree at the drop).
+    QModelIndex DropTargetItem() const { return m_dropTarget; }
+    void SetDropTargetItem(const QModelIndex& item) { m_dropTarget = item; }
+
+    // The drop highlight: the item a drop would land on, drawn as selected.
+    QModelIndex DropHighlight() const { return m_dropHighlight; }
+    void SetDropHighlight(const QModelIndex& item);
+    // A drop that ends without effect (a cancelled dialog) is undone on the screen: the
+    // highlight goes and the item selected before the drop is the selected one.
+    void UndoDropVisually();
+
+    CVelaDropTarget* DropTarget() const { return m_dropTargetHandler.get(); }
+    CVelaDropSource* DropSource() const { return m_dropSource.get(); }
+
+    // Whether `item` may be dragged out of this tree (the base: no item).
+    virtual bool CanDrag(const QModelIndex& item) const;
+    // Starts a drag of `item`: the drag record, the drag image, the data the tree offers,
+    // and the system's drag loop with copy as the only effect. False when the item may not
+    // be dragged or an operation runs.
+    bool BeginDrag(const QModelIndex& item);
+
+    // The drag image of an item, in the style that DraggingImageForModeClearType chooses; the
+    // tree's own image of the item when that cannot be drawn.
+    QPixmap DragImage(const QModelIndex& item) const;
+    // The tree's own image of an item: its icon and label as the row shows them.
+    QPixmap DefaultDragImage(const QModelIndex& item) const;
 
 signals:
     // The status bar text for the item just selected.
     void StatusTextChanged(const QString& text);
+    // A long operation (copy, unpack, pack) starts with its progress window, and ends.
+    void OperationStarted(IProgressWindow* progress);
+    void OperationFinished();
 
 protected:
     // Expanding and collapsing go through these, so that each tree reads an item's children
@@ -58,13 +118,31 @@ protected:
     // Re-lays out the rows, for an expanded item whose listing came back empty.
     void RefreshLayout() { scheduleDelayedItemsLayout(); }
 
+    // The data a drag of `item` offers (the base: none; the caller owns the result).
+    virtual QMimeData* DragData(const QModelIndex& item);
+
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     // The one column is at least as wide as the view, so that a selection spans the row.
     void resizeEvent(QResizeEvent* event) override;
     // The double-click, which never expands or collapses an item.
     virtual void OnDoubleClick(const QModelIndex& item);
 
+    void startDrag(Qt::DropActions supportedActions) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void drawRow(QPainter* painter, const QStyleOptionViewItem& option,
+                 const QModelIndex& index) const override;
+
 private:
     CVelaTreeModel* m_model;
+    const CSettingsRecord* m_settings = nullptr;
     int m_dragInProgress = 0;
+    QPersistentModelIndex m_draggedItem;
+    QPersistentModelIndex m_dropTarget;
+    QPersistentModelIndex m_dropHighlight;
+    QPointer<CVelaDragDropTree> m_otherTree;
+    std::unique_ptr<CVelaDropSource> m_dropSource;
+    std::unique_ptr<CVelaDropTarget> m_dropTargetHandler;
 };

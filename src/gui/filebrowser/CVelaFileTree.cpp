@@ -3,10 +3,10 @@
 #include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
-#include <QDesktopServices>
 #include <QDir>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
 #include <QStyledItemDelegate>
 #include <QTimer>
 #include <QUrl>
@@ -55,13 +55,6 @@ QString WithSlash(const QString& path) {
 // True when `path` is `folder` or lies below it.
 bool IsAtOrBelow(const QString& path, const QString& folder) {
     return path == folder || path.startsWith(WithSlash(folder));
-}
-
-CVelaFileTree::OpenHook& OpenWith() {
-    static CVelaFileTree::OpenHook hook = [](const QString& path) {
-        return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
-    };
-    return hook;
 }
 
 // The in-place label editor hands the typed name to the tree once the editor has closed,
@@ -128,8 +121,7 @@ CVelaFileTree::CVelaFileTree(QWidget* parent) : CVelaDragDropTree(parent) {
 CVelaFileTree::~CVelaFileTree() = default;
 
 bool CVelaFileTree::RefreshWithEachItem() const {
-    return m_settings != nullptr ? m_settings->RefreshFileBrowserTreeWithAddingOfEachItem
-                                 : CSettingsRecord().RefreshFileBrowserTreeWithAddingOfEachItem;
+    return Settings().RefreshFileBrowserTreeWithAddingOfEachItem;
 }
 
 void CVelaFileTree::SetShowFiles(bool show) {
@@ -261,13 +253,9 @@ QIcon CVelaFileTree::IconFor(const QModelIndex& item) const {
 
 void CVelaFileTree::OnDoubleClick(const QModelIndex& item) {
     const QString path = PathOfItem(item);
-    if (!path.isEmpty() && OpenWith()) {
-        OpenWith()(path);
+    if (!path.isEmpty()) {
+        vz::OpenWithDefaultApplication(path);
     }
-}
-
-CVelaFileTree::OpenHook CVelaFileTree::SetOpenHook(OpenHook hook) {
-    return std::exchange(OpenWith(), std::move(hook));
 }
 
 // ---- Finding items by path ----
@@ -367,7 +355,7 @@ void CVelaFileTree::RevealAddedItem(const QString& fullPath) {
     flags.refreshNow = false;
 
     const QString path = QDir::cleanPath(fullPath);
-    QModelIndex current = m_dropTarget;
+    QModelIndex current = DropTargetItem();
     if (!current.isValid() || !IsAtOrBelow(path, PathOfItem(current))) {
         current = RootFor(path);
     }
@@ -440,13 +428,14 @@ void CVelaFileTree::SelectRevealed(const QModelIndex& item) {
     if (!item.isValid()) {
         return;
     }
-    if (!CVelaZipApp::Flags().busyCopying) {
+    const CAppFlags& flags = CVelaZipApp::Flags();
+    if (!flags.busyCopying && !flags.busyUnpacking) {
         setCurrentIndex(item);
         scrollTo(item);
         return;
     }
-    // While a copy runs, selecting and scrolling (which lays out the whole view) happen
-    // when the copy lets events through, for the latest item only.
+    // While a copy or an unpack runs, selecting and scrolling (which lays out the whole view)
+    // happen when the copy lets events through, for the latest item only.
     m_pendingSelection = item;
     if (!m_revealScheduled) {
         m_revealScheduled = true;
@@ -486,8 +475,7 @@ QModelIndex CVelaFileTree::ValidDropItemFor(const QModelIndex& item,
 }
 
 QModelIndex CVelaFileTree::ValidDropItem(const QModelIndex& item) {
-    return ValidDropItemFor(item,
-                            DragInProgress() == -1 ? QModelIndex(m_draggedItem) : QModelIndex());
+    return ValidDropItemFor(item, DragInProgress() == -1 ? DraggedItem() : QModelIndex());
 }
 
 bool CVelaFileTree::AcceptsDropsNow() {
@@ -520,7 +508,26 @@ QModelIndex CVelaFileTree::CopyItem(const QModelIndex& item, const QModelIndex& 
 }
 
 bool CVelaFileTree::IsBusy() const {
-    return CVelaZipApp::Flags().busyCopying;
+    return OperationRunning();
+}
+
+bool CVelaFileTree::CanDrag(const QModelIndex& item) const {
+    return item.isValid() && !TreeModel()->IsTopLevel(item) &&
+           platform::ReadFacts(PathOfItem(item)).exists;
+}
+
+QMimeData* CVelaFileTree::DragData(const QModelIndex& item) {
+    auto* offered = new QMimeData;
+    offered->setUrls({QUrl::fromLocalFile(PathOfItem(item))});
+    return offered;
+}
+
+void CVelaFileTree::DropDraggedItemOnOtherTree(const QModelIndex& source,
+                                               const QModelIndex& target) {
+    CVelaDragDropTree* other = OtherTree();
+    if (other != nullptr && source.isValid() && target.isValid()) {
+        other->DropPathOnItem(PathOfItem(source), target, false);
+    }
 }
 
 bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& target,
@@ -528,7 +535,7 @@ bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
     if (!target.isValid() || IsBusy()) {
         return false;
     }
-    m_dropTarget = target;
+    SetDropTargetItem(target);
     const QString targetPath = PathOfItem(target);
     const platform::FileFacts facts = platform::ReadFacts(path);
     const bool isFolder = facts.exists && facts.isFolder && !facts.isSymlink;

@@ -13,7 +13,9 @@
 #include <QModelIndex>
 #include <QPersistentModelIndex>
 #include <functional>
+#include <utility>
 
+#include "common/OpenWithDefault.h"
 #include "common/OperationObserver.h"
 #include "dragdrop/CVelaDragDropTree.h"
 #include "fileops/CFileCopier.h"
@@ -39,9 +41,7 @@ public:
     explicit CVelaFileTree(QWidget* parent = nullptr);
     ~CVelaFileTree() override;
 
-    // The settings the tree follows (the main frame's record, which outlives the tree);
-    // the defaults while none is set.
-    void SetSettings(const CSettingsRecord* settings) { m_settings = settings; }
+    // RefreshFileBrowserTreeWithAddingOfEachItem of the settings.
     bool RefreshWithEachItem() const;
 
     // Whether files are listed beside folders (on by default). Changing it reads the tree
@@ -82,12 +82,11 @@ public:
     // Before the paths of one drop: the four "Yes To All" answers are forgotten.
     void PrepareDropOfPaths() override;
     const CReplaceAllFlags& ReplaceAllFlags() const { return m_replaceAll; }
-
-    // The item being dragged out of this tree, and the folder that received the current
-    // drop (set by the drop code; a copy sets it itself).
-    void SetDraggedItem(const QModelIndex& item) { m_draggedItem = item; }
-    void SetDropTargetItem(const QModelIndex& item) { m_dropTarget = item; }
-    QModelIndex DropTargetItem() const { return m_dropTarget; }
+    // The dragged item goes to the Archive Browser (OtherTree()), which packs it into the
+    // target as the one item of the drop.
+    void DropDraggedItemOnOtherTree(const QModelIndex& source, const QModelIndex& target) override;
+    // Anything below the roots that exists may be dragged; drives and roots may not.
+    bool CanDrag(const QModelIndex& item) const override;
 
     // IItemListener: an operation added this item to a folder of the tree.
     void ItemAdded(const QString& fullPath) override;
@@ -108,15 +107,12 @@ public:
 
     // How a double-clicked item is opened (with the desktop's default application); tests
     // replace it. Returns the previous hook.
-    using OpenHook = std::function<bool(const QString& path)>;
-    static OpenHook SetOpenHook(OpenHook hook);
+    using OpenHook = vz::OpenHook;
+    static OpenHook SetOpenHook(OpenHook hook) { return vz::SetOpenHook(std::move(hook)); }
 
 signals:
     // The item-added notice; the tree reveals the path by the refresh rules.
     void ItemWasAdded(const QString& fullPath);
-    // A copy starts with its progress window, and ends.
-    void OperationStarted(IProgressWindow* progress);
-    void OperationFinished();
 
 public slots:
     // Reveals an added item: the folder that received it is read again and the path down
@@ -129,6 +125,7 @@ protected:
     void OnDoubleClick(const QModelIndex& item) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
+    QMimeData* DragData(const QModelIndex& item) override;
 
 private:
     void ListFolder(const QModelIndex& item);
@@ -145,7 +142,6 @@ private:
     void ReopenEditor(const QModelIndex& item);
     bool IsBusy() const;
 
-    const CSettingsRecord* m_settings = nullptr;
     // The places given to the last FillRoots; empty when they come from the system (and
     // are asked for again on every refresh).
     QList<vz::platform::CPlace> m_givenPlaces;
@@ -154,8 +150,6 @@ private:
     bool m_revealScheduled = false;
     CReplaceAllFlags m_replaceAll;
     QPersistentModelIndex m_firstFixedDrive;
-    QPersistentModelIndex m_draggedItem;
-    QPersistentModelIndex m_dropTarget;
     QPersistentModelIndex m_pendingSelection;
 
     QAction* m_rename;
