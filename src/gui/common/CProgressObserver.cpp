@@ -5,6 +5,7 @@
 #include "app/CVelaZipApp.h"
 #include "common/CConfirmReplace.h"
 #include "common/CPackProgress.h"
+#include "common/CPasswordDialog.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 
@@ -64,7 +65,14 @@ ReplaceAnswer CProgressObserver::AskOverwrite(const OverwriteQuestion& question)
     return answer;
 }
 
-bool CProgressObserver::AskPassword(const QString& /*archivePath*/, const QString& /*entryPath*/,
-                                    bool /*retry*/, QString* /*password*/) {
-    return false;
+bool CProgressObserver::AskPassword(const QString& archivePath, const QString& entryPath,
+                                    bool retry, QString* password) {
+    CPasswordDialog dialog(m_parent);
+    dialog.SetQuestion(archivePath, entryPath, retry);
+    const bool given = vz::ExecModal(dialog) == QDialog::Accepted;
+    m_sincePump.invalidate();
+    if (given && password != nullptr) {
+        *password = dialog.Password();
+    }
+    return given;
 }

@@ -5,7 +5,7 @@
 // live and the dialog's Stop reaches the operation. A pending Stop is turned into the
 // operation's own question ("Interrupt the copy?", caption "Vela-ZIP Archiver", Yes/No):
 // Yes ends the operation, No lets it go on. Overwrite questions are shown as
-// CConfirmReplace.
+// CConfirmReplace, and the password of an encrypted entry is asked with CPasswordDialog.
 
 #include <QElapsedTimer>
 #include <QString>
@@ -28,7 +28,7 @@ public:
     void Progress(int percent, const QString& currentName) override;
     bool StopRequested() override;
     ReplaceAnswer AskOverwrite(const OverwriteQuestion& question) override;
-    // Nothing here knows a password; operations that can be asked one extend this.
+    // Asked with CPasswordDialog; false when the user cancelled it.
     bool AskPassword(const QString& archivePath, const QString& entryPath, bool retry,
                      QString* password) override;
 
