@@ -75,7 +75,13 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
 
     CVelaArchiveTree* archiveTree = ArchiveTree();
     archiveTree->SetArchiveExtensions(m_settings.EnabledExtensions);
+    archiveTree->SetSettings(&m_settings);
     connect(archiveTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
+    // An unpack or a pack keeps the frame from closing and from opening the options.
+    connect(archiveTree, &CVelaDragDropTree::OperationStarted, this,
+            [this](IProgressWindow* progress) { BeginOperation(Operation::Archive, progress); });
+    connect(archiveTree, &CVelaDragDropTree::OperationFinished, this,
+            [this] { EndOperation(Operation::Archive); });
     CVelaFileTree* fileTree = m_fileView->Dock()->Tree();
     fileTree->SetSettings(&m_settings);
     connect(fileTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
@@ -93,6 +99,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     // A second copy started with an argument must not delete what a first copy still uses.
     vz::platform::PrepareTempFolder(arguments.isEmpty());
     m_tempFolder = vz::platform::TempFolderPath();
+    archiveTree->SetTempFolder(m_tempFolder);
 
     // Both browser histories start here, empty and recording, once browsing history exists.
 

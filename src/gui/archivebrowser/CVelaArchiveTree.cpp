@@ -19,8 +19,10 @@
 #include "archive/CArchiveUnpacker.h"
 #include "archive/EntryList.h"
 #include "archive/packer/CZipPacker.h"
+#include "archivebrowser/CArchiveAdding.h"
 #include "archivebrowser/CArchiveFileProperties.h"
 #include "archivebrowser/CArchiveFolderProperties.h"
+#include "archivebrowser/CArchiveUnpacking.h"
 #include "common/CConfirmDelete.h"
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
@@ -28,11 +30,13 @@
 #include "common/ModalDialog.h"
 #include "common/ResponsiveCall.h"
 #include "common/Texts.h"
+#include "dragdrop/CVelaDataSource.h"
 #include "fileops/FileDelete.h"
 #include "fileops/FileRename.h"
 #include "fileops/NewFolder.h"
 #include "platform/FileSystem.h"
 #include "platform/Places.h"
+#include "settings/CSettingsRecord.h"
 
 namespace {
 
@@ -95,7 +99,10 @@ private:
 
 }  // namespace
 
-CVelaArchiveTree::CVelaArchiveTree(QWidget* parent) : CVelaDragDropTree(parent) {
+CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
+    : CVelaDragDropTree(parent),
+      m_unpacking(std::make_unique<CArchiveUnpacking>(this)),
+      m_adding(std::make_unique<CArchiveAdding>(this)) {
     setObjectName(QStringLiteral("ArchiveBrowserTree"));
     TreeModel()->SetIconSource([this](const QModelIndex& item) { return IconFor(item); });
     TreeModel()->SetEditable(true);
@@ -378,6 +385,94 @@ bool CVelaArchiveTree::AcceptsDropsNow() {
 
 int CVelaArchiveTree::Kind() const {
     return kArchiveBrowser;
+}
+
+// ---- Drag and drop: unpacking and adding ----
+
+bool CVelaArchiveTree::DropPathOnItem(const QString& path, const QModelIndex& target,
+                                      bool notFirst) {
+    return Add(path, target, notFirst ? 1 : 0);
+}
+
+void CVelaArchiveTree::DropDraggedItemOnOtherTree(const QModelIndex& source,
+                                                  const QModelIndex& target) {
+    CVelaDragDropTree* other = OtherTree();
+    if (other == nullptr || !source.isValid() || !target.isValid()) {
+        return;
+    }
+    Unpack(PathOfItem(source), other->PathOfItem(target), dynamic_cast<IItemListener*>(other));
+}
+
+bool CVelaArchiveTree::CanDrag(const QModelIndex& item) const {
+    const quint8 kind = TreeModel()->Kind(item);
+    return item.isValid() &&
+           (kind == kDiskArchive || kind == kArchiveFolder || kind == kArchiveFile) &&
+           vz::ClassifyPath(PathOfItem(item), m_extensions) != ArchiveFamily::None;
+}
+
+QMimeData* CVelaArchiveTree::DragData(const QModelIndex& item) {
+    const QString path = PathOfItem(item);
+    return new CVelaDataSource(
+        this, [this, path](QString* renderedPath) { return UnpackForDragOut(path, renderedPath); });
+}
+
+void CVelaArchiveTree::SetTempFolder(const QString& folder) {
+    m_unpacking->SetTempFolder(folder);
+}
+
+QString CVelaArchiveTree::TempFolder() const {
+    return m_unpacking->TempFolder();
+}
+
+bool CVelaArchiveTree::Unpack(const QString& sourcePath, const QString& destination,
+                              IItemListener* fileTree) {
+    const int family = vz::ClassifyPath(sourcePath, m_extensions);
+    if (family == ArchiveFamily::None) {
+        return false;
+    }
+    return m_unpacking->Unpack(sourcePath, destination, family, fileTree);
+}
+
+bool CVelaArchiveTree::Add(const QString& sourcePath, const QModelIndex& target, int mode) {
+    return m_adding->Add(sourcePath, target, mode);
+}
+
+QString CVelaArchiveTree::CreatedArchive() const {
+    return m_adding->CreatedArchive();
+}
+
+bool CVelaArchiveTree::OpenFromArchive(const QModelIndex& item) {
+    if (TreeModel()->Kind(item) != kArchiveFile) {
+        return false;
+    }
+    return m_unpacking->OpenFromArchive(PathOfItem(item));
+}
+
+bool CVelaArchiveTree::UnpackForDragOut(const QString& itemPath, QString* renderedPath) {
+    return m_unpacking->UnpackForDragOut(itemPath, renderedPath);
+}
+
+void CVelaArchiveTree::OnDoubleClick(const QModelIndex& item) {
+    OpenFromArchive(item);
+}
+
+void CVelaArchiveTree::ItemAdded(const QString& /*fullPath*/) {
+    m_relistPending = true;
+}
+
+void CVelaArchiveTree::RelistAfterAdd(const QModelIndex& target) {
+    // With per-item refresh the packer reports what it wrote (all at once, after its
+    // commit); without it the target is listed after the add: either way once.
+    const bool due = m_relistPending || !Settings().RefreshArchiveBrowserTreeWithAddingOfEachItem;
+    m_relistPending = false;
+    if (!due || !target.isValid()) {
+        return;
+    }
+    if (isExpanded(target)) {
+        ListItem(target);
+    } else if (TreeModel()->ChildState(target) == Children::Listed) {
+        TreeModel()->SetChildState(target, Children::Unlisted);  // it has children now
+    }
 }
 
 QIcon CVelaArchiveTree::IconFor(const QModelIndex& item) const {

@@ -8,16 +8,26 @@
 // place (the label editor), deletes them after a confirmation and creates new folders, each
 // change one commit of CZipPacker, so that a failure leaves the archive as it was. The
 // properties of any archive, folder or file in one are shown from its description text.
+//
+// Drag and drop: an archive, or a folder or file in one, dragged onto a File Browser folder
+// is unpacked there (CArchiveUnpacking), and dragged to another application it is unpacked
+// into the temporary folder when that application asks for it. Disk files and folders
+// dropped on a zip archive, a folder in one or a disk folder are packed (CArchiveAdding). A
+// double-click on a file entry opens it with its default application.
 
 #include <QModelIndex>
 #include <QPersistentModelIndex>
 #include <QStringList>
+#include <memory>
 
+#include "common/OperationObserver.h"
 #include "dragdrop/CVelaDragDropTree.h"
 
+class CArchiveAdding;
+class CArchiveUnpacking;
 class QAction;
 
-class CVelaArchiveTree : public CVelaDragDropTree {
+class CVelaArchiveTree : public CVelaDragDropTree, public IItemListener {
     Q_OBJECT
 public:
     // The item kinds kept in the model.
@@ -83,10 +93,40 @@ public:
     QModelIndex ValidDropItem(const QModelIndex& item) override;
     bool AcceptsDropsNow() override;
     int Kind() const override;
+    // A dropped disk path is packed into the target (Add, mode 1 for `notFirst`).
+    bool DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst) override;
+    // The dragged entry is unpacked into the target folder of the File Browser.
+    void DropDraggedItemOnOtherTree(const QModelIndex& source, const QModelIndex& target) override;
+    // Archives and the folders and files in them may be dragged.
+    bool CanDrag(const QModelIndex& item) const override;
+
+    // The folder for files opened from archives and drags to other applications.
+    void SetTempFolder(const QString& folder);
+    QString TempFolder() const;
+
+    // Unpacks the entry at `sourcePath` into `destination`, a folder of the File Browser
+    // `fileTree` (which is told of each written item).
+    bool Unpack(const QString& sourcePath, const QString& destination, IItemListener* fileTree);
+    // Packs the disk file or folder `sourcePath` into `target`; `mode` 0 for the first item of
+    // a drop, 1 for each further one.
+    bool Add(const QString& sourcePath, const QModelIndex& target, int mode);
+    // Opens a file entry with its default application (unpacked into the temporary folder).
+    bool OpenFromArchive(const QModelIndex& item);
+    // The entry at `itemPath` for another application: unpacked into the temporary folder.
+    bool UnpackForDragOut(const QString& itemPath, QString* renderedPath);
+    // The archive made for the first item of the current drop on a disk folder.
+    QString CreatedArchive() const;
+
+    // IItemListener: the packer wrote an entry; the target is listed again after the add.
+    void ItemAdded(const QString& fullPath) override;
+    // After an add into `target`: it is listed again (once), by the refresh settings.
+    void RelistAfterAdd(const QModelIndex& target);
 
 protected:
     void OnItemExpanded(const QModelIndex& item) override;
+    void OnDoubleClick(const QModelIndex& item) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    QMimeData* DragData(const QModelIndex& item) override;
 
 private:
     void ListItem(const QModelIndex& item);
@@ -111,6 +151,9 @@ private:
     QPersistentModelIndex m_firstFixedPlace;
     int m_editMode = kEditNone;
     QString m_editOldPath;
+    std::unique_ptr<CArchiveUnpacking> m_unpacking;
+    std::unique_ptr<CArchiveAdding> m_adding;
+    bool m_relistPending = false;
 
     QAction* m_rename;
     QAction* m_delete;

@@ -830,6 +830,12 @@ bool CZipPacker::CloseArchive() {
     return ok;
 }
 
+void CZipPacker::AbandonArchive() {
+    d->Discard();
+    d->createPending = false;
+    d->open = false;
+}
+
 bool CZipPacker::AddFileToArchive(const QString& filePath) {
     return AddFileToArchiveFolder(filePath, QString());
 }

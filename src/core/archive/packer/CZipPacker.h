@@ -147,6 +147,10 @@ public:
     // Writes the new archive when CreateArchive's archive got no other change, and forgets
     // the archive. True when nothing was left to write or the write succeeded.
     bool CloseArchive();
+    // Forgets the archive without writing anything: a CreateArchive whose first change failed
+    // or was stopped leaves no file behind (and a file it was to replace stays as it was).
+    // Changes already committed stay.
+    void AbandonArchive();
 
     // Beyond the interface above.
 

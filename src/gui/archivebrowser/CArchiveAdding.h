@@ -1,0 +1,47 @@
+#pragma once
+// Putting disk files and folders into zip archives from the Archive Browser. Dropped on a
+// zip, jar or xap archive, or on a folder inside one, they are added to it; dropped on a disk
+// folder, a new zip archive named after the first dropped item is made in that folder and the
+// further items of the same drop go into it. A self-extracting zip, a RAR and every other
+// family are never written: such a drop does nothing.
+//
+// Before packing, "Name and Compression Settings" asks what the settings leave to be asked
+// (once per drop: the further items use the same answers). Each add is one commit of
+// CZipPacker under the "Pack Progress" dialog (Stop asks "Interrupt the pack?"); a failure,
+// a Stop or a cancelled question leaves the archive as it was, and a new archive whose first
+// item did not go in is not left behind. The Archive Browser then lists the target again.
+
+#include <QModelIndex>
+#include <QString>
+
+#include "archive/PackSettings.h"
+
+class CVelaArchiveTree;
+class CZipPacker;
+
+class CArchiveAdding {
+public:
+    explicit CArchiveAdding(CVelaArchiveTree* tree);
+
+    // `mode` 0 for the first (or only) item of a drop, 1 for each further one. False when
+    // nothing was added (the rest of the drop is then not added either).
+    bool Add(const QString& sourcePath, const QModelIndex& target, int mode);
+
+    // The archive made for the first item of the current drop (empty before it).
+    QString CreatedArchive() const { return m_createdArchive; }
+
+private:
+    // The level, method and encryption of this add: from the fixed settings, from the
+    // answers given for this drop, or from the dialog. False when the dialog was cancelled.
+    bool Choose(bool creating, const QString& name, vz::pack::PackChoice* choice);
+    bool AddToArchive(const QString& sourcePath, bool sourceIsFolder, const QString& archivePath,
+                      const QString& innerFolder, const QModelIndex& target, bool showOpenError);
+    bool CreateArchive(const QString& sourcePath, bool sourceIsFolder, const QString& folder,
+                       const QModelIndex& target);
+    // One add call under the progress dialog; the failure text has been shown when false.
+    bool RunAdd(CZipPacker& packer, const QString& sourcePath, bool sourceIsFolder,
+                const QString& innerFolder, bool* cancelled);
+
+    CVelaArchiveTree* m_tree;
+    QString m_createdArchive;
+};
