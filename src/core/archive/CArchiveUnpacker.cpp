@@ -470,8 +470,14 @@ struct CArchiveUnpacker::Impl {
                 incoming.modified = info.modified;
                 incoming.attributes = info.attributes;
                 const auto res = writer->BeginFile(comps, incoming);
-                if (res == DestinationWriter::Result::Skipped)
+                if (res == DestinationWriter::Result::Skipped) {
+                    // The user kept the file that is there: the one file asked for was found.
+                    if (sel.kind == Selection::Kind::File) {
+                        foundFile = true;
+                        break;
+                    }
                     continue;
+                }
                 if (res == DestinationWriter::Result::Cancelled) {
                     st.cancelled = true;
                     break;
