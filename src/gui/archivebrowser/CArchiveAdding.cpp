@@ -123,7 +123,10 @@ bool CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
     if (!Choose(true, proposed, &choice)) {
         return false;
     }
-    QString name = pack::ArchiveBaseName(vz::TrimName(choice.archiveName));
+    // The name edit can be changed only with AskBeforeCreation on.
+    QString name = m_tree->Settings().AskBeforeCreation
+                       ? pack::ArchiveBaseName(vz::TrimName(choice.archiveName))
+                       : proposed;
     if (name.isEmpty()) {
         name = proposed;
     }

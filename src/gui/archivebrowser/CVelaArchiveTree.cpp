@@ -428,6 +428,9 @@ bool CVelaArchiveTree::Unpack(const QString& sourcePath, const QString& destinat
                               IItemListener* fileTree) {
     const int family = vz::ClassifyPath(sourcePath, m_extensions);
     if (family == ArchiveFamily::None) {
+        // The archive went away (or changed into something else) since it was listed.
+        vz::ShowError(this, QStringLiteral("Error Opening Archive"),
+                      QStringLiteral("Cannot open the archive."));
         return false;
     }
     return m_unpacking->Unpack(sourcePath, destination, family, fileTree);
