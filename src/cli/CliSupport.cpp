@@ -9,6 +9,8 @@
 #include <iostream>
 #include <string>
 
+#include <QFileInfo>
+
 #include "settings/CSettingsStore.h"
 
 namespace cli {
@@ -45,6 +47,13 @@ QString Args::Unknown() const {
         if (a.startsWith(QLatin1String("--")))
             return a;
     return QString();
+}
+
+QString Absolute(const QString& path) {
+    QString p = QFileInfo(path).absoluteFilePath();
+    while (p.size() > 1 && p.endsWith(QLatin1Char('/')))
+        p.chop(1);
+    return p;
 }
 
 void Print(const QString& line) {

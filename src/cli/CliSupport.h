@@ -28,6 +28,9 @@ private:
     QStringList m_args;
 };
 
+// An absolute path without trailing "/".
+QString Absolute(const QString& path);
+
 void Print(const QString& line);       // standard output, one line
 void PrintError(const QString& line);  // standard error, prefixed "velazip-cli: "
 bool StdinIsTerminal();

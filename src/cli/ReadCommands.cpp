@@ -14,13 +14,6 @@
 namespace cli {
 namespace {
 
-QString Absolute(const QString& path) {
-    QString p = QFileInfo(path).absoluteFilePath();
-    while (p.size() > 1 && p.endsWith(QLatin1Char('/')))
-        p.chop(1);
-    return p;
-}
-
 bool TakeNothingMore(const Args& args, int expected, const QString& usage) {
     if (!args.Unknown().isEmpty()) {
         PrintError(QStringLiteral("unknown option %1 (usage: %2)").arg(args.Unknown(), usage));

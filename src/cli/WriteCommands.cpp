@@ -11,13 +11,6 @@
 namespace cli {
 namespace {
 
-QString Absolute(const QString& path) {
-    QString p = QFileInfo(path).absoluteFilePath();
-    while (p.size() > 1 && p.endsWith(QLatin1Char('/')))
-        p.chop(1);
-    return p;
-}
-
 // A reason that does not name the path gets it in front.
 QString WithPath(const QString& path, const QString& reason) {
     return reason.contains(path) ? reason : QStringLiteral("%1: %2").arg(path, reason);
@@ -214,90 +207,99 @@ int Add(Args args) {
     return kOk;
 }
 
+namespace {
+
+// Opens the archive of ARCHIVE/INNER for one change of what INNER names and lets `edit`
+// make it: `edit` returns false when the packer failed (reported here), and may print its
+// own refusal and set `refused`.
+template <typename Edit>
+int EditInside(const QString& path, const char* whatInner, Edit edit) {
+    Target t;
+    if (!ResolveTarget(Absolute(path), &t))
+        return kFailed;
+    if (t.inner.isEmpty()) {
+        PrintError(QStringLiteral("%1: name %2 inside the archive")
+                       .arg(t.archive, QLatin1String(whatInner)));
+        return kFailed;
+    }
+    Observer observer(OverwriteMode::Never);
+    CZipPacker packer;
+    packer.SetHandleDialogProgress(&observer);
+    if (!packer.OpenArchive(t.archive))
+        return Failed(packer, observer, t.archive);
+    bool refused = false;
+    if (!edit(packer, t, &refused))
+        return refused ? kFailed : Failed(packer, observer, t.archive);
+    if (!packer.CloseArchive())
+        return Failed(packer, observer, t.archive);
+    return kOk;
+}
+
+// What INNER names: a folder (also one that is only the path of deeper entries), a file,
+// or nothing (then refused, with one line).
+enum class EntryKind { Folder, File, Missing };
+EntryKind KindOf(CZipPacker& packer, const Target& t, bool* refused) {
+    if (packer.FolderExists(t.inner))
+        return EntryKind::Folder;
+    if (packer.FileExists(t.inner))
+        return EntryKind::File;
+    PrintError(QStringLiteral("%1/%2: no such entry in the archive").arg(t.archive, t.inner));
+    *refused = true;
+    return EntryKind::Missing;
+}
+
+}  // namespace
+
 int Rename(Args args) {
     if (!CheckRest(args, 2, 2, QStringLiteral("rename ARCHIVE/INNER NEWNAME")))
         return kUsage;
-    Target t;
-    if (!ResolveTarget(Absolute(args.Rest().at(0)), &t))
-        return kFailed;
     const QString name = vz::TrimName(args.Rest().at(1));
-    if (t.inner.isEmpty()) {
-        PrintError(QStringLiteral("%1: name an entry inside the archive").arg(t.archive));
-        return kFailed;
-    }
     if (name.isEmpty() || vz::HasForbiddenNameChar(name)) {
         PrintError(
             QStringLiteral("%1: a name cannot be empty or contain any of \\ / : * ? \" < > |")
                 .arg(name));
         return kFailed;
     }
-    Observer observer(OverwriteMode::Never);
-    CZipPacker packer;
-    packer.SetHandleDialogProgress(&observer);
-    if (!packer.OpenArchive(t.archive))
-        return Failed(packer, observer, t.archive);
-    const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
-    const QString renamed = (slash < 0 ? QString() : t.inner.left(slash + 1)) + name;
-    bool done;
-    if (packer.FolderExists(t.inner)) {
-        done = packer.RenameFolder(t.inner, renamed);
-    } else if (packer.FileExists(t.inner)) {
-        done = packer.RenameFile(t.inner, renamed);
-    } else {
-        PrintError(QStringLiteral("%1/%2: no such entry in the archive").arg(t.archive, t.inner));
-        return kFailed;
-    }
-    if (!done || !packer.CloseArchive())
-        return Failed(packer, observer, t.archive);
-    return kOk;
+    return EditInside(
+        args.Rest().at(0), "an entry", [&](CZipPacker& packer, const Target& t, bool* refused) {
+            const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
+            const QString renamed = (slash < 0 ? QString() : t.inner.left(slash + 1)) + name;
+            switch (KindOf(packer, t, refused)) {
+                case EntryKind::Folder:
+                    return packer.RenameFolder(t.inner, renamed);
+                case EntryKind::File:
+                    return packer.RenameFile(t.inner, renamed);
+                case EntryKind::Missing:
+                    return false;
+            }
+            return false;
+        });
 }
 
 int Delete(Args args) {
     if (!CheckRest(args, 1, 1, QStringLiteral("delete ARCHIVE/INNER")))
         return kUsage;
-    Target t;
-    if (!ResolveTarget(Absolute(args.Rest().at(0)), &t))
-        return kFailed;
-    if (t.inner.isEmpty()) {
-        PrintError(QStringLiteral("%1: name an entry inside the archive").arg(t.archive));
-        return kFailed;
-    }
-    Observer observer(OverwriteMode::Never);
-    CZipPacker packer;
-    packer.SetHandleDialogProgress(&observer);
-    if (!packer.OpenArchive(t.archive))
-        return Failed(packer, observer, t.archive);
-    bool done;
-    if (packer.FolderExists(t.inner)) {
-        done = packer.RemoveFolder(t.inner);
-    } else if (packer.FileExists(t.inner)) {
-        done = packer.RemoveFile(t.inner);
-    } else {
-        PrintError(QStringLiteral("%1/%2: no such entry in the archive").arg(t.archive, t.inner));
-        return kFailed;
-    }
-    if (!done || !packer.CloseArchive())
-        return Failed(packer, observer, t.archive);
-    return kOk;
+    return EditInside(args.Rest().at(0), "an entry",
+                      [](CZipPacker& packer, const Target& t, bool* refused) {
+                          switch (KindOf(packer, t, refused)) {
+                              case EntryKind::Folder:
+                                  return packer.RemoveFolder(t.inner);
+                              case EntryKind::File:
+                                  return packer.RemoveFile(t.inner);
+                              case EntryKind::Missing:
+                                  return false;
+                          }
+                          return false;
+                      });
 }
 
 int MakeFolder(Args args) {
     if (!CheckRest(args, 1, 1, QStringLiteral("mkdir ARCHIVE/INNER")))
         return kUsage;
-    Target t;
-    if (!ResolveTarget(Absolute(args.Rest().at(0)), &t))
-        return kFailed;
-    if (t.inner.isEmpty()) {
-        PrintError(QStringLiteral("%1: name the folder to make inside the archive").arg(t.archive));
-        return kFailed;
-    }
-    Observer observer(OverwriteMode::Never);
-    CZipPacker packer;
-    packer.SetHandleDialogProgress(&observer);
-    if (!packer.OpenArchive(t.archive) || !packer.CreateEmptyFolder(t.inner) ||
-        !packer.CloseArchive())
-        return Failed(packer, observer, t.archive);
-    return kOk;
+    return EditInside(args.Rest().at(0), "the folder to make",
+                      [](CZipPacker& packer, const Target& t, bool*) {
+                          return packer.CreateEmptyFolder(t.inner);
+                      });
 }
 
 }  // namespace cli

@@ -14,19 +14,7 @@ class CliReadTest : public QObject {
     QString m_zip;
 
     vzt::ToolResult Cli(const QStringList& args) {
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_CONFIG_HOME", m_dir.filePath("config"));
-        p.setProcessEnvironment(env);
-        p.setProcessChannelMode(QProcess::MergedChannels);
-        p.start(vzt::BinaryDir() + "/velazip-cli", args);
-        p.closeWriteChannel();
-        vzt::ToolResult r;
-        if (!p.waitForFinished(60000))
-            return r;
-        r.output = p.readAll();
-        r.exitCode = p.exitCode();
-        return r;
+        return vzt::RunCli(args, m_dir.filePath("config"));
     }
     QString Ini() const {
         return m_dir.filePath("config/Vela Systems/Vela-ZIP Archiver/velazip.ini");

@@ -12,19 +12,7 @@ class CliWriteTest : public QObject {
     QTemporaryDir m_dir;
 
     vzt::ToolResult Cli(const QStringList& args) {
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_CONFIG_HOME", m_dir.filePath("config"));
-        p.setProcessEnvironment(env);
-        p.setProcessChannelMode(QProcess::MergedChannels);
-        p.start(vzt::BinaryDir() + "/velazip-cli", args);
-        p.closeWriteChannel();
-        vzt::ToolResult r;
-        if (!p.waitForFinished(60000))
-            return r;
-        r.output = p.readAll();
-        r.exitCode = p.exitCode();
-        return r;
+        return vzt::RunCli(args, m_dir.filePath("config"));
     }
     QString Tested(const QString& archive, const QString& password = {}) {
         QStringList args{"t", "-bso0", archive};

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -31,6 +32,22 @@ ToolResult Run(const QString& program, const QStringList& args, const QString& w
     }
     r.output = p.readAll();
     r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    return r;
+}
+
+ToolResult RunCli(const QStringList& args, const QString& configHome) {
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
+    p.setProcessEnvironment(env);
+    p.setProcessChannelMode(QProcess::MergedChannels);
+    p.start(BinaryDir() + QStringLiteral("/velazip-cli"), args);
+    p.closeWriteChannel();
+    ToolResult r;
+    if (!p.waitForFinished(60000))
+        return r;
+    r.output = p.readAll();
+    r.exitCode = p.exitCode();
     return r;
 }
 

@@ -18,6 +18,8 @@ struct ToolResult {
 // Runs a program and waits for it (at most `timeoutMs`).
 ToolResult Run(const QString& program, const QStringList& args, const QString& workDir = {},
                int timeoutMs = 120000);
+// Runs the built velazip-cli with its settings under `configHome` (no terminal).
+ToolResult RunCli(const QStringList& args, const QString& configHome);
 // Runs "sh -c <command>" in `workDir`.
 ToolResult Shell(const QString& command, const QString& workDir = {}, int timeoutMs = 120000);
 bool HaveTool(const QString& program);

@@ -74,6 +74,35 @@ bool IsPasswordError(archive* a) {
     return e && (strcasestr(e, "passphrase") || strcasestr(e, "password"));
 }
 
+// The next header of a pass. A header that fails is passed over, a retry is retried, but
+// only so often in a row: a malformed archive can make libarchive report the same failure
+// for ever.
+class HeaderReader {
+public:
+    enum class Step { Entry, BadEntry, End, Fatal };
+    explicit HeaderReader(archive* a) : m_archive(a) {}
+    Step Next(archive_entry** header) {
+        for (;;) {
+            const int r = archive_read_next_header(m_archive, header);
+            if (r == ARCHIVE_EOF)
+                return Step::End;
+            if (r == ARCHIVE_RETRY && ++m_retries <= kMaxRetries)
+                continue;
+            if (r == ARCHIVE_FAILED && ++m_failures <= kMaxConsecutiveFailures)
+                return Step::BadEntry;
+            if (r != ARCHIVE_OK && r != ARCHIVE_WARN)
+                return Step::Fatal;
+            m_failures = m_retries = 0;
+            return Step::Entry;
+        }
+    }
+
+private:
+    archive* m_archive;
+    int m_failures = 0;
+    int m_retries = 0;
+};
+
 // Which entries an unpack takes and where below the destination each one goes.
 struct Selection {
     enum class Kind { Archive, Folder, File, Test } kind;
@@ -222,20 +251,17 @@ struct CArchiveUnpacker::Impl {
             level.info.sizeKnown = level.info.packedSizeKnown = true;
             entries.push_back(level);
         }
-        int failures = 0, retries = 0;
+        HeaderReader headers(a);
         for (;;) {
             archive_entry* h = nullptr;
-            const int r = archive_read_next_header(a, &h);
-            if (r == ARCHIVE_EOF)
+            const HeaderReader::Step step = headers.Next(&h);
+            if (step == HeaderReader::Step::End)
                 break;
-            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries)
+            if (step == HeaderReader::Step::BadEntry)
                 continue;
-            if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures)
-                continue;
-            if (r != ARCHIVE_OK && r != ARCHIVE_WARN)
+            if (step == HeaderReader::Step::Fatal)
                 return Fail(QStringLiteral("Cannot read the archive %1: %2.")
                                 .arg(Where(), LibarchiveError(a, "damaged archive")));
-            failures = retries = 0;
             ConvertedHeader c = ConvertHeader(h, *traits);
             if (IsStream() && !tarInside) {
                 // A plain compressed file: one entry named after the archive.
@@ -355,27 +381,25 @@ struct CArchiveUnpacker::Impl {
         const QHash<QString, ZipFacts> zipFacts = ExpectedZipFacts();
         ZipEntryData viaLibzip;
         QByteArray libzipBuffer;
-        int index = -1, failures = 0, retries = 0;
+        int index = -1;
         bool foundFile = false;
+        HeaderReader headers(a);
         for (;;) {
             archive_entry* h = nullptr;
-            const int r = archive_read_next_header(a, &h);
-            if (r == ARCHIVE_EOF)
+            const HeaderReader::Step step = headers.Next(&h);
+            if (step == HeaderReader::Step::End)
                 break;
-            if (r == ARCHIVE_RETRY && ++retries <= kMaxRetries)
-                continue;
-            if (r == ARCHIVE_FAILED && ++failures <= kMaxConsecutiveFailures) {
+            if (step == HeaderReader::Step::BadEntry) {
                 ++index;
                 Report(st, QStringLiteral("Cannot read an entry of %1: %2.")
                                .arg(Where(), LibarchiveError(a, "damaged header")));
                 continue;
             }
-            if (r != ARCHIVE_OK && r != ARCHIVE_WARN) {
+            if (step == HeaderReader::Step::Fatal) {
                 Report(st, QStringLiteral("Cannot read the archive %1: %2.")
                                .arg(Where(), LibarchiveError(a, "damaged archive")));
                 break;
             }
-            failures = retries = 0;
             ++index;
             if (index < st.resumeAt)
                 continue;

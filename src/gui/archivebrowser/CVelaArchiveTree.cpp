@@ -668,9 +668,12 @@ bool CVelaArchiveTree::RenameEntry(const QPersistentModelIndex& item, int mode,
             dialog.SetItem(path, ConfirmIcon::ExtensionOnly);
             const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
             dialog.SetDetails(lines.first, lines.second);
-            if (vz::ExecModal(dialog) != QDialog::Accepted) {
-                // Declined: the entry keeps its name and the edit ends here.
+            const int answer = vz::ExecModal(dialog);
+            if (answer != QDialog::Accepted) {
+                // The entry keeps its name. After "No" the user may type another name; a
+                // cancel ends the edit here.
                 packer.CloseArchive();
+                if (answer == CConfirmRename::kDeclined) StartLabelEdit(item, mode, oldInnerPath);
                 return false;
             }
         }

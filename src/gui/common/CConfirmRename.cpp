@@ -4,5 +4,5 @@ CConfirmRename::CConfirmRename(QWidget* parent) : CConfirmDialog(parent) {
     setObjectName(QStringLiteral("ConfirmRename"));
     setWindowTitle(QStringLiteral("Confirm File Rename"));
     AddButton(QStringLiteral("&Yes"), QDialog::Accepted);
-    AddButton(QStringLiteral("&No"), QDialog::Rejected);
+    AddButton(QStringLiteral("&No"), kDeclined);
 }

@@ -23,6 +23,7 @@
 #include "archivebrowser/CArchiveFileProperties.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CConfirmDialog.h"
+#include "common/CConfirmRename.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 
@@ -487,6 +488,9 @@ void TestArchiveEditing::renameAsksForReadOnlyAndSystemFiles_data() {
         << "ro.txt" << int(QDialog::Accepted)
         << "Are you sure you want to rename the read-only file 'ro.txt'\nto 'new.txt'?";
     QTest::newRow("read-only, no")
+        << "ro.txt" << int(CConfirmRename::kDeclined)
+        << "Are you sure you want to rename the read-only file 'ro.txt'\nto 'new.txt'?";
+    QTest::newRow("read-only, cancel")
         << "ro.txt" << int(QDialog::Rejected)
         << "Are you sure you want to rename the read-only file 'ro.txt'\nto 'new.txt'?";
     QTest::newRow("system and read-only")
@@ -526,10 +530,11 @@ void TestArchiveEditing::renameAsksForReadOnlyAndSystemFiles() {
         QCOMPARE(m_tree->TreeModel()->Label(item), QStringLiteral("new.txt"));
         ExpectArchiveTests(m_zip);
     } else {
-        // Declined: the old name stays and the editor does not come back.
+        // The old name stays; after "No" the editor comes back for another name, after a
+        // cancel it does not.
         QCOMPARE(vzt::ReadAll(m_zip), before);
         QCOMPARE(m_tree->TreeModel()->Label(item), inner);
-        QVERIFY(Editor() == nullptr);
+        QCOMPARE(Editor() != nullptr, answer == CConfirmRename::kDeclined);
     }
 }
 
