@@ -369,14 +369,9 @@ QModelIndex CVelaArchiveTree::ValidDropItem(const QModelIndex& item) {
     if (parts.innerPath.isEmpty()) {
         return item;
     }
-    // The entry is asked for by its own name, not by its whole inner path.
-    CZipUnpacker unpacker(QString{});
-    if (!unpacker.OpenArchive(parts.archivePath)) {
-        return {};
-    }
-    const bool folder = unpacker.IsFolder(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1));
-    unpacker.CloseArchive();
-    return folder ? item : QModelIndex();
+    // A folder at any depth of the archive takes drops, a file never. The listing that made
+    // the item knows which it is: no need to open the archive at every move of the cursor.
+    return TreeModel()->Kind(item) == kArchiveFolder ? item : QModelIndex();
 }
 
 bool CVelaArchiveTree::AcceptsDropsNow() {
@@ -673,7 +668,8 @@ bool CVelaArchiveTree::RenameEntry(const QPersistentModelIndex& item, int mode,
                 // The entry keeps its name. After "No" the user may type another name; a
                 // cancel ends the edit here.
                 packer.CloseArchive();
-                if (answer == CConfirmRename::kDeclined) StartLabelEdit(item, mode, oldInnerPath);
+                if (answer == CConfirmRename::kDeclined)
+                    StartLabelEdit(item, mode, oldInnerPath);
                 return false;
             }
         }

@@ -401,6 +401,7 @@ void TestArchiveTree::validDropItem_data() {
     QTest::newRow("the root folder") << "" << true;
     QTest::newRow("zip archive") << "a.zip" << true;
     QTest::newRow("top folder in zip") << "a.zip/top" << true;
+    QTest::newRow("nested folder in zip") << "a.zip/top/inner" << true;
     QTest::newRow("file in zip") << "a.zip/top/file.txt" << false;
     QTest::newRow("jar archive") << "b.jar" << true;
     QTest::newRow("tar archive") << "c.tar" << false;
@@ -412,7 +413,8 @@ void TestArchiveTree::validDropItem() {
     QFETCH(bool, valid);
     const QString scratch = m_dir.filePath(QStringLiteral("scratch"));
     QVERIFY(vzt::MakeTree(m_root, {{"folder/", {}}}));
-    QVERIFY(MakeZip(m_root + QStringLiteral("/a.zip"), {{"top/file.txt", "f"}}, scratch));
+    QVERIFY(MakeZip(m_root + QStringLiteral("/a.zip"),
+                    {{"top/file.txt", "f"}, {"top/inner/deep.txt", "d"}}, scratch));
     QVERIFY(QFile::copy(m_root + QStringLiteral("/a.zip"), m_root + QStringLiteral("/b.jar")));
     QVERIFY(
         vzt::Run(QStringLiteral("tar"),
