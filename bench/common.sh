@@ -8,9 +8,14 @@ mkdir -p "$BENCH_DATA"
 export XDG_CONFIG_HOME="$BENCH_DATA/config"
 
 build_release() {
-    cmake -S "$BENCH_ROOT" -B "$BENCH_ROOT/build-release" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-        -DVELAZIP_BUILD_TESTS=OFF "$@" >/dev/null
-    cmake --build "$BENCH_ROOT/build-release" -j2 >/dev/null
+    local log="$BENCH_DATA/build.log"
+    if ! { cmake -S "$BENCH_ROOT" -B "$BENCH_ROOT/build-release" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+               -DVELAZIP_BUILD_TESTS=OFF -DVELAZIP_BUILD_GUI=ON "$@" &&
+           cmake --build "$BENCH_ROOT/build-release" -j2; } >"$log" 2>&1; then
+        tail -n 30 "$log"
+        echo "the Release build failed (see $log)" >&2
+        exit 1
+    fi
     VZ="$BENCH_ROOT/build-release/velazip-cli"
 }
 
