@@ -63,7 +63,9 @@ public:
         return m_path;
     }
     const QByteArray& path() const { return m_path; }
-    void Forget() { m_path.clear(); }  // renamed into place or never created
+    // The destination itself, created by the copy: removed the same way unless kept.
+    void Adopt(const QByteArray& path) { m_path = path; }
+    void Forget() { m_path.clear(); }  // renamed into place, kept, or never created
 
 private:
     QByteArray m_folder;
@@ -299,7 +301,7 @@ CFileCopier::Step CFileCopier::CopyFolder(const QString& source, const QString& 
             type = S_ISDIR(st.st_mode) ? DT_DIR : DT_REG;
         }
         if (type != DT_DIR) {
-            if (CopyFile(from, to) == Step::Stop)
+            if (CopyFile(from, to, type == DT_REG) == Step::Stop)
                 return Step::Stop;
             continue;
         }
@@ -324,25 +326,55 @@ CFileCopier::Step CFileCopier::CopyFolder(const QString& source, const QString& 
     return Step::Done;
 }
 
-CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& destination) {
+CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& destination,
+                                        bool listedAsRegular) {
     const QString name = vz::platform::FileNameOf(destination);
     const QString destFolder = vz::platform::FolderOf(destination);
     const QByteArray sourceBytes = EncodePath(source);
     const QByteArray destBytes = EncodePath(destination);
     m_observer.Progress(0, name);
 
+    // A file that its folder lists as regular is opened at once (never waiting on a pipe that
+    // turns up instead); anything else is looked at first.
     struct stat src {};
-    if (lstat(sourceBytes.constData(), &src) != 0)
-        return Fail(CopyFailure::SourceMissing, source, errno);
-    if (!S_ISREG(src.st_mode) && !S_ISLNK(src.st_mode)) {
-        m_observer.Report(
-            QStringLiteral("%1 is not a regular file and was not copied.").arg(source));
-        ++m_result.filesSkipped;
-        return Step::Skipped;
+    CFd in;
+    if (listedAsRegular) {
+        in.Reset(open(sourceBytes.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (in.get() >= 0 && (fstat(in.get(), &src) != 0 || !S_ISREG(src.st_mode)))
+            in.Reset();
+        if (in.get() < 0 && errno == ENOENT)
+            return Fail(CopyFailure::SourceMissing, source, errno);
+    }
+    if (in.get() < 0) {
+        if (lstat(sourceBytes.constData(), &src) != 0)
+            return Fail(CopyFailure::SourceMissing, source, errno);
+        if (!S_ISREG(src.st_mode) && !S_ISLNK(src.st_mode)) {
+            m_observer.Report(
+                QStringLiteral("%1 is not a regular file and was not copied.").arg(source));
+            ++m_result.filesSkipped;
+            return Step::Skipped;
+        }
+    }
+
+    // A new file is written under its own name (removed again unless the copy completes);
+    // a file that exists is asked about and replaced through a temporary name, so that it
+    // stays as it was until its new copy is whole.
+    CTempName temp(EncodePath(destFolder));
+    CFd out;
+    bool inPlace = false;
+    if (S_ISREG(src.st_mode)) {
+        out.Reset(open(destBytes.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                       S_IRUSR | S_IWUSR));
+        if (out.get() >= 0) {
+            inPlace = true;
+            temp.Adopt(destBytes);
+        } else if (errno != EEXIST) {
+            return Fail(WriteFailureFor(errno), destFolder, errno);
+        }
     }
 
     struct stat dest {};
-    if (lstat(destBytes.constData(), &dest) == 0) {
+    if (!inPlace && lstat(destBytes.constData(), &dest) == 0) {
         if (SameItem(src, dest))
             return Fail(CopyFailure::SameAsSource, source, 0);
         if (S_ISDIR(dest.st_mode))
@@ -367,7 +399,6 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         }
     }
 
-    CTempName temp(EncodePath(destFolder));
     if (S_ISLNK(src.st_mode)) {
         // A link is copied as a link: its text, not what it leads to.
         std::vector<char> target(static_cast<size_t>(src.st_size > 0 ? src.st_size : 255) + 1);
@@ -383,7 +414,8 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
             return Fail(WriteFailureFor(error), destFolder, error);
         }
     } else {
-        CFd in(open(sourceBytes.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (in.get() < 0)
+            in.Reset(open(sourceBytes.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
         if (in.get() < 0) {
             return Fail(
                 errno == ENOENT ? CopyFailure::SourceMissing : CopyFailure::SourceUnreadable,
@@ -393,16 +425,17 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         if (fstat(in.get(), &st) != 0)
             return Fail(CopyFailure::SourceUnreadable, source, errno);
 
-        CFd out;
-        int error = EEXIST;
-        for (int attempt = 0; attempt < 100 && error == EEXIST; ++attempt) {
-            out.Reset(open(temp.Next().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                           S_IRUSR | S_IWUSR));
-            error = out.get() < 0 ? errno : 0;
-        }
-        if (error) {
-            temp.Forget();
-            return Fail(WriteFailureFor(error), destFolder, error);
+        if (!inPlace) {
+            int error = EEXIST;
+            for (int attempt = 0; attempt < 100 && error == EEXIST; ++attempt) {
+                out.Reset(open(temp.Next().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                               S_IRUSR | S_IWUSR));
+                error = out.get() < 0 ? errno : 0;
+            }
+            if (error) {
+                temp.Forget();
+                return Fail(WriteFailureFor(error), destFolder, error);
+            }
         }
 
         const quint64 total = static_cast<quint64>(st.st_size);
@@ -467,7 +500,7 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
     }
 
     // Only a complete copy replaces what was there.
-    if (rename(temp.path().constData(), destBytes.constData()) != 0)
+    if (!inPlace && rename(temp.path().constData(), destBytes.constData()) != 0)
         return Fail(WriteFailureFor(errno), destination, errno);
     temp.Forget();
     m_observer.Progress(100, name);

@@ -88,7 +88,8 @@ public:
 private:
     enum class Step { Done, Skipped, Stop };
     Step CopyFolder(const QString& source, const QString& destination);
-    Step CopyFile(const QString& source, const QString& destination);
+    // `listedAsRegular`: the folder listing says the source is a regular file.
+    Step CopyFile(const QString& source, const QString& destination, bool listedAsRegular = false);
     Step Fail(CopyFailure failure, const QString& path, int error);
     Step Cancel();
     void Added(const QString& path);
