@@ -459,6 +459,24 @@ void TestFileOperations::revealRulesWithoutEachItem() {
     QCOMPARE(m_tree->PathOfItem(m_tree->currentIndex()), target + QStringLiteral("/one.txt"));
     QCOMPARE(Labels(m_tree->TreeModel(), Select(target)),
              (QStringList{"folder", "by-hand.txt", "one.txt"}));
+
+    // The folder copied again, with more in it, into the open copy: every new item shows,
+    // not just the last one, and the open folders stay open.
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex folder = model->FindChild(Select(target), QStringLiteral("folder"));
+    const QModelIndex sub = model->FindChild(folder, QStringLiteral("sub"));
+    QVERIFY(m_tree->isExpanded(folder));
+    QVERIFY(m_tree->isExpanded(sub));
+    QVERIFY(vzt::MakeTree(m_root + QStringLiteral("/source/folder"),
+                          {{"extra.txt", "e"}, {"sub/more.txt", "m"}}));
+    QVERIFY(Drop(m_root + QStringLiteral("/source/folder"), target));  // x.txt: replaced
+    QCOMPARE(m_tree->PathOfItem(m_tree->currentIndex()), flags.lastAddedPath);
+    const QModelIndex folderAgain = model->FindChild(Select(target), QStringLiteral("folder"));
+    const QModelIndex subAgain = model->FindChild(folderAgain, QStringLiteral("sub"));
+    QVERIFY(m_tree->isExpanded(folderAgain));
+    QVERIFY(m_tree->isExpanded(subAgain));
+    QCOMPARE(Labels(model, folderAgain), (QStringList{"sub", "extra.txt"}));
+    QCOMPARE(Labels(model, subAgain), (QStringList{"more.txt", "x.txt"}));
 }
 
 // ---- Rename ----

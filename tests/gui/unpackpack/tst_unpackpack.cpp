@@ -341,27 +341,58 @@ void TestUnpackPack::unpackBySettings() {
 
 void TestUnpackPack::unpackRevealsTheItems_data() {
     QTest::addColumn<bool>("eachItem");
-    QTest::newRow("with each item") << true;
-    QTest::newRow("once at the end") << false;
+    QTest::addColumn<bool>("targetOpen");
+    QTest::newRow("with each item, target collapsed") << true << false;
+    QTest::newRow("with each item, target expanded") << true << true;
+    QTest::newRow("once at the end, target collapsed") << false << false;
+    QTest::newRow("once at the end, target expanded") << false << true;
 }
 
 void TestUnpackPack::unpackRevealsTheItems() {
     QFETCH(bool, eachItem);
+    QFETCH(bool, targetOpen);
     const QString zip = m_root + "/archives/x.zip";
     QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
     const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
+    // The archive writes into a folder that is there already, and beside one.
+    QVERIFY(vzt::MakeTree(target, {{"a/old.txt", "old"}, {"keep/inner.txt", "in"}}));
     m_settings.RefreshFileBrowserTreeWithAddingOfEachItem = eachItem;
     Show();
-    QVERIFY(FileItem(target).isValid());
-    m_files->collapse(FileItem(target));
+    CVelaTreeModel* model = m_files->TreeModel();
+    const QPersistentModelIndex targetItem = FileItem(target);
+    QVERIFY(targetItem.isValid());
+    if (targetOpen) {
+        m_files->expand(targetItem);
+        m_files->expand(model->FindChild(targetItem, "a"));
+        m_files->expand(model->FindChild(targetItem, "keep"));
+    } else {
+        m_files->collapse(targetItem);
+    }
 
-    QVERIFY(DragToFiles(zip + "/a", target));
-    // The last item written is selected; the folders on the way are shown.
-    QTRY_VERIFY(m_files->PathOfItem(m_files->currentIndex()).startsWith(target + "/a/"));
-    const QModelIndex b = m_files->TreeModel()->FindChild(
-        m_files->TreeModel()->FindChild(FileItem(target), "a"), "b");
-    QVERIFY(b.isValid());
+    QVERIFY(DragToFiles(zip, target));
+    // Every item written shows, the last one selected.
+    const QString last = CVelaZipApp::Flags().lastAddedPath;
+    QVERIFY(last.startsWith(target + '/'));
+    QTRY_COMPARE(m_files->PathOfItem(m_files->currentIndex()), last);
+    auto labels = [model](const QModelIndex& parent) {
+        QStringList found;
+        for (int row = 0; row < model->rowCount(parent); ++row) {
+            found << model->Label(model->index(row, 0, parent));
+        }
+        return found;
+    };
+    QCOMPARE(labels(targetItem), (QStringList{"a", "keep", "top.txt"}));
+    const QModelIndex a = model->FindChild(targetItem, "a");
+    if (m_files->isExpanded(a)) {
+        QCOMPARE(labels(a), (QStringList{"b", "d.txt", "old.txt"}));
+    }
+    // What was open stays open.
+    if (targetOpen) {
+        QVERIFY(m_files->isExpanded(a));
+        const QModelIndex keep = model->FindChild(targetItem, "keep");
+        QVERIFY(m_files->isExpanded(keep));
+        QCOMPARE(labels(keep), QStringList{"inner.txt"});
+    }
     QVERIFY(!CVelaZipApp::Flags().refreshNow);
 }
 
