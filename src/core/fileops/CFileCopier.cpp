@@ -251,10 +251,13 @@ CopyResult CFileCopier::CopyInto(const QString& source, const QString& targetFol
         }
         if (!S_ISDIR(dest.st_mode)) {
             Fail(CopyFailure::TargetNotFolder, destination, 0);
+            m_result.destinationNotMade = true;
             return m_result;
         }
     } else if (mkdir(destBytes.constData(), S_IRWXU) != 0) {
-        Fail(WriteFailureFor(errno), targetFolder, errno);
+        const int error = errno;
+        Fail(WriteFailureFor(error), targetFolder, error);
+        m_result.destinationNotMade = true;
         return m_result;
     } else {
         created = true;

@@ -60,6 +60,9 @@ struct CopyResult {
     CopyFailure failure = CopyFailure::None;
     QString path;         // the item that failed
     int systemError = 0;  // errno of the failure, 0 when none
+    // The folder that takes a copied folder (target + its name) could not be made: nothing
+    // was copied.
+    bool destinationNotMade = false;
     int filesCopied = 0;
     int filesSkipped = 0;  // answered "No"
 

@@ -586,11 +586,16 @@ bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
         }
     }
     FlushReveal();
-    if (result.outcome == CopyOutcome::Failed) {
-        vz::ShowError(this,
-                      isFolder ? QStringLiteral("Error Copying Folder")
-                               : QStringLiteral("Error Copying File"),
-                      DescribeCopyFailure(result));
+    // A folder whose own folder cannot be made in the target ends without a message; any
+    // other failure is one box naming the dropped item.
+    if (result.outcome == CopyOutcome::Failed && !result.destinationNotMade) {
+        if (isFolder) {
+            vz::ShowError(this, QStringLiteral("Error Copying Folder"),
+                          QStringLiteral("Cannot copy the folder %1.").arg(path));
+        } else {
+            vz::ShowError(this, QStringLiteral("Error Copying File"),
+                          QStringLiteral("Cannot copy the file %1.").arg(path));
+        }
     }
     return result.Ok();
 }

@@ -399,6 +399,8 @@ private slots:
             QCOMPARE(r.outcome, CopyOutcome::Failed);
             QCOMPARE(r.failure, CopyFailure::TargetReadOnly);
             QCOMPARE(r.path, target);
+            // A folder fails where its own folder is to be made; a file where it is written.
+            QCOMPARE(r.destinationNotMade, QLatin1String(item) != QLatin1String("/src/a.txt"));
             QVERIFY(DescribeCopyFailure(r).contains(QLatin1String("read-only")));
         }
         QCOMPARE(vzt::ListTree(target), QStringList());
