@@ -148,6 +148,8 @@ private slots:
     void confirmReplace();
     void nameAndLevelDialog_data();
     void nameAndLevelDialog();
+    void typedArchiveNames_data();
+    void typedArchiveNames();
     void passwordMismatchKeepsTheDialog();
     void encryptionFromTheDialog_data();
     void encryptionFromTheDialog();
@@ -912,6 +914,65 @@ void TestUnpackPack::nameAndLevelDialog() {
     QCOMPARE(ZipContents(zip, m_root + "/check"), (Tree{{"report.txt", "the report"}}));
     const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
     QVERIFY2(listing.contains("Method = " + listedMethod), qPrintable(listing));
+}
+
+void TestUnpackPack::typedArchiveNames_data() {
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("refusal");  // empty: taken
+    QTest::addColumn<QString>("archive");  // what is made in the target folder
+    const QString empty = QStringLiteral("You must specify a file name.");
+    const QString chars = QStringLiteral(
+        "A file name cannot contain any of the following characters:\n\\ / : * ? \" < > |");
+    QTest::newRow("a folder on the way") << "a/b" << chars << "fixed.zip";
+    QTest::newRow("up and out") << "../../x" << chars << "fixed.zip";
+    QTest::newRow("backslash") << "a\\b" << chars << "fixed.zip";
+    QTest::newRow("colon") << "x:y" << chars << "fixed.zip";
+    QTest::newRow("empty") << "" << empty << "fixed.zip";
+    QTest::newRow("blanks") << "   " << empty << "fixed.zip";
+    QTest::newRow("dot") << "." << empty << "fixed.zip";
+    QTest::newRow("dot dot") << " .. " << empty << "fixed.zip";
+    QTest::newRow("trimmed, extension cut") << "  my report.txt "
+                                            << ""
+                                            << "my report.zip";
+}
+
+void TestUnpackPack::typedArchiveNames() {
+    QFETCH(QString, typed);
+    QFETCH(QString, refusal);
+    QFETCH(QString, archive);
+    m_settings.AskBeforeCreation = true;
+    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
+    QVERIFY(QDir().mkpath(m_root + "/archives/target"));
+    bool stayedOpen = false;
+    m_answer = [&](QDialog& dialog) {
+        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
+        d->NameEdit()->setText(typed);
+        dialog.setResult(-1);
+        d->OkButton()->click();
+        stayedOpen = dialog.result() == -1;
+        if (stayedOpen) {
+            d->NameEdit()->setText("fixed");
+            d->OkButton()->click();
+        }
+        return dialog.result();
+    };
+    Show();
+
+    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives/target"));
+    QCOMPARE(stayedOpen, !refusal.isEmpty());
+    if (refusal.isEmpty()) {
+        QVERIFY(m_boxes.isEmpty());
+    } else {
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
+        QCOMPARE(m_boxes[0].text, refusal);
+        QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    }
+    // The archive is made in the target folder and nowhere else.
+    QCOMPARE(vzt::ListTree(m_root + "/archives"), (QStringList{"target/", "target/" + archive}));
+    QCOMPARE(ZipContents(m_root + "/archives/target/" + archive, m_root + "/check"),
+             (Tree{{"report.txt", "the report"}}));
+    QCOMPARE(QDir(m_root).entryList(QDir::Files | QDir::Hidden), QStringList());
 }
 
 void TestUnpackPack::passwordMismatchKeepsTheDialog() {
