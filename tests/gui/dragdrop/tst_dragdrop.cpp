@@ -271,43 +271,64 @@ void TestDragDrop::fileListsFromOtherApplications_data() {
     QTest::addColumn<bool>("toArchive");
     QTest::addColumn<bool>("setting");
     QTest::addColumn<bool>("internal");
+    QTest::addColumn<QString>("list");  // "file", "web", "web+file", or "late": made at the drop
     QTest::addColumn<bool>("taken");
-    QTest::newRow("File Browser, setting on") << false << true << false << true;
-    QTest::newRow("File Browser, setting off") << false << false << false << true;
-    QTest::newRow("Archive Browser, setting on") << true << true << false << true;
-    QTest::newRow("Archive Browser, setting off") << true << false << false << false;
-    QTest::newRow("from the File Browser, setting off") << true << false << true << true;
+    QTest::newRow("File Browser, setting on") << false << true << false << "file" << true;
+    QTest::newRow("File Browser, setting off") << false << false << false << "file" << true;
+    QTest::newRow("Archive Browser, setting on") << true << true << false << "file" << true;
+    QTest::newRow("Archive Browser, setting off") << true << false << false << "file" << false;
+    QTest::newRow("from the File Browser, setting off") << true << false << true << "file" << true;
+    QTest::newRow("File Browser, web addresses only") << false << true << false << "web" << false;
+    QTest::newRow("Archive Browser, web addresses only") << true << true << false << "web" << false;
+    QTest::newRow("File Browser, a web address and a file")
+        << false << true << false << "web+file" << true;
+    QTest::newRow("File Browser, a list made at the drop")
+        << false << true << false << "late" << true;
 }
 
 void TestDragDrop::fileListsFromOtherApplications() {
     QFETCH(bool, toArchive);
     QFETCH(bool, setting);
     QFETCH(bool, internal);
+    QFETCH(QString, list);
     QFETCH(bool, taken);
     const QString zip = m_root + "/archives/x.zip";
     QVERIFY(MakeZip(zip, {{"top.txt", "top"}}, m_root + "/s"));
     QVERIFY(vzt::MakeTree(m_root + "/files", {{"out/", {}}, {"new.txt", "new"}}));
     m_settings.EnableDraggingToArchiveFromOtherApplications = setting;
     Show();
-    const auto list = UriList({m_root + "/files/new.txt"});
+    auto data = std::make_unique<QMimeData>();
+    QList<QUrl> urls;
+    if (list.startsWith("web")) {
+        urls << QUrl("http://example.com/new.txt");
+    }
+    if (list.endsWith("file")) {
+        urls << QUrl::fromLocalFile(m_root + "/files/new.txt");
+    }
+    data->setUrls(urls);
+    if (list == "late") {
+        data->setData("text/uri-list", QByteArray());  // offered, but empty until the drop
+    }
     if (internal) {
         StartInternalDrag(m_files, FileItem(m_root + "/files/new.txt"));
     }
 
     CVelaDragDropTree* tree = toArchive ? static_cast<CVelaDragDropTree*>(m_archive) : m_files;
     const QModelIndex target = toArchive ? ArchiveItem(zip) : FileItem(m_root + "/files/out");
-    QCOMPARE(SendDrop(tree, target, list.get()), taken ? Qt::CopyAction : Qt::IgnoreAction);
+    QCOMPARE(SendDrop(tree, target, data.get()), taken ? Qt::CopyAction : Qt::IgnoreAction);
     if (internal) {
         EndInternalDrag(m_files);
     }
     // Even a drop that comes anyway is not taken.
-    tree->DropTarget()->DragEnter(tree->visualRect(target).center(), list.get());
-    tree->DropTarget()->Drop(list.get(), Qt::CopyAction);
+    tree->DropTarget()->DragEnter(tree->visualRect(target).center(), data.get());
+    tree->DropTarget()->Drop(data.get(), Qt::CopyAction);
 
+    const bool copied = taken && list.endsWith("file");
     if (toArchive) {
-        QCOMPARE(ZipNames(zip).contains("new.txt"), taken);
+        QCOMPARE(ZipNames(zip).contains("new.txt"), copied);
     } else {
-        QCOMPARE(vzt::ReadAll(m_root + "/files/out/new.txt"), QByteArray("new"));
+        QCOMPARE(vzt::ListTree(m_root + "/files/out"),
+                 copied ? QStringList{"new.txt"} : QStringList());
     }
     QVERIFY(m_boxes.isEmpty());
 }
@@ -424,8 +445,13 @@ void TestDragDrop::highlightAndHoverExpansion() {
     QCOMPARE(drop->HoverItem(), other);
     drop->DragOver(m_files->visualRect(closed).center(), list.get());
     QCOMPARE(drop->HoverItem(), closed);
-    // Resting there for two seconds expands it.
-    QTRY_VERIFY_WITH_TIMEOUT(m_files->isExpanded(closed), 5000);
+    // Resting there for two seconds expands it: the timer started is the two-second one,
+    // and its running out expands the folder.
+    QVERIFY(drop->HoverTimerActive());
+    QCOMPARE(drop->HoverTimerInterval(), 2000);
+    QVERIFY(!m_files->isExpanded(closed));
+    drop->HoverTimeout();
+    QVERIFY(m_files->isExpanded(closed));
     QVERIFY(m_files->TreeModel()->FindChild(closed, "inner").isValid());
 
     drop->DragLeave();
