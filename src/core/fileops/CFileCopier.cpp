@@ -251,10 +251,13 @@ CopyResult CFileCopier::CopyInto(const QString& source, const QString& targetFol
         }
         if (!S_ISDIR(dest.st_mode)) {
             Fail(CopyFailure::TargetNotFolder, destination, 0);
+            m_result.destinationNotMade = true;
             return m_result;
         }
     } else if (mkdir(destBytes.constData(), S_IRWXU) != 0) {
-        Fail(WriteFailureFor(errno), targetFolder, errno);
+        const int error = errno;
+        Fail(WriteFailureFor(error), targetFolder, error);
+        m_result.destinationNotMade = true;
         return m_result;
     } else {
         created = true;
@@ -298,7 +301,8 @@ CFileCopier::Step CFileCopier::CopyFolder(const QString& source, const QString& 
         if (type == DT_DIR || type == DT_UNKNOWN) {
             if (lstat(EncodePath(from).constData(), &st) != 0)
                 return Fail(CopyFailure::SourceMissing, from, errno);
-            type = S_ISDIR(st.st_mode) ? DT_DIR : DT_REG;
+            // Only a regular file counts as listed as one; anything else is looked at again.
+            type = S_ISDIR(st.st_mode) ? DT_DIR : S_ISREG(st.st_mode) ? DT_REG : DT_UNKNOWN;
         }
         if (type != DT_DIR) {
             if (CopyFile(from, to, type == DT_REG) == Step::Stop)
@@ -340,10 +344,19 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
     CFd in;
     if (listedAsRegular) {
         in.Reset(open(sourceBytes.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-        if (in.get() >= 0 && (fstat(in.get(), &src) != 0 || !S_ISREG(src.st_mode)))
-            in.Reset();
-        if (in.get() < 0 && errno == ENOENT)
-            return Fail(CopyFailure::SourceMissing, source, errno);
+        const int openError = in.get() < 0 ? errno : 0;
+        if (openError == ENOENT)
+            return Fail(CopyFailure::SourceMissing, source, openError);
+        if (in.get() >= 0) {
+            if (fstat(in.get(), &src) != 0 || !S_ISREG(src.st_mode)) {
+                in.Reset();  // not what the listing said: looked at below
+            } else {
+                // Non-blocking was only for the open; the copy reads with ordinary waits.
+                const int fl = fcntl(in.get(), F_GETFL);
+                if (fl == -1 || fcntl(in.get(), F_SETFL, fl & ~O_NONBLOCK) == -1)
+                    in.Reset();  // opened again, blocking, below
+            }
+        }
     }
     if (in.get() < 0) {
         if (lstat(sourceBytes.constData(), &src) != 0)

@@ -1,12 +1,15 @@
 #pragma once
 // Copying files and folders into a folder of the File Browser.
 //
-// Every drop onto the File Browser copies (there is no move). A file is written under a
-// temporary name beside its destination and renamed over it only when complete, so a
-// cancelled or failed file leaves no partial destination and a replaced file stays as it
-// was until its new copy is whole. Permissions and the modification time are kept;
-// symbolic links are copied as links. Progress and Stop go through an IOperationObserver;
-// every folder created and file copied is told to an IItemListener.
+// Every drop onto the File Browser copies (there is no move). A new file is written under
+// its own name and removed again when its copy fails or is cancelled. A file that replaces
+// an existing one is written under a temporary name beside it and renamed over it only when
+// complete, so the old file stays as it was until its new copy is whole. The trade-off: a
+// crash (not a failure or a Stop) in the middle of a new file leaves that file truncated
+// under its real name. Permissions and the modification time are kept; symbolic links are
+// copied as links; pipes, sockets and devices are skipped and reported. Progress and Stop
+// go through an IOperationObserver; every folder created and file copied is told to an
+// IItemListener.
 
 #include <QString>
 #include <QStringList>
@@ -57,6 +60,9 @@ struct CopyResult {
     CopyFailure failure = CopyFailure::None;
     QString path;         // the item that failed
     int systemError = 0;  // errno of the failure, 0 when none
+    // The folder that takes a copied folder (target + its name) could not be made: nothing
+    // was copied.
+    bool destinationNotMade = false;
     int filesCopied = 0;
     int filesSkipped = 0;  // answered "No"
 

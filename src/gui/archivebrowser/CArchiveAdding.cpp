@@ -104,13 +104,11 @@ bool CArchiveAdding::AddToArchive(const QString& sourcePath, bool sourceIsFolder
         }
         return false;
     }
-    bool cancelled = false;
-    const bool added = RunAdd(packer, sourcePath, sourceIsFolder, innerFolder, &cancelled);
+    const bool added = RunAdd(packer, sourcePath, sourceIsFolder, innerFolder);
     packer.CloseArchive();
+    // A failure inside the add ends it without a further message.
     if (added) {
         m_tree->RelistAfterAdd(target);
-    } else if (!cancelled) {
-        vz::ShowError(m_tree, QStringLiteral("Error Adding to Archive"), packer.LastError());
     }
     return added;
 }
@@ -149,22 +147,15 @@ bool CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
     flags.creatingArchive = true;
     const bool created = packer.CreateArchive(path);
     flags.creatingArchive = false;
-    const auto cannotCreate = [&] {
+    if (!created) {
         vz::ShowError(m_tree, QStringLiteral("Error Creating Archive"),
                       QStringLiteral("Cannot create the archive %1.").arg(path));
-    };
-    if (!created) {
-        cannotCreate();
         return false;
     }
-    bool cancelled = false;
-    const bool added = RunAdd(packer, sourcePath, sourceIsFolder, QString(), &cancelled);
-    if (!added) {
-        // Nothing was written: no empty archive is left, and a file it was to replace stays.
+    if (!RunAdd(packer, sourcePath, sourceIsFolder, QString())) {
+        // A failure inside the add ends it without a further message. Nothing was written:
+        // no empty archive is left, and a file it was to replace stays.
         packer.AbandonArchive();
-        if (!cancelled) {
-            cannotCreate();
-        }
         return false;
     }
     packer.CloseArchive();
@@ -174,7 +165,7 @@ bool CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
 }
 
 bool CArchiveAdding::RunAdd(CZipPacker& packer, const QString& sourcePath, bool sourceIsFolder,
-                            const QString& innerFolder, bool* cancelled) {
+                            const QString& innerFolder) {
     CPackProgress progress(m_tree);
     progress.show();
     CProgressObserver observer(&progress, QStringLiteral("Interrupt the pack?"), m_tree);
@@ -195,7 +186,6 @@ bool CArchiveAdding::RunAdd(CZipPacker& packer, const QString& sourcePath, bool 
     }
     flags.busyPacking = false;
     emit m_tree->OperationFinished();
-    *cancelled = packer.WasCancelled() || observer.Cancelled();
     progress.hide();
     packer.SetHandleDialogProgress(nullptr);
     return added;

@@ -38,9 +38,10 @@ private:
                       const QString& innerFolder, const QModelIndex& target, bool showOpenError);
     bool CreateArchive(const QString& sourcePath, bool sourceIsFolder, const QString& folder,
                        const QModelIndex& target);
-    // One add call under the progress dialog; the failure text has been shown when false.
+    // One add call under the progress dialog; false when it failed or was stopped (no
+    // message either way).
     bool RunAdd(CZipPacker& packer, const QString& sourcePath, bool sourceIsFolder,
-                const QString& innerFolder, bool* cancelled);
+                const QString& innerFolder);
 
     CVelaArchiveTree* m_tree;
     QString m_createdArchive;

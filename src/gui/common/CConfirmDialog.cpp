@@ -16,10 +16,8 @@ constexpr int kIconSize = 32;
 QIcon ConfirmIconFor(const QString& path, ConfirmIcon source) {
     switch (source) {
         case ConfirmIcon::RealFile:
-            if (vz::platform::ReadFacts(path).isFolder) {
-                return CItemIcons::FolderIcon();
-            }
-            return CItemIcons::IconForName(vz::platform::FileNameOf(path));
+            // The icon the desktop gives the file itself.
+            return CItemIcons::IconForPath(path);
         case ConfirmIcon::ExtensionOnly:
             return CItemIcons::IconForName(vz::platform::FileNameOf(path));
         case ConfirmIcon::Folder:

@@ -11,6 +11,26 @@
 
 #include "app/CVelaZipApp.h"
 #include "common/MessageBox.h"
+#include "common/Texts.h"
+#include "fileops/FileRename.h"
+
+namespace {
+
+// Why a typed archive name is refused, or empty when it is taken.
+QString NameRefusal(const QString& typed) {
+    const QString name = vz::TrimName(typed);
+    // "." and ".." name folders, never an archive.
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
+        return vz::fileops::RenameRefusalText(vz::fileops::RenameVerdict::EmptyName, false);
+    }
+    if (vz::HasForbiddenNameChar(name)) {
+        return vz::fileops::RenameRefusalText(vz::fileops::RenameVerdict::ForbiddenCharacter,
+                                              false);
+    }
+    return QString();
+}
+
+}  // namespace
 
 CNameAndLevel::CNameAndLevel(QWidget* parent)
     : QDialog(parent),
@@ -103,6 +123,15 @@ vz::pack::PackChoice CNameAndLevel::Choice() const {
 }
 
 void CNameAndLevel::accept() {
+    if (m_name->isEnabled()) {
+        const QString refusal = NameRefusal(m_name->text());
+        if (!refusal.isEmpty()) {
+            vz::ShowError(this, QString::fromLatin1(CVelaZipApp::kProductName), refusal);
+            m_name->setFocus();
+            m_name->selectAll();
+            return;
+        }
+    }
     if (vz::pack::CheckPasswords(m_setPassword->isChecked(), m_password->text(),
                                  m_confirm->text()) == vz::pack::PasswordVerdict::Mismatch) {
         vz::ShowError(this, QString::fromLatin1(CVelaZipApp::kProductName),

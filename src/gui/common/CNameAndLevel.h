@@ -2,8 +2,10 @@
 // "Name and Compression Settings": asked before items are packed when the settings leave
 // the archive name, the compression method or level, or the encryption method to be asked.
 // Each of those controls can be changed only when its value is asked; the password fields
-// only while "Set password" is checked. OK checks that the two passwords are equal ("Password
-// does not match the confirm password.") and keeps the dialog open when they are not.
+// only while "Set password" is checked. OK checks the typed archive name like any name a
+// user types (trimmed; not empty, "." or "..", none of the nine characters \ / : * ? " < > |)
+// while it may be typed, and that the two passwords are equal ("Password does not match the
+// confirm password."), and keeps the dialog open when either is refused.
 
 #include <QDialog>
 

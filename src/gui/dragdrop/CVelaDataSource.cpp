@@ -1,13 +1,10 @@
 #include "dragdrop/CVelaDataSource.h"
 
-#include <QCursor>
-#include <QGuiApplication>
 #include <QUrl>
 #include <utility>
 
 #include "app/CVelaZipApp.h"
 #include "dragdrop/CVelaDragDropTree.h"
-#include "dragdrop/CVelaDropSource.h"
 #include "settings/CSettingsRecord.h"
 
 namespace {
@@ -35,8 +32,10 @@ bool CVelaDataSource::RenderingAllowed() const {
         return false;
     }
     if (m_tree->DragInProgress() == -1) {
-        // Asked while the drag loop still runs: only a released button makes it a drop.
-        m_tree->DropSource()->QueryContinue(false, QGuiApplication::mouseButtons(), QCursor::pos());
+        // Asked while the drag still runs: a program the drag passes over looks at the data
+        // (the pointer buttons cannot tell, a drag hides them). A drop ends the drag before
+        // the program it landed on asks.
+        return false;
     }
     const CAppFlags& flags = CVelaZipApp::Flags();
     return flags.outsideMainWindow && flags.droppedOutside;

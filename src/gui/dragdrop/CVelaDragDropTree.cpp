@@ -217,7 +217,7 @@ bool CVelaDragDropTree::BeginDrag(const QModelIndex& item) {
     drag->setDragCursor(vz::dragdrop::NoDropCursor(), Qt::IgnoreAction);
     m_dropSource->Follow();
     drag->exec(Qt::CopyAction, Qt::CopyAction);
-    m_dropSource->Released(QCursor::pos());
+    m_dropSource->Released();
 
     SetDragInProgress(false);
     if (flags.dragSource == this) {

@@ -1,35 +1,76 @@
 #include "dragdrop/CVelaDropSource.h"
 
-#include <QCursor>
+#include <QApplication>
+#include <QEvent>
+#include <QWindow>
 
 #include "app/CVelaZipApp.h"
 #include "dragdrop/CVelaDragDropTree.h"
 
-CVelaDropSource::CVelaDropSource(CVelaDragDropTree* tree) : m_tree(tree) {
-    m_follow.setInterval(kFollowIntervalMs);
-    connect(&m_follow, &QTimer::timeout, this, [this] { GiveFeedback(QCursor::pos()); });
+CVelaDropSource::CVelaDropSource(CVelaDragDropTree* tree) : m_tree(tree) {}
+
+CVelaDropSource::~CVelaDropSource() {
+    if (m_following) {
+        qApp->removeEventFilter(this);
+    }
 }
 
-QRect CVelaDropSource::MainWindowRect() const {
-    const QWidget* window = m_tree->window();
-    return window->frameGeometry().adjusted(1, 1, -1, -1);
+bool CVelaDropSource::IsMainWindow(const QWindow* window) const {
+    if (window == nullptr) {
+        return false;
+    }
+    // The main window is the top of the tree's chain of windows.
+    const QWidget* main = m_tree->window();
+    while (main->parentWidget() != nullptr) {
+        main = main->parentWidget()->window();
+    }
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (top->windowHandle() != window) {
+            continue;
+        }
+        for (const QWidget* w = top; w != nullptr;
+             w = w->parentWidget() != nullptr ? w->parentWidget()->window() : nullptr) {
+            if (w == main) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
 
-void CVelaDropSource::GiveFeedback(const QPoint& globalPos) {
-    CVelaZipApp::Flags().outsideMainWindow = !MainWindowRect().contains(globalPos);
+bool CVelaDropSource::eventFilter(QObject* watched, QEvent* event) {
+    // The events that the platform gives a window (before the window hands them on to the
+    // widget under the drag): they say when the drag enters, leaves or is dropped on it.
+    const QEvent::Type type = event->type();
+    if ((type == QEvent::DragEnter || type == QEvent::DragLeave || type == QEvent::Drop) &&
+        watched->isWindowType() && IsMainWindow(static_cast<QWindow*>(watched))) {
+        CAppFlags& flags = CVelaZipApp::Flags();
+        switch (type) {
+            case QEvent::DragEnter:
+                flags.outsideMainWindow = false;
+                break;
+            case QEvent::DragLeave:
+                flags.outsideMainWindow = true;
+                break;
+            default:
+                flags.outsideMainWindow = false;
+                m_droppedInside = true;
+                break;
+        }
+    }
+    return QObject::eventFilter(watched, event);
 }
 
-CVelaDropSource::Action CVelaDropSource::QueryContinue(bool escapePressed, Qt::MouseButtons buttons,
-                                                       const QPoint& globalPos) {
+CVelaDropSource::Action CVelaDropSource::QueryContinue(bool escapePressed,
+                                                       Qt::MouseButtons buttons) {
     if (escapePressed) {
         return Action::Cancel;
     }
     if (buttons & Qt::LeftButton) {
         return Action::Continue;
     }
-    GiveFeedback(globalPos);
     CAppFlags& flags = CVelaZipApp::Flags();
-    if (flags.outsideMainWindow) {
+    if (flags.outsideMainWindow && !m_droppedInside) {
         flags.droppedOutside = true;
     }
     return Action::Drop;
@@ -39,10 +80,17 @@ void CVelaDropSource::Follow() {
     CAppFlags& flags = CVelaZipApp::Flags();
     flags.outsideMainWindow = false;
     flags.droppedOutside = false;
-    m_follow.start();
+    m_droppedInside = false;
+    if (!m_following) {
+        m_following = true;
+        qApp->installEventFilter(this);
+    }
 }
 
-void CVelaDropSource::Released(const QPoint& globalPos) {
-    m_follow.stop();
-    QueryContinue(false, Qt::NoButton, globalPos);
+void CVelaDropSource::Released() {
+    if (m_following) {
+        m_following = false;
+        qApp->removeEventFilter(this);
+    }
+    QueryContinue(false, Qt::NoButton);
 }

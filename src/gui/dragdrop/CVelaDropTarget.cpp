@@ -4,6 +4,7 @@
 #include <QMimeData>
 #include <QScrollBar>
 #include <QUrl>
+#include <algorithm>
 
 #include "app/CVelaZipApp.h"
 #include "dragdrop/CVelaDragDropTree.h"
@@ -22,6 +23,7 @@ CVelaDragDropTree* CVelaDropTarget::InternalSource() {
 }
 
 Qt::DropAction CVelaDropTarget::DragEnter(const QPoint& pos, const QMimeData* data) {
+    m_checkedData = nullptr;
     m_first = QPersistentModelIndex();
     m_lastUnder = QPersistentModelIndex();
     m_lastValid = QPersistentModelIndex();
@@ -62,8 +64,8 @@ Qt::DropAction CVelaDropTarget::EffectFor(const QModelIndex& valid, const QMimeD
         return Qt::IgnoreAction;
     }
     if (InternalSource() == nullptr) {
-        // A file list from another application.
-        if (data == nullptr || !data->hasUrls()) {
+        // A file list from another application: only files of this machine can be copied.
+        if (!OffersLocalFiles(data)) {
             return Qt::IgnoreAction;
         }
         if (m_tree->Kind() == CVelaDragDropTree::kArchiveBrowser &&
@@ -74,7 +76,24 @@ Qt::DropAction CVelaDropTarget::EffectFor(const QModelIndex& valid, const QMimeD
     return Qt::CopyAction;
 }
 
+bool CVelaDropTarget::OffersLocalFiles(const QMimeData* data) const {
+    if (data == nullptr || !data->hasUrls()) {
+        return false;
+    }
+    // Reading the list may ask the other application: once per drag.
+    if (data != m_checkedData) {
+        m_checkedData = data;
+        const QList<QUrl> urls = data->urls();
+        // A list that is made only at the drop (late rendering) reads as empty until then.
+        m_offersLocalFiles =
+            urls.isEmpty() || std::any_of(urls.cbegin(), urls.cend(),
+                                          [](const QUrl& url) { return url.isLocalFile(); });
+    }
+    return m_offersLocalFiles;
+}
+
 void CVelaDropTarget::DragLeave() {
+    m_checkedData = nullptr;
     m_hover.stop();
     m_scroll.stop();
     m_hoverItem = QPersistentModelIndex();
@@ -181,6 +200,7 @@ void CVelaDropTarget::EndDrag() {
     m_lastUnder = QPersistentModelIndex();
     m_lastValid = QPersistentModelIndex();
     m_hoverItem = QPersistentModelIndex();
+    m_checkedData = nullptr;
     m_tree->SetDropHighlight(QModelIndex());
     CAppFlags& flags = CVelaZipApp::Flags();
     // The password typed for this drop is never used for another one.

@@ -59,6 +59,7 @@ public:
     void AutoScroll(const QPoint& pos);
     // The hover timer: started for the highlighted item, expands it when it runs out.
     bool HoverTimerActive() const { return m_hover.isActive(); }
+    int HoverTimerInterval() const { return m_hover.interval(); }
     QModelIndex HoverItem() const { return m_hoverItem; }
     void HoverTimeout();
 
@@ -70,6 +71,9 @@ public:
 
 private:
     Qt::DropAction EffectFor(const QModelIndex& valid, const QMimeData* data) const;
+    // Whether the file list of `data` names a file of this machine, or is made only at the
+    // drop (it reads as empty until then); web addresses alone are not taken.
+    bool OffersLocalFiles(const QMimeData* data) const;
     void EndDrag();
 
     CVelaDragDropTree* m_tree;
@@ -80,4 +84,7 @@ private:
     QTimer m_hover;
     QTimer m_scroll;
     QPoint m_lastPos;
+    // The data of the current drag whose file list was looked at, and what it held.
+    mutable const QMimeData* m_checkedData = nullptr;
+    mutable bool m_offersLocalFiles = false;
 };

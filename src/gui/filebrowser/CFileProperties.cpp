@@ -3,7 +3,7 @@
 #include "fileops/FileDescriptions.h"
 
 CFileProperties::CFileProperties(const QString& path, QWidget* parent)
-    : CPropertiesDialog(path, false, parent) {
+    : CPropertiesDialog(path, parent) {
     setObjectName(QStringLiteral("FileProperties"));
     const vz::fileops::FileProperties p = vz::fileops::FilePropertiesOf(path);
     AddValue(QStringLiteral("Location:"), p.location);

@@ -3,7 +3,7 @@
 #include "fileops/FileDescriptions.h"
 
 CFolderProperties::CFolderProperties(const QString& path, QWidget* parent)
-    : CPropertiesDialog(path, true, parent) {
+    : CPropertiesDialog(path, parent) {
     setObjectName(QStringLiteral("FolderProperties"));
     const vz::fileops::FolderProperties p = vz::fileops::FolderPropertiesOf(path);
     AddValue(QStringLiteral("Location:"), p.location);

@@ -10,7 +10,7 @@
 #include "common/CItemIcons.h"
 #include "platform/FileSystem.h"
 
-CPropertiesDialog::CPropertiesDialog(const QString& path, bool folder, QWidget* parent)
+CPropertiesDialog::CPropertiesDialog(const QString& path, QWidget* parent)
     : QDialog(parent), m_form(new QFormLayout) {
     setWindowTitle(QStringLiteral("Properties"));
     setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
@@ -18,9 +18,7 @@ CPropertiesDialog::CPropertiesDialog(const QString& path, bool folder, QWidget* 
 
     auto* head = new QHBoxLayout;
     auto* icon = new QLabel(this);
-    icon->setPixmap((folder ? CItemIcons::FolderIcon()
-                            : CItemIcons::IconForName(vz::platform::FileNameOf(path)))
-                        .pixmap(32, 32));
+    icon->setPixmap(CItemIcons::IconForPath(path).pixmap(32, 32));
     auto* name = new QLabel(vz::platform::FileNameOf(path), this);
     name->setTextFormat(Qt::PlainText);
     head->addWidget(icon);

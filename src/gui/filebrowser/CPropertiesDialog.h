@@ -20,7 +20,7 @@ public:
     bool Attribute(const QString& name) const;
 
 protected:
-    CPropertiesDialog(const QString& path, bool folder, QWidget* parent);
+    CPropertiesDialog(const QString& path, QWidget* parent);
     void AddValue(const QString& caption, const QString& value);
     void SetAttributes(bool readOnly, bool hidden, bool system);
 

@@ -310,34 +310,49 @@ QModelIndex CVelaFileTree::Navigate(const QString& path) {
     return item;
 }
 
-void CVelaFileTree::Refresh() {
+QStringList CVelaFileTree::ExpandedBelow(const QModelIndex& parent) const {
     CVelaTreeModel* model = TreeModel();
-    QStringList expandedPaths;
-    std::function<void(const QModelIndex&)> collect = [&](const QModelIndex& parent) {
-        for (int row = 0; row < model->rowCount(parent); ++row) {
-            const QModelIndex child = model->index(row, 0, parent);
-            if (isExpanded(child)) {
-                expandedPaths << PathOfItem(child);
-                collect(child);
-            }
+    QStringList paths;
+    for (int row = 0; row < model->rowCount(parent); ++row) {
+        const QModelIndex child = model->index(row, 0, parent);
+        if (isExpanded(child)) {
+            paths << PathOfItem(child) << ExpandedBelow(child);
         }
-    };
-    collect({});
+    }
+    return paths;
+}
+
+void CVelaFileTree::ReopenExpanded(const QStringList& paths) {
+    // Parents come before their children, so each item is found below an open parent.
+    for (const QString& path : paths) {
+        const QModelIndex item = Locate(path, true);
+        if (item.isValid() && PathOfItem(item) == path && TreeModel()->hasChildren(item)) {
+            expand(item);
+        }
+    }
+}
+
+void CVelaFileTree::Refresh() {
+    const QStringList expandedPaths = ExpandedBelow(QModelIndex());
     const QString current = PathOfItem(currentIndex());
     if (m_givenPlaces.isEmpty()) {
         FillRoots();
     } else {
         FillRoots(QList<platform::CPlace>(m_givenPlaces));
     }
-    for (const QString& path : expandedPaths) {
-        const QModelIndex item = Locate(path, true);
-        if (item.isValid() && PathOfItem(item) == path && model->hasChildren(item)) {
-            expand(item);
-        }
-    }
+    ReopenExpanded(expandedPaths);
     if (!current.isEmpty()) {
         Navigate(current);
     }
+}
+
+void CVelaFileTree::RelistKeepingExpanded(const QModelIndex& item) {
+    if (!item.isValid() || !isExpanded(item)) {
+        return;  // a collapsed folder is read when it is expanded
+    }
+    const QStringList expandedPaths = ExpandedBelow(item);
+    ListFolder(item);
+    ReopenExpanded(expandedPaths);
 }
 
 // ---- Revealing added items ----
@@ -361,6 +376,12 @@ void CVelaFileTree::RevealAddedItem(const QString& fullPath) {
     }
     if (!current.isValid()) {
         return;
+    }
+    if (!RefreshWithEachItem()) {
+        // Shown once after the last item: everything the operation wrote appears now, also
+        // in a folder that was open already. The open folders below it stay open, each read
+        // again.
+        RelistKeepingExpanded(current);
     }
     CVelaTreeModel* model = TreeModel();
     QString prefix = PathOfItem(current);
@@ -565,11 +586,16 @@ bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
         }
     }
     FlushReveal();
-    if (result.outcome == CopyOutcome::Failed) {
-        vz::ShowError(this,
-                      isFolder ? QStringLiteral("Error Copying Folder")
-                               : QStringLiteral("Error Copying File"),
-                      DescribeCopyFailure(result));
+    // A folder whose own folder cannot be made in the target ends without a message; any
+    // other failure is one box naming the dropped item.
+    if (result.outcome == CopyOutcome::Failed && !result.destinationNotMade) {
+        if (isFolder) {
+            vz::ShowError(this, QStringLiteral("Error Copying Folder"),
+                          QStringLiteral("Cannot copy the folder %1.").arg(path));
+        } else {
+            vz::ShowError(this, QStringLiteral("Error Copying File"),
+                          QStringLiteral("Cannot copy the file %1.").arg(path));
+        }
     }
     return result.Ok();
 }

@@ -136,6 +136,12 @@ private:
     QModelIndex RootFor(const QString& path) const;
     QModelIndex Locate(const QString& path, bool expandOnTheWay);
     void ExpandForReveal(const QModelIndex& item);
+    // The paths of the expanded items below `parent`, each parent before its children.
+    QStringList ExpandedBelow(const QModelIndex& parent) const;
+    // Expands the items of `paths` again where they are still found.
+    void ReopenExpanded(const QStringList& paths);
+    // Reads an expanded item again; the expanded items below it are read again and stay open.
+    void RelistKeepingExpanded(const QModelIndex& item);
     QModelIndex InsertSorted(const QModelIndex& parent, const QString& label, bool folder);
     void SelectRevealed(const QModelIndex& item);
     void FlushReveal();

@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
+#include <cerrno>
 #include <ctime>
 
 #include <functional>
@@ -59,6 +60,8 @@ public:
         return answers.value(name, ReplaceAnswer::Yes);
     }
     bool AskPassword(const QString&, const QString&, bool, QString*) override { return false; }
+    QStringList reports;
+    void Report(const QString& message) override { reports << message; }
 };
 
 class CRecordingListener : public IItemListener {
@@ -396,6 +399,8 @@ private slots:
             QCOMPARE(r.outcome, CopyOutcome::Failed);
             QCOMPARE(r.failure, CopyFailure::TargetReadOnly);
             QCOMPARE(r.path, target);
+            // A folder fails where its own folder is to be made; a file where it is written.
+            QCOMPARE(r.destinationNotMade, QLatin1String(item) != QLatin1String("/src/a.txt"));
             QVERIFY(DescribeCopyFailure(r).contains(QLatin1String("read-only")));
         }
         QCOMPARE(vzt::ListTree(target), QStringList());
@@ -419,8 +424,55 @@ private slots:
         QCOMPARE(r.failure, CopyFailure::DiskFull);
         QCOMPARE(vzt::ReadAll(target + QStringLiteral("/huge.bin")), QByteArray("old"));
         QCOMPARE(vzt::ListTree(target), QStringList{QStringLiteral("huge.bin")});
+
+        // A new file that does not fit (written under its own name) is removed again.
+        QVERIFY(QFile::remove(target + QStringLiteral("/huge.bin")));
+        const CopyResult fresh = copier.CopyInto(root + QStringLiteral("/src"), target);
+        QCOMPARE(fresh.outcome, CopyOutcome::Failed);
+        QCOMPARE(fresh.failure, CopyFailure::DiskFull);
+        QVERIFY(!QFileInfo::exists(target + QStringLiteral("/src/huge.bin")));
+        QVERIFY(Leftovers(target).isEmpty());
         // The space is free again for what fits.
         QVERIFY(copier.CopyInto(root + QStringLiteral("/src/fits.txt"), target).Ok());
+        QCOMPARE(vzt::ReadAll(target + QStringLiteral("/fits.txt")), QByteArray("fits"));
+    }
+
+    void specialFilesAreSkippedAndReported_data() {
+        QTest::addColumn<bool>("afterListing");
+        QTest::newRow("a pipe in the folder") << false;
+        QTest::newRow("a file that became a pipe after the listing") << true;
+    }
+
+    void specialFilesAreSkippedAndReported() {
+        QFETCH(bool, afterListing);
+        const QString root = Fresh();
+        const QString pipe = root + QStringLiteral("/src/pipe");
+        QVERIFY(vzt::MakeTree(root, {{"src/a.txt", "a"}, {"target/", ""}}));
+        CScriptedObserver observer;
+        if (afterListing) {
+            QVERIFY(vzt::WriteAll(pipe, "was a file"));
+            observer.onProgress = [&](const QString& name) {
+                if (name == QLatin1String("pipe") && S_ISREG(LStat(pipe).st_mode)) {
+                    QCOMPARE(unlink(QFile::encodeName(pipe).constData()), 0);
+                    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0644), 0);
+                    errno = ENOENT;  // whatever an earlier call left behind
+                }
+            };
+        } else {
+            QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0644), 0);
+        }
+        CReplaceAllFlags flags;
+        CRecordingListener listener;
+        const CopyResult r = CFileCopier(observer, flags, &listener)
+                                 .CopyInto(root + QStringLiteral("/src"), root + "/target");
+        QVERIFY2(r.Ok(), qPrintable(DescribeCopyFailure(r)));
+        QCOMPARE(r.filesCopied, 1);
+        QCOMPARE(r.filesSkipped, 1);
+        QCOMPARE(observer.reports.size(), 1);
+        QVERIFY(observer.reports[0].contains(pipe));
+        QCOMPARE(vzt::ListTree(root + QStringLiteral("/target")),
+                 (QStringList{QStringLiteral("src/"), QStringLiteral("src/a.txt")}));
+        QVERIFY(!listener.added.contains(root + QStringLiteral("/target/src/pipe")));
     }
 
     void vanishedSourceFails() {

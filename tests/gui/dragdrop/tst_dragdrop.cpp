@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+#include <QWindow>
 #include <deque>
 #include <memory>
 
@@ -95,6 +96,13 @@ private:
     // lets the queued drop run. Returns the action the move was answered with.
     Qt::DropAction SendDrop(CVelaDragDropTree* tree, const QModelIndex& item,
                             const QMimeData* data);
+    // The drag events that the platform gives the main window (its QWindow), which hands
+    // them on to the widget under `item` of `tree`: entering and leaving it again, leaving
+    // it, and entering, moving and dropping (then the queued drop runs).
+    QPoint InWindow(CVelaDragDropTree* tree, const QModelIndex& item) const;
+    void PassThroughWindow(const QPoint& pos, const QMimeData* data);
+    void LeaveWindow();
+    Qt::DropAction DropThroughWindow(const QPoint& pos, const QMimeData* data);
     void StartInternalDrag(CVelaDragDropTree* tree, const QModelIndex& item);
     void EndInternalDrag(CVelaDragDropTree* tree);
 
@@ -195,6 +203,35 @@ Qt::DropAction TestDragDrop::SendDrop(CVelaDragDropTree* tree, const QModelIndex
     return answered;
 }
 
+QPoint TestDragDrop::InWindow(CVelaDragDropTree* tree, const QModelIndex& item) const {
+    return tree->viewport()->mapTo(m_window.get(), tree->visualRect(item).center());
+}
+
+void TestDragDrop::PassThroughWindow(const QPoint& pos, const QMimeData* data) {
+    QDragEnterEvent enter(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(m_window->windowHandle(), &enter);
+    LeaveWindow();
+}
+
+void TestDragDrop::LeaveWindow() {
+    QDragLeaveEvent leave;
+    QApplication::sendEvent(m_window->windowHandle(), &leave);
+}
+
+Qt::DropAction TestDragDrop::DropThroughWindow(const QPoint& pos, const QMimeData* data) {
+    QWindow* window = m_window->windowHandle();
+    QDragEnterEvent enter(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(window, &enter);
+    QDragMoveEvent move(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(window, &move);
+    const Qt::DropAction answered = move.isAccepted() ? move.dropAction() : Qt::IgnoreAction;
+    QDropEvent drop(QPointF(pos), Qt::CopyAction, data, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(window, &drop);
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+    return answered;
+}
+
 void TestDragDrop::StartInternalDrag(CVelaDragDropTree* tree, const QModelIndex& item) {
     tree->SetDraggedItem(item);
     tree->SetDragInProgress(true);
@@ -234,43 +271,64 @@ void TestDragDrop::fileListsFromOtherApplications_data() {
     QTest::addColumn<bool>("toArchive");
     QTest::addColumn<bool>("setting");
     QTest::addColumn<bool>("internal");
+    QTest::addColumn<QString>("list");  // "file", "web", "web+file", or "late": made at the drop
     QTest::addColumn<bool>("taken");
-    QTest::newRow("File Browser, setting on") << false << true << false << true;
-    QTest::newRow("File Browser, setting off") << false << false << false << true;
-    QTest::newRow("Archive Browser, setting on") << true << true << false << true;
-    QTest::newRow("Archive Browser, setting off") << true << false << false << false;
-    QTest::newRow("from the File Browser, setting off") << true << false << true << true;
+    QTest::newRow("File Browser, setting on") << false << true << false << "file" << true;
+    QTest::newRow("File Browser, setting off") << false << false << false << "file" << true;
+    QTest::newRow("Archive Browser, setting on") << true << true << false << "file" << true;
+    QTest::newRow("Archive Browser, setting off") << true << false << false << "file" << false;
+    QTest::newRow("from the File Browser, setting off") << true << false << true << "file" << true;
+    QTest::newRow("File Browser, web addresses only") << false << true << false << "web" << false;
+    QTest::newRow("Archive Browser, web addresses only") << true << true << false << "web" << false;
+    QTest::newRow("File Browser, a web address and a file")
+        << false << true << false << "web+file" << true;
+    QTest::newRow("File Browser, a list made at the drop")
+        << false << true << false << "late" << true;
 }
 
 void TestDragDrop::fileListsFromOtherApplications() {
     QFETCH(bool, toArchive);
     QFETCH(bool, setting);
     QFETCH(bool, internal);
+    QFETCH(QString, list);
     QFETCH(bool, taken);
     const QString zip = m_root + "/archives/x.zip";
     QVERIFY(MakeZip(zip, {{"top.txt", "top"}}, m_root + "/s"));
     QVERIFY(vzt::MakeTree(m_root + "/files", {{"out/", {}}, {"new.txt", "new"}}));
     m_settings.EnableDraggingToArchiveFromOtherApplications = setting;
     Show();
-    const auto list = UriList({m_root + "/files/new.txt"});
+    auto data = std::make_unique<QMimeData>();
+    QList<QUrl> urls;
+    if (list.startsWith("web")) {
+        urls << QUrl("http://example.com/new.txt");
+    }
+    if (list.endsWith("file")) {
+        urls << QUrl::fromLocalFile(m_root + "/files/new.txt");
+    }
+    data->setUrls(urls);
+    if (list == "late") {
+        data->setData("text/uri-list", QByteArray());  // offered, but empty until the drop
+    }
     if (internal) {
         StartInternalDrag(m_files, FileItem(m_root + "/files/new.txt"));
     }
 
     CVelaDragDropTree* tree = toArchive ? static_cast<CVelaDragDropTree*>(m_archive) : m_files;
     const QModelIndex target = toArchive ? ArchiveItem(zip) : FileItem(m_root + "/files/out");
-    QCOMPARE(SendDrop(tree, target, list.get()), taken ? Qt::CopyAction : Qt::IgnoreAction);
+    QCOMPARE(SendDrop(tree, target, data.get()), taken ? Qt::CopyAction : Qt::IgnoreAction);
     if (internal) {
         EndInternalDrag(m_files);
     }
     // Even a drop that comes anyway is not taken.
-    tree->DropTarget()->DragEnter(tree->visualRect(target).center(), list.get());
-    tree->DropTarget()->Drop(list.get(), Qt::CopyAction);
+    tree->DropTarget()->DragEnter(tree->visualRect(target).center(), data.get());
+    tree->DropTarget()->Drop(data.get(), Qt::CopyAction);
 
+    const bool copied = taken && list.endsWith("file");
     if (toArchive) {
-        QCOMPARE(ZipNames(zip).contains("new.txt"), taken);
+        QCOMPARE(ZipNames(zip).contains("new.txt"), copied);
     } else {
-        QCOMPARE(vzt::ReadAll(m_root + "/files/out/new.txt"), QByteArray("new"));
+        QCOMPARE(vzt::ListTree(m_root + "/files/out"),
+                 copied ? QStringList{"new.txt"} : QStringList());
     }
     QVERIFY(m_boxes.isEmpty());
 }
@@ -387,8 +445,13 @@ void TestDragDrop::highlightAndHoverExpansion() {
     QCOMPARE(drop->HoverItem(), other);
     drop->DragOver(m_files->visualRect(closed).center(), list.get());
     QCOMPARE(drop->HoverItem(), closed);
-    // Resting there for two seconds expands it.
-    QTRY_VERIFY_WITH_TIMEOUT(m_files->isExpanded(closed), 5000);
+    // Resting there for two seconds expands it: the timer started is the two-second one,
+    // and its running out expands the folder.
+    QVERIFY(drop->HoverTimerActive());
+    QCOMPARE(drop->HoverTimerInterval(), 2000);
+    QVERIFY(!m_files->isExpanded(closed));
+    drop->HoverTimeout();
+    QVERIFY(m_files->isExpanded(closed));
     QVERIFY(m_files->TreeModel()->FindChild(closed, "inner").isValid());
 
     drop->DragLeave();
@@ -502,10 +565,9 @@ void TestDragDrop::lateRenderingOnlyForADropOutside() {
     QVERIFY(MakeZip(zip, {{"docs/readme.txt", "read me"}, {"top.txt", "top"}}, m_root + "/s"));
     Show();
     const QString temp = m_root + "/temp";
-    const QRect window = m_window->frameGeometry();
-    const QPoint inside = window.center();
-    const QPoint outside = window.bottomRight() + QPoint(40, 40);
+    const QPoint overTree = InWindow(m_archive, ArchiveItem(zip));
     CVelaDropSource* source = m_archive->DropSource();
+    const CAppFlags& flags = CVelaZipApp::Flags();
     auto offer = [&](const QString& path) {
         return std::make_unique<CVelaDataSource>(m_archive, [this, path](QString* rendered) {
             return m_archive->UnpackForDragOut(path, rendered);
@@ -517,28 +579,40 @@ void TestDragDrop::lateRenderingOnlyForADropOutside() {
     QCOMPARE(data->formats(), QStringList{"text/uri-list"});
     QVERIFY(data->hasUrls());
     source->Follow();
-    source->GiveFeedback(outside);
-    QVERIFY(CVelaZipApp::Flags().outsideMainWindow);
+    QVERIFY(source->IsFollowing());
+    QVERIFY(!flags.outsideMainWindow);
+    LeaveWindow();
+    QVERIFY(flags.outsideMainWindow);
     QVERIFY(data->urls().isEmpty());
-    QCOMPARE(CVelaDropSource::Action::Continue,
-             source->QueryContinue(false, Qt::LeftButton, outside));
-    QCOMPARE(CVelaDropSource::Action::Cancel, source->QueryContinue(true, Qt::NoButton, outside));
+    QCOMPARE(CVelaDropSource::Action::Continue, source->QueryContinue(false, Qt::LeftButton));
+    QCOMPARE(CVelaDropSource::Action::Cancel, source->QueryContinue(true, Qt::NoButton));
     QVERIFY(data->urls().isEmpty());
 
-    // Released inside the main window: never rendered.
-    source->GiveFeedback(inside);
-    source->Released(inside);
-    QVERIFY(!CVelaZipApp::Flags().droppedOutside);
+    // Back in the main window and dropped there: never rendered.
+    DropThroughWindow(overTree, data.get());
+    QVERIFY(!flags.outsideMainWindow);
+    source->Released();
+    QVERIFY(!source->IsFollowing());
+    QVERIFY(!flags.droppedOutside);
     QVERIFY(data->urls().isEmpty());
     QVERIFY(data->data("text/uri-list").isEmpty());
     QCOMPARE(data->RenderCount(), 0);
     QVERIFY(vzt::ListTree(temp).isEmpty());
 
-    // Released outside: the first request unpacks, every request answers with that copy.
+    // Out, back in, out again and released there: the first request unpacks, every
+    // request answers with that copy. A program that asks while the drag passes over it
+    // gets nothing.
     data = offer(zip + "/top.txt");
     source->Follow();
-    source->Released(outside);
-    QVERIFY(CVelaZipApp::Flags().droppedOutside);
+    m_archive->SetDragInProgress(true);
+    LeaveWindow();
+    PassThroughWindow(overTree, data.get());
+    QVERIFY(flags.outsideMainWindow);
+    QVERIFY(data->urls().isEmpty());
+    QCOMPARE(data->RenderCount(), 0);
+    m_archive->SetDragInProgress(false);
+    source->Released();
+    QVERIFY(flags.droppedOutside);
     QCOMPARE(data->urls(), QList<QUrl>{QUrl::fromLocalFile(temp + "/top.txt")});
     QCOMPARE(vzt::ReadAll(temp + "/top.txt"), QByteArray("top"));
     QVERIFY(QFile::remove(temp + "/top.txt"));
@@ -564,6 +638,13 @@ void TestDragDrop::lateRenderingOnlyForADropOutside() {
     QVERIFY(data->urls().isEmpty());
     QCOMPARE(data->RenderCount(), 0);
     QVERIFY(!QFileInfo::exists(temp + "/top.txt"));
+
+    // The next drag starts inside again.
+    source->Follow();
+    QVERIFY(!flags.outsideMainWindow);
+    QVERIFY(!flags.droppedOutside);
+    source->Released();
+    QVERIFY(!flags.droppedOutside);
     QVERIFY(m_boxes.isEmpty());
 }
 
@@ -574,18 +655,20 @@ void TestDragDrop::aDropInsideTheWindowNeverRenders() {
     Show();
     // Even after a drag that went outside and came back: the drop is inside.
     m_archive->DropSource()->Follow();
-    m_archive->DropSource()->GiveFeedback(m_window->frameGeometry().topLeft() - QPoint(50, 50));
     StartInternalDrag(m_archive, ArchiveItem(zip + "/top.txt"));
     CVelaDataSource data(m_archive, [this](QString* rendered) {
         return m_archive->UnpackForDragOut(m_archive->PathOfItem(m_archive->DraggedItem()),
                                            rendered);
     });
-    m_archive->DropSource()->GiveFeedback(m_window->frameGeometry().center());
-    QCOMPARE(SendDrop(m_files, FileItem(m_root + "/files/out"), &data), Qt::CopyAction);
+    LeaveWindow();
+    QVERIFY(CVelaZipApp::Flags().outsideMainWindow);
+    QCOMPARE(DropThroughWindow(InWindow(m_files, FileItem(m_root + "/files/out")), &data),
+             Qt::CopyAction);
     EndInternalDrag(m_archive);
-    m_archive->DropSource()->Released(m_window->frameGeometry().center());
+    m_archive->DropSource()->Released();
 
     QCOMPARE(vzt::ReadAll(m_root + "/files/out/top.txt"), QByteArray("top"));
+    QVERIFY(!CVelaZipApp::Flags().droppedOutside);
     QVERIFY(data.urls().isEmpty());
     QCOMPARE(data.RenderCount(), 0);
     QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
