@@ -95,9 +95,12 @@ bool PackOptions(Args& args, INIPACK* ini, OverwriteMode* replace) {
     return true;
 }
 
-int Failed(const CZipPacker& packer, const Observer& observer, const QString& path) {
+// `created`: the command was creating the archive, so a stop leaves none rather than the old one.
+int Failed(const CZipPacker& packer, const Observer& observer, const QString& path,
+           bool created = false) {
     if (packer.WasCancelled())
-        PrintError(QStringLiteral("%1: stopped; the archive is as it was").arg(path));
+        PrintError(created ? QStringLiteral("%1: stopped; the archive was not created").arg(path)
+                           : QStringLiteral("%1: stopped; the archive is as it was").arg(path));
     else if (observer.Reports() > 0 && packer.LastError().isEmpty())
         PrintError(
             QStringLiteral("%1: %2 items failed (see above)").arg(path).arg(observer.Reports()));
@@ -173,9 +176,15 @@ int Create(Args args) {
     CZipPacker packer;
     packer.SetIni(ini);
     packer.SetHandleDialogProgress(&observer);
-    if (!packer.CreateArchive(archive) || !packer.AddItemsToArchiveFolder(sources, QString()) ||
-        !packer.CloseArchive())
-        return Failed(packer, observer, archive);
+    if (!packer.CreateArchive(archive))
+        return Failed(packer, observer, archive, true);
+    if (!packer.AddItemsToArchiveFolder(sources, QString())) {
+        // Nothing was written: no archive is left behind, not even an empty one.
+        packer.AbandonArchive();
+        return Failed(packer, observer, archive, true);
+    }
+    if (!packer.CloseArchive())
+        return Failed(packer, observer, archive, true);
     return kOk;
 }
 

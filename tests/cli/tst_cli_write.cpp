@@ -1,6 +1,11 @@
 // velazip-cli's writing commands: every change leaves an archive that 7zz tests clean,
 // options reach the archive, refusals are one line and a non-zero exit.
 
+#include <signal.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -13,6 +18,42 @@ class CliWriteTest : public QObject {
 
     vzt::ToolResult Cli(const QStringList& args) {
         return vzt::RunCli(args, m_dir.filePath("config"));
+    }
+    struct Interrupted {
+        bool signalled = false;  // the SIGTERM went while the temporary file was there
+        int exitCode = -1;       // -1: the program did not exit by itself
+        QByteArray output;
+    };
+    // Runs velazip-cli and sends it SIGTERM as soon as the temporary file of its commit shows
+    // beside `archive`: while it is writing the new archive. When it ends first, nothing is sent.
+    Interrupted RunInterrupted(const QStringList& args, const QString& archive) {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_CONFIG_HOME", m_dir.filePath("config"));
+        p.setProcessEnvironment(env);
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.start(vzt::BinaryDir() + "/velazip-cli", args);
+        p.closeWriteChannel();
+        const QDir folder = QFileInfo(archive).absoluteDir();
+        const QStringList temporary{QFileInfo(archive).fileName() + ".??????"};
+        Interrupted r;
+        while (p.state() != QProcess::NotRunning && !p.waitForFinished(1)) {
+            if (!folder.entryList(temporary, QDir::Files | QDir::Hidden).isEmpty()) {
+                ::kill(static_cast<pid_t>(p.processId()), SIGTERM);
+                r.signalled = true;
+                break;
+            }
+        }
+        p.waitForFinished(120000);
+        if (p.exitStatus() == QProcess::NormalExit)
+            r.exitCode = p.exitCode();
+        r.output = p.readAll();
+        return r;
+    }
+    // The names in `folder`, hidden ones too.
+    static QStringList Listing(const QString& folder) {
+        return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                                      QDir::Name);
     }
     QString Tested(const QString& archive, const QString& password = {}) {
         QStringList args{"t", "-bso0", archive};
@@ -120,6 +161,54 @@ private Q_SLOTS:
             QCOMPARE(r.output.count('\n'), 1);
         }
         QCOMPARE(vzt::ReadAll(zip), before);  // untouched by every refusal
+    }
+
+    // A create that fails, or is stopped, leaves neither an archive nor a temporary file.
+    void failedCreateLeavesNothing() {
+        const QString dir = m_dir.filePath("failed");
+        QVERIFY(vzt::MakeTree(dir, {{"c2/f", "file"}, {"c1/f/x.txt", "x"}}));
+        const QString zip = dir + "/f2.zip";
+        // A file and a folder would both be named "f".
+        const auto r = Cli({"create", zip, dir + "/c2/f", dir + "/c1/f"});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output.count('\n'), 1);
+        QVERIFY2(r.output.contains(zip.toUtf8()), r.output.constData());
+        QCOMPARE(Listing(dir), (QStringList{"c1", "c2"}));
+    }
+    void stoppedCreateLeavesNothing() {
+        const QString dir = m_dir.filePath("stopcreate");
+        QVERIFY(QDir().mkpath(dir));
+        const QString zip = dir + "/big.zip";
+        // The larger the source, the longer the write: grow it until the stop comes while the
+        // archive is being written.
+        for (qint64 size = qint64(64) << 20; size <= (qint64(1) << 30); size *= 2) {
+            QFile big(dir + "/big.bin");
+            QVERIFY(big.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            QVERIFY(big.resize(size));
+            big.close();
+            const Interrupted r =
+                RunInterrupted({"create", "--level", "0", zip, big.fileName()}, zip);
+            if (!r.signalled) {
+                // It was done before the temporary file was seen: a whole, good archive.
+                QCOMPARE(r.exitCode, 0);
+                QCOMPARE(Tested(zip), QString());
+                QVERIFY(QFile::remove(zip));
+                continue;
+            }
+            if (r.exitCode == 0) {
+                // The stop came after the last check for it: the archive is whole.
+                QCOMPARE(Tested(zip), QString());
+                QCOMPARE(Listing(dir), (QStringList{"big.bin", "big.zip"}));
+                QVERIFY(QFile::remove(zip));
+                continue;
+            }
+            QVERIFY2(r.exitCode == 1, r.output.constData());
+            QVERIFY2(r.output.contains("stopped; the archive was not created"),
+                     r.output.constData());
+            QCOMPARE(Listing(dir), QStringList{"big.bin"});
+            return;
+        }
+        QFAIL("the create always ended before the stop reached it");
     }
 };
 
