@@ -232,6 +232,8 @@ int EditInside(const QString& path, const char* whatInner, Edit edit) {
         return kFailed;
     }
     Observer observer(OverwriteMode::Never);
+    // Ctrl+C or a SIGTERM stops the rewrite; the archive stays as it was.
+    InstallInterruptHandler();
     CZipPacker packer;
     packer.SetHandleDialogProgress(&observer);
     if (!packer.OpenArchive(t.archive))
