@@ -259,18 +259,30 @@ EntryKind KindOf(CZipPacker& packer, const Target& t, bool* refused) {
     return EntryKind::Missing;
 }
 
+// A name that the user typed (trimmed already), for the entry that `path` names: false, with
+// one line, when it is empty or holds one of the nine forbidden characters.
+bool CheckTypedName(const QString& path, const QString& name) {
+    if (name.isEmpty()) {
+        PrintError(QStringLiteral("%1: a name cannot be empty").arg(path));
+        return false;
+    }
+    if (vz::HasForbiddenNameChar(name)) {
+        PrintError(QStringLiteral("%1: the name %2 holds one of \\ / : * ? \" < > |, which a name "
+                                  "cannot contain")
+                       .arg(path, name));
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 int Rename(Args args) {
     if (!CheckRest(args, 2, 2, QStringLiteral("rename ARCHIVE/INNER NEWNAME")))
         return kUsage;
     const QString name = vz::TrimName(args.Rest().at(1));
-    if (name.isEmpty() || vz::HasForbiddenNameChar(name)) {
-        PrintError(
-            QStringLiteral("%1: a name cannot be empty or contain any of \\ / : * ? \" < > |")
-                .arg(name));
+    if (!CheckTypedName(Absolute(args.Rest().at(0)), name))
         return kFailed;
-    }
     return EditInside(
         args.Rest().at(0), "an entry", [&](CZipPacker& packer, const Target& t, bool* refused) {
             const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
@@ -308,8 +320,16 @@ int MakeFolder(Args args) {
     if (!CheckRest(args, 1, 1, QStringLiteral("mkdir ARCHIVE/INNER")))
         return kUsage;
     return EditInside(args.Rest().at(0), "the folder to make",
-                      [](CZipPacker& packer, const Target& t, bool*) {
-                          return packer.CreateEmptyFolder(t.inner);
+                      [](CZipPacker& packer, const Target& t, bool* refused) {
+                          // The new folder's name is typed like a rename's: trimmed, and
+                          // refused when nothing or a forbidden character remains.
+                          const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
+                          const QString name = vz::TrimName(t.inner.mid(slash + 1));
+                          if (!CheckTypedName(t.archive + QLatin1Char('/') + t.inner, name)) {
+                              *refused = true;
+                              return false;
+                          }
+                          return packer.CreateEmptyFolder(t.inner.left(slash + 1) + name);
                       });
 }
 

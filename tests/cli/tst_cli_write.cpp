@@ -163,6 +163,51 @@ private Q_SLOTS:
         QCOMPARE(vzt::ReadAll(zip), before);  // untouched by every refusal
     }
 
+    // A name with one of the nine characters is refused for a rename and for a new folder,
+    // with the entry's path first; the archive stays as it was. ("/" in a new folder's path
+    // separates folders, so it is a rename's case only.)
+    void forbiddenCharacters_data() {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("name");
+        for (const char* c : {"\\", "/", ":", "*", "?", "\"", "<", ">", "|"}) {
+            const QString name = QStringLiteral("x%1y").arg(QLatin1String(c));
+            QTest::addRow("rename %s", c) << "rename" << name;
+            if (QLatin1String(c) != QLatin1String("/"))
+                QTest::addRow("mkdir %s", c) << "mkdir" << name;
+        }
+        QTest::newRow("rename to blanks") << "rename"
+                                          << "   ";
+        QTest::newRow("mkdir of blanks") << "mkdir"
+                                         << "   ";
+    }
+    void forbiddenCharacters() {
+        QFETCH(QString, command);
+        QFETCH(QString, name);
+        const QString zip = m_dir.filePath("chars.zip");
+        if (!QFile::exists(zip))
+            QCOMPARE(Cli({"create", zip, m_dir.filePath("src")}).exitCode, 0);
+        const QByteArray before = vzt::ReadAll(zip);
+        const QString entry = zip + "/src/a.txt";
+        const auto r = command == "rename" ? Cli({"rename", entry, name})
+                                           : Cli({"mkdir", zip + "/src/" + name});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output.count('\n'), 1);
+        const QString named = command == "rename" ? entry : zip + "/src/";
+        QVERIFY2(r.output.startsWith("velazip-cli: " + named.toUtf8()), r.output.constData());
+        if (!name.trimmed().isEmpty())
+            QVERIFY2(r.output.contains(name.toUtf8()), r.output.constData());
+        QCOMPARE(vzt::ReadAll(zip), before);
+    }
+
+    // A new folder's name loses its leading and trailing blanks, as a rename's does.
+    void newFolderNameIsTrimmed() {
+        const QString zip = m_dir.filePath("trim.zip");
+        QCOMPARE(Cli({"create", zip, m_dir.filePath("src/a.txt")}).exitCode, 0);
+        QCOMPARE(Cli({"mkdir", zip + "/  Spaced  "}).exitCode, 0);
+        QCOMPARE(Cli({"rename", zip + "/a.txt", "  b.txt "}).exitCode, 0);
+        QCOMPARE(Names(zip), (QStringList{"Spaced", "b.txt"}));
+    }
+
     // A create that fails, or is stopped, leaves neither an archive nor a temporary file.
     void failedCreateLeavesNothing() {
         const QString dir = m_dir.filePath("failed");
