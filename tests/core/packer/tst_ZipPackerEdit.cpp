@@ -324,27 +324,40 @@ private slots:
     void refusedFamilies_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("kind");  // how the file is made
+        QTest::addColumn<QString>("says");  // what the refusal says, beside the path
         QTest::newRow("self-extracting zip") << "setup.exe"
-                                             << "zip";
+                                             << "zip"
+                                             << "self-extracting";
         QTest::newRow("rar") << "a.rar"
-                             << "rar";
+                             << "rar"
+                             << "RAR archives are only read";
         QTest::newRow("7z") << "a.7z"
-                            << "7z";
+                            << "7z"
+                            << "7-Zip archives are only read";
         QTest::newRow("tar") << "a.tar"
-                             << "zip";
+                             << "zip"
+                             << "TAR archives are only read";
+        QTest::newRow("ace, which nothing reads") << "a.ace"
+                                                  << "junk"
+                                                  << "ACE archives cannot be read or written";
         QTest::newRow("unknown extension") << "a.dat"
-                                           << "zip";
+                                           << "zip"
+                                           << "only zip archives";
         QTest::newRow("rar named zip") << "fake.zip"
-                                       << "rar";
+                                       << "rar"
+                                       << "not a zip archive";
         QTest::newRow("garbage named zip") << "junk.zip"
-                                           << "junk";
+                                           << "junk"
+                                           << "not a zip archive";
         QTest::newRow("truncated zip") << "cut.zip"
-                                       << "cut";
+                                       << "cut"
+                                       << "not a zip archive";
     }
     // The packer writes zip, jar and xap only, and never a file it cannot read as zip.
     void refusedFamilies() {
         QFETCH(QString, name);
         QFETCH(QString, kind);
+        QFETCH(QString, says);
         const QString dir = m_tmp.filePath(QStringLiteral("families"));
         QDir(dir).removeRecursively();
         QVERIFY(vzt::MakeTree(dir, {{"in/a.txt", QByteArray(5000, 'a')}}));
@@ -376,7 +389,9 @@ private slots:
             QVERIFY(vzt::WriteAll(path, vzt::ReadAll(zipped).chopped(10)));
         }
         const QByteArray before = vzt::ReadAll(path);
-        QVERIFY(!vz::IsWritableArchive(path));
+        QString reason;
+        QVERIFY(!vz::IsWritableArchive(path, &reason));
+        QVERIFY2(reason.contains(says), qPrintable(reason));
         CZipPacker packer;
         QVERIFY(!packer.OpenArchive(path));
         QVERIFY2(packer.LastError().contains(path), qPrintable(packer.LastError()));

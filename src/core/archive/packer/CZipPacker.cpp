@@ -43,6 +43,10 @@ QString FamilyRefusal(const QString& path) {
             "are written");
     if (family == ArchiveFamily::None)
         return QStringLiteral("only zip archives (.zip, .jar, .xap) are written");
+    if (family == ArchiveFamily::Ace)  // the family is known, but nothing handles it
+        return QStringLiteral(
+            "ACE archives cannot be read or written; only zip archives (.zip, .jar, .xap) are "
+            "written");
     if (!ArchiveFamily::IsWritableZip(family))
         return QStringLiteral(
                    "%1 archives are only read; only zip archives (.zip, .jar, .xap) are "
