@@ -199,7 +199,10 @@ private slots:
         const QString dir = Setup(QStringLiteral("inner"), {{"a.txt", "a"}});
         const QString archive = dir + QStringLiteral("/keep.zip");
         const QByteArray before = vzt::ReadAll(archive);
+        INIPACK ini;
+        ini.AskBeforeUpdating = false;  // src/a.txt is there: replace it without a question
         CZipPacker packer;
+        packer.SetIni(ini);
         QVERIFY(packer.OpenArchive(archive));
         QVERIFY(!packer.AddFileToArchiveFolder(dir + QStringLiteral("/src/a.txt"),
                                                QStringLiteral("no/such")));
@@ -211,6 +214,10 @@ private slots:
                                               QStringLiteral("src")));
         QVERIFY(packer.CloseArchive());
         QVERIFY(vzt::ReadAll(archive) != before);
+        QCOMPARE(vzt::Run(QStringLiteral("unzip"),
+                          {QStringLiteral("-p"), archive, QStringLiteral("src/a.txt")})
+                     .output,
+                 QByteArray("a"));
     }
 
     void fullDisk() {

@@ -318,6 +318,8 @@ private slots:
         QTest::newRow("cancel") << true << QList<int>{int(A::Cancel)} << 1 << "-";
         QTest::newRow("yes, cancel") << true << QList<int>{int(A::Yes), int(A::Cancel)} << 2 << "-";
         QTest::newRow("without asking") << false << QList<int>{} << 0 << "new-a,new-b";
+        // Asking with no observer to ask: every answer is No.
+        QTest::newRow("no one to ask") << true << QList<int>{-1} << 0 << "old-a,old-b";
     }
     void replaceQuestion() {
         QFETCH(bool, ask);
@@ -338,6 +340,7 @@ private slots:
         const QByteArray before = vzt::ReadAll(archive);
 
         pkt::ScriptedObserver observer;
+        const bool observed = answers != QList<int>{-1};
         for (int a : answers)
             observer.answers.push_back(static_cast<ReplaceAnswer>(a));
         INIPACK ini = Settings(6, 8);
@@ -345,7 +348,8 @@ private slots:
         ini.PackFoldersWithoutPaths = true;
         CZipPacker packer;
         packer.SetIni(ini);
-        packer.SetHandleDialogProgress(&observer);
+        if (observed)
+            packer.SetHandleDialogProgress(&observer);
         QVERIFY(packer.OpenArchive(archive));
         const bool ok = packer.AddFolderToArchive(dir + QStringLiteral("/new/p"),
                                                   dir + QStringLiteral("/new/p"), true);

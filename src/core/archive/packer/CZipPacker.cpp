@@ -499,7 +499,7 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
     keep.assign(items.size(), true);
     replace.assign(items.size(), -1);
     QHash<QString, bool> planned;  // entry name -> is a folder
-    bool yesToAll = !ini.AskBeforeUpdating || !observer;
+    bool yesToAll = !ini.AskBeforeUpdating;
     for (size_t i = 0; i < items.size(); ++i) {
         vz::PackItem& item = items[i];
         const bool isFolder = item.kind == vz::PackItem::Folder;
@@ -540,6 +540,10 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
         const qint64 existing = index.FindFile(item.entryName);
         if (existing < 0)
             continue;
+        if (!yesToAll && !observer) {
+            keep[i] = false;  // no one to ask: as if answered No
+            continue;
+        }
         if (!yesToAll) {
             OverwriteQuestion question;
             ZIPFILEFULLINFO old;

@@ -46,8 +46,9 @@
 // the observer is asked first (IOperationObserver::AskOverwrite, existing = the entry,
 // incoming = the disk file): Yes replaces it, YesToAll replaces it and every further one of
 // the same call without asking, No keeps the entry and skips the file, Cancel ends the call
-// and leaves the archive untouched. Without an observer nothing can be asked and the entry
-// is replaced. A file never replaces a folder, nor a folder a file: that is an error.
+// and leaves the archive untouched. Without an observer nothing can be asked: the answer is
+// No, so the entry is kept and the file skipped (with no one to tell of it). A file never
+// replaces a folder, nor a folder a file: that is an error.
 //
 // Compression. Level 0 stores; levels 1 to 9 use DEFLATE (method 8) or BZIP2 (method 12);
 // a level outside 0 to 9 means the packer's default, 6. Empty files and links are stored.
@@ -94,7 +95,8 @@ public:
 
     void SetIni(const INIPACK& ini);
     // Progress (percent of the operation and the item being written), Stop, and the replace
-    // question. May be null: then nothing is shown, nothing stops and nothing is asked.
+    // question. May be null: then nothing is shown, nothing stops, and with AskBeforeUpdating
+    // no existing entry is replaced.
     void SetHandleDialogProgress(IOperationObserver* observer);
     // Told, after an add is committed and when RefreshArchiveBrowserTreeWithAddingOfEachItem
     // is set, of every entry that the add wrote (files, links and folders, in archive order),
