@@ -230,6 +230,50 @@ private slots:
                  QDir::cleanPath(out + QStringLiteral("/outside/target")));
     }
 
+    // The MS-DOS bits of added entries: read-only when the owner may not write, hidden when
+    // the entry's own name starts with "." (not when only a folder above it does).
+    void dosBitsOfAddedEntries_data() {
+        QTest::addColumn<QString>("path");  // below the added folder "t"; "/" ends a folder
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("bits");
+        QTest::newRow("plain file") << "plain" << 0644 << 0;
+        QTest::newRow("read-only file") << "ro" << 0444 << int(kDosReadOnly);
+        QTest::newRow("hidden file") << ".hidden" << 0644 << int(kDosHidden);
+        QTest::newRow("hidden and read-only") << ".both" << 0444 << int(kDosHidden | kDosReadOnly);
+        QTest::newRow("hidden folder") << ".dir/" << 0755 << int(kDosHidden | kDosDirectory);
+        QTest::newRow("file in a hidden folder") << ".dir/inner.txt" << 0644 << 0;
+        QTest::newRow("dot inside the name") << "a.b" << 0644 << 0;
+    }
+    void dosBitsOfAddedEntries() {
+        QFETCH(QString, path);
+        QFETCH(int, mode);
+        QFETCH(int, bits);
+        const QString dir = Fresh(QStringLiteral("dosbits"));
+        QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"), {{path, "x"}}));
+        QString entry = path;
+        if (entry.endsWith(QLatin1Char('/')))
+            entry.chop(1);
+        const QString disk = dir + QStringLiteral("/t/") + entry;
+        QVERIFY(::chmod(QFile::encodeName(disk).constData(), static_cast<mode_t>(mode)) == 0);
+        INIPACK ini = Settings(6, 8);
+        ini.PackFoldersWithoutPaths = true;
+        CZipPacker packer;
+        packer.SetIni(ini);
+        QVERIFY(packer.CreateArchive(dir + QStringLiteral("/bits.zip")));
+        QVERIFY2(
+            packer.AddFolderToArchive(dir + QStringLiteral("/t"), dir + QStringLiteral("/t"), true),
+            qPrintable(packer.LastError()));
+        ZIPFILEFULLINFO info;
+        QVERIFY(packer.GetFileInfo(QStringLiteral("t/") + entry, info));
+        QCOMPARE(int(info.attributes & (kDosReadOnly | kDosHidden | kDosSystem | kDosDirectory)),
+                 bits);
+        // A folder that the packer makes itself follows the same rule.
+        QVERIFY(packer.CreateEmptyFolder(QStringLiteral("t/.made")));
+        QVERIFY(packer.GetFileInfo(QStringLiteral("t/.made"), info));
+        QCOMPARE(info.attributes & kDosHidden, quint32(kDosHidden));
+        ::chmod(QFile::encodeName(disk).constData(), 0755);
+    }
+
     void namesWithAndWithoutPaths_data() {
         QTest::addColumn<bool>("folder");
         QTest::addColumn<bool>("withoutPaths");

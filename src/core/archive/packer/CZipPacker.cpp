@@ -96,13 +96,17 @@ bool FolderWritable(const QString& folder) {
     return ::access(QFile::encodeName(folder).constData(), W_OK | X_OK) == 0;
 }
 
-// The MS-DOS bits that the low byte of the external attributes carries for a disk item.
-quint32 DosBitsFor(quint32 mode) {
+// The MS-DOS bits that the low byte of the external attributes carries for an entry of that
+// name made from a disk item of that mode: folder, read-only when the owner may not write,
+// hidden when the name (its last component) starts with ".".
+quint32 DosBitsFor(quint32 mode, const QString& name) {
     quint32 bits = 0;
     if (S_ISDIR(mode))
         bits |= kDosDirectory;
     if (!(mode & S_IWUSR))
         bits |= kDosReadOnly;
+    if (name.mid(name.lastIndexOf(QLatin1Char('/')) + 1).startsWith(QLatin1Char('.')))
+        bits |= kDosHidden;
     return bits;
 }
 
@@ -341,11 +345,11 @@ struct CZipPacker::Impl : public vz::IPackSink {
         return ok;
     }
 
-    // Metadata of a new entry: external attributes made on Unix, MS-DOS time and the extended
-    // timestamp.
-    bool SetEntryMetadata(zip_uint64_t index, quint32 mode, qint64 mtime) {
+    // Metadata of a new entry named `name`: external attributes made on Unix, MS-DOS time and
+    // the extended timestamp.
+    bool SetEntryMetadata(zip_uint64_t index, const QString& name, quint32 mode, qint64 mtime) {
         const zip_uint32_t attributes =
-            (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) | DosBitsFor(mode);
+            (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) | DosBitsFor(mode, name);
         if (zip_file_set_external_attributes(za, index, 0, ZIP_OPSYS_UNIX, attributes) != 0)
             return false;
         if (zip_file_set_mtime(za, index, static_cast<time_t>(mtime), 0) != 0)
@@ -367,7 +371,7 @@ struct CZipPacker::Impl : public vz::IPackSink {
     bool AddFolderEntry(const QString& name, quint32 mode, qint64 mtime) {
         const QByteArray utf8 = name.toUtf8() + '/';
         const zip_int64_t index = zip_dir_add(za, utf8.constData(), ZIP_FL_ENC_UTF_8);
-        return index >= 0 && SetEntryMetadata(static_cast<zip_uint64_t>(index), mode, mtime);
+        return index >= 0 && SetEntryMetadata(static_cast<zip_uint64_t>(index), name, mode, mtime);
     }
 
     QString LibzipFailure(const QString& what) {
@@ -557,9 +561,8 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
             question.incoming.size = item.size;
             question.incoming.sizeKnown = true;
             question.incoming.modified = vz::FileTime::FromUnix(item.mtime);
-            question.incoming.attributes = DosBitsFor(item.mode) & kDosReadOnly;
-            if (item.displayPath.section(QLatin1Char('/'), -1).startsWith(QLatin1Char('.')))
-                question.incoming.attributes |= kDosHidden;
+            question.incoming.attributes =
+                DosBitsFor(item.mode, item.displayPath) & (kDosReadOnly | kDosHidden);
             switch (observer->AskOverwrite(question)) {
                 case ReplaceAnswer::Yes:
                     break;
@@ -702,7 +705,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
         const zip_uint64_t index = static_cast<zip_uint64_t>(added);
         ok = zip_set_file_compression(za, index, compressed ? method : ZIP_CM_STORE,
                                       compressed ? static_cast<zip_uint32_t>(level) : 0) == 0 &&
-             SetEntryMetadata(index, item.mode, item.mtime) &&
+             SetEntryMetadata(index, item.entryName, item.mode, item.mtime) &&
              (!encrypt || item.kind == vz::PackItem::Link ||
               zip_file_set_encryption(za, index, encryption, password.constData()) == 0);
         written.push_back(i);

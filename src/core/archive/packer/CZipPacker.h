@@ -39,8 +39,10 @@
 // a link named directly as the item to add is followed (the user pointed at it). Sockets,
 // pipes and devices are skipped and reported. The archive itself is never added into itself.
 // Entries keep the file's mode (high 16 bits of the external attributes, made on Unix), the
-// MS-DOS bits in the low byte (0x10 for folders, 0x01 when the owner may not write) and the
-// modification time (the MS-DOS time and the extended timestamp field, exact to the second).
+// MS-DOS bits in the low byte (0x10 for folders, 0x01 when the owner may not write, 0x02 when
+// the entry's name starts with ".", as hidden files do here) and the modification time (the
+// MS-DOS time and the extended timestamp field, exact to the second). Folders that the packer
+// makes itself (CreateEmptyFolder, a parent kept by a removal) get the same hidden bit.
 //
 // Replacing. An added file whose entry exists already replaces it; with AskBeforeUpdating
 // the observer is asked first (IOperationObserver::AskOverwrite, existing = the entry,
