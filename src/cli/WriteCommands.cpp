@@ -247,13 +247,13 @@ int EditInside(const QString& path, const char* whatInner, Edit edit) {
 }
 
 // What INNER names: a folder (also one that is only the path of deeper entries), a file,
-// or nothing (then refused, with one line).
+// or nothing (then refused, with one line). An entry of exactly that name wins over one whose
+// name differs in case.
 enum class EntryKind { Folder, File, Missing };
 EntryKind KindOf(CZipPacker& packer, const Target& t, bool* refused) {
-    if (packer.FolderExists(t.inner))
-        return EntryKind::Folder;
-    if (packer.FileExists(t.inner))
-        return EntryKind::File;
+    ZIPFILEFULLINFO info;
+    if (packer.GetFileInfo(t.inner, info))
+        return info.isFolder ? EntryKind::Folder : EntryKind::File;
     PrintError(QStringLiteral("%1/%2: no such entry in the archive").arg(t.archive, t.inner));
     *refused = true;
     return EntryKind::Missing;

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "ArchiveWriters.h"
 #include "TestSupport.h"
 
 class CliWriteTest : public QObject {
@@ -206,6 +207,23 @@ private Q_SLOTS:
         QCOMPARE(Cli({"mkdir", zip + "/  Spaced  "}).exitCode, 0);
         QCOMPARE(Cli({"rename", zip + "/a.txt", "  b.txt "}).exitCode, 0);
         QCOMPARE(Names(zip), (QStringList{"Spaced", "b.txt"}));
+    }
+
+    // Inner paths name folders in any case, as the Archive Browser shows them; an entry of
+    // exactly the given name wins over one whose name differs in case.
+    void namesInAnyCase() {
+        const QString zip = m_dir.filePath("case.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{"Docs/a.txt", "a"},
+                                                   {"docs/b.txt", "b"},
+                                                   {"readme/x.txt", "x"},
+                                                   {"README", "r"}})));
+        QCOMPARE(Cli({"delete", zip + "/Docs/b.txt"}).exitCode, 0);
+        QCOMPARE(Cli({"delete", zip + "/README"}).exitCode, 0);
+        QCOMPARE(Names(zip), (QStringList{"Docs/a.txt", "readme/x.txt"}));
+        QCOMPARE(Cli({"rename", zip + "/DOCS", "README"}).exitCode, 1);  // "readme" is there
+        QCOMPARE(Cli({"mkdir", zip + "/DOCS"}).exitCode, 1);
+        QCOMPARE(Cli({"rename", zip + "/DOCS", "Papers"}).exitCode, 0);
+        QCOMPARE(Names(zip), (QStringList{"Papers/a.txt", "readme/x.txt"}));
     }
 
     // A create that fails, or is stopped, leaves neither an archive nor a temporary file.

@@ -25,8 +25,19 @@
 // entry names written by other tools with "\" between components are matched as if they
 // used "/". Folder entries are written as "name/". A folder exists when it has its own entry
 // or when it is only the path of deeper entries (an implied folder); both count for
-// FolderExists, AddFileToArchiveFolder, RenameFolder and RemoveFolder. Names are compared
-// with regard to case, as on the disk.
+// FolderExists, AddFileToArchiveFolder, RenameFolder and RemoveFolder.
+//
+// Case. The Archive Browser shows folders whose names differ only in case as one folder
+// ("Docs/a.txt" and "docs/b.txt" in "Docs") and names entries by what it shows. So an inner
+// path is matched exactly first, then with its folder components without regard to case, then
+// wholly without regard to case. RemoveFolder and RenameFolder act on every entry in the
+// folder whatever the case of its folder components. FileExists and FolderExists, the checks
+// that a name is taken, answer without regard to case, and so do the refusals of RenameFile,
+// RenameFolder and CreateEmptyFolder (a file's or folder's own name in another case is not
+// taken by itself). Entries keep their own spelling: a new or moved entry goes into the
+// folders as the archive already spells them, and a renamed entry keeps its folder's
+// spelling. When adding, a file replaces only the file of exactly its name ("a.txt" and
+// "A.TXT" are two files, as on the disk).
 //
 // What "without paths" means when adding (INIPACK):
 //  - a file:   without paths the entry is <inner folder>/<file name>; with paths it is
