@@ -48,7 +48,10 @@
 // Every folder below an added folder gets its own entry, so empty folders are kept. Symbolic
 // links inside an added folder are stored as links (their target as data), never followed;
 // a link named directly as the item to add is followed (the user pointed at it). Sockets,
-// pipes and devices are skipped and reported. The archive itself is never added into itself.
+// pipes and devices are skipped and reported, and so is a file or folder (with everything in
+// it) whose name holds "\": readers take it for a folder separator, so it would not come
+// back under its name. Named directly as the item to add, any of them is an error. The
+// archive itself is never added into itself.
 // Entries keep the file's mode (high 16 bits of the external attributes, made on Unix), the
 // MS-DOS bits in the low byte (0x10 for folders, 0x01 when the owner may not write, 0x02 when
 // the entry's name starts with ".", as hidden files do here) and the modification time (the
