@@ -131,6 +131,48 @@ private Q_SLOTS:
         QCOMPARE(vzt::Run("unzip", {"-p", zip, "a.txt"}).output, QByteArray("first"));
         QCOMPARE(Cli({"add", "--replace", "always", zip, m_dir.filePath("r/a.txt")}).exitCode, 0);
         QCOMPARE(vzt::Run("unzip", {"-p", zip, "a.txt"}).output, QByteArray("second"));
+        QVERIFY(vzt::WriteAll(m_dir.filePath("r/a.txt"), "third"));
+        r = Cli({"add", "--replace", "never", zip, m_dir.filePath("r/a.txt")});
+        QCOMPARE(r.exitCode, 0);
+        QVERIFY(r.output.contains("Skipped"));
+        QCOMPARE(vzt::Run("unzip", {"-p", zip, "a.txt"}).output, QByteArray("second"));
+    }
+
+    // The path options against the settings' defaults (files and folders without paths).
+    void pathOptions_data() {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("source");     // below the test folder
+        QTest::addColumn<QStringList>("names");  // "@" stands for the test folder without "/"
+        const QStringList docs{"docs", "docs/b.txt", "docs/deep", "docs/deep/c.txt"};
+        QStringList docsWithPaths;
+        for (const QString& n : docs)
+            docsWithPaths << "@/src/" + n;
+        QTest::newRow("file") << QStringList{} << "src/a.txt" << QStringList{"a.txt"};
+        QTest::newRow("file with paths")
+            << QStringList{"--files-with-paths"} << "src/a.txt" << QStringList{"@/src/a.txt"};
+        QTest::newRow("folder") << QStringList{} << "src/docs" << docs;
+        QTest::newRow("folder with paths")
+            << QStringList{"--folders-with-paths"} << "src/docs" << docsWithPaths;
+        QTest::newRow("files with paths leave folders alone")
+            << QStringList{"--files-with-paths"} << "src/docs" << docs;
+        QTest::newRow("folders with paths leave files alone")
+            << QStringList{"--folders-with-paths"} << "src/a.txt" << QStringList{"a.txt"};
+    }
+    void pathOptions() {
+        QFETCH(QStringList, options);
+        QFETCH(QString, source);
+        QFETCH(QStringList, names);
+        const QString zip = m_dir.filePath("paths.zip");
+        QFile::remove(zip);
+        const auto r =
+            Cli(QStringList{"create"} + options + QStringList{zip, m_dir.filePath(source)});
+        QVERIFY2(r.exitCode == 0, r.output.constData());
+        const QString root = m_dir.path().mid(1);
+        QStringList want;
+        for (const QString& n : names)
+            want << QString(n).replace("@", root);
+        want.sort();
+        QCOMPARE(Names(zip), want);
     }
 
     void refusals() {
@@ -141,7 +183,9 @@ private Q_SLOTS:
             QStringList args;
             int exitCode;
         };
+        // A real self-extracting zip: a program, the zip after it, offsets from the file's start.
         QVERIFY(vzt::WriteAll(m_dir.filePath("self.exe"), vzt::ReadAll("/bin/true") + before));
+        QVERIFY(vzt::Run("zip", {"-qA", m_dir.filePath("self.exe")}).Ok());
         QVERIFY(vzt::WriteAll(m_dir.filePath("some.rar"), "Rar!"));
         const Case cases[] = {
             {{"rename", zip + "/a.txt", "x?y"}, 1},
@@ -156,12 +200,16 @@ private Q_SLOTS:
             {{"add", "--encrypt", "rot13", "--password", "x", zip, m_dir.filePath("src/a.txt")}, 2},
             {{"add", "--encrypt", "aes256", zip, m_dir.filePath("src/a.txt")}, 2},
         };
+        const QByteArray selfBefore = vzt::ReadAll(m_dir.filePath("self.exe"));
+        const QByteArray rarBefore = vzt::ReadAll(m_dir.filePath("some.rar"));
         for (const Case& c : cases) {
             const auto r = Cli(c.args);
             QVERIFY2(r.exitCode == c.exitCode, qPrintable(c.args.join(' ') + ": " + r.output));
             QCOMPARE(r.output.count('\n'), 1);
         }
         QCOMPARE(vzt::ReadAll(zip), before);  // untouched by every refusal
+        QCOMPARE(vzt::ReadAll(m_dir.filePath("self.exe")), selfBefore);
+        QCOMPARE(vzt::ReadAll(m_dir.filePath("some.rar")), rarBefore);
     }
 
     // A name with one of the nine characters is refused for a rename and for a new folder,
