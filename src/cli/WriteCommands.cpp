@@ -95,9 +95,12 @@ bool PackOptions(Args& args, INIPACK* ini, OverwriteMode* replace) {
     return true;
 }
 
-int Failed(const CZipPacker& packer, const Observer& observer, const QString& path) {
+// `created`: the command was creating the archive, so a stop leaves none rather than the old one.
+int Failed(const CZipPacker& packer, const Observer& observer, const QString& path,
+           bool created = false) {
     if (packer.WasCancelled())
-        PrintError(QStringLiteral("%1: stopped; the archive is as it was").arg(path));
+        PrintError(created ? QStringLiteral("%1: stopped; the archive was not created").arg(path)
+                           : QStringLiteral("%1: stopped; the archive is as it was").arg(path));
     else if (observer.Reports() > 0 && packer.LastError().isEmpty())
         PrintError(
             QStringLiteral("%1: %2 items failed (see above)").arg(path).arg(observer.Reports()));
@@ -173,9 +176,15 @@ int Create(Args args) {
     CZipPacker packer;
     packer.SetIni(ini);
     packer.SetHandleDialogProgress(&observer);
-    if (!packer.CreateArchive(archive) || !packer.AddItemsToArchiveFolder(sources, QString()) ||
-        !packer.CloseArchive())
-        return Failed(packer, observer, archive);
+    if (!packer.CreateArchive(archive))
+        return Failed(packer, observer, archive, true);
+    if (!packer.AddItemsToArchiveFolder(sources, QString())) {
+        // Nothing was written: no archive is left behind, not even an empty one.
+        packer.AbandonArchive();
+        return Failed(packer, observer, archive, true);
+    }
+    if (!packer.CloseArchive())
+        return Failed(packer, observer, archive, true);
     return kOk;
 }
 
@@ -223,6 +232,8 @@ int EditInside(const QString& path, const char* whatInner, Edit edit) {
         return kFailed;
     }
     Observer observer(OverwriteMode::Never);
+    // Ctrl+C or a SIGTERM stops the rewrite; the archive stays as it was.
+    InstallInterruptHandler();
     CZipPacker packer;
     packer.SetHandleDialogProgress(&observer);
     if (!packer.OpenArchive(t.archive))
@@ -236,16 +247,32 @@ int EditInside(const QString& path, const char* whatInner, Edit edit) {
 }
 
 // What INNER names: a folder (also one that is only the path of deeper entries), a file,
-// or nothing (then refused, with one line).
+// or nothing (then refused, with one line). An entry of exactly that name wins over one whose
+// name differs in case.
 enum class EntryKind { Folder, File, Missing };
 EntryKind KindOf(CZipPacker& packer, const Target& t, bool* refused) {
-    if (packer.FolderExists(t.inner))
-        return EntryKind::Folder;
-    if (packer.FileExists(t.inner))
-        return EntryKind::File;
+    ZIPFILEFULLINFO info;
+    if (packer.GetFileInfo(t.inner, info))
+        return info.isFolder ? EntryKind::Folder : EntryKind::File;
     PrintError(QStringLiteral("%1/%2: no such entry in the archive").arg(t.archive, t.inner));
     *refused = true;
     return EntryKind::Missing;
+}
+
+// A name that the user typed (trimmed already), for the entry that `path` names: false, with
+// one line, when it is empty or holds one of the nine forbidden characters.
+bool CheckTypedName(const QString& path, const QString& name) {
+    if (name.isEmpty()) {
+        PrintError(QStringLiteral("%1: a name cannot be empty").arg(path));
+        return false;
+    }
+    if (vz::HasForbiddenNameChar(name)) {
+        PrintError(QStringLiteral("%1: the name %2 holds one of \\ / : * ? \" < > |, which a name "
+                                  "cannot contain")
+                       .arg(path, name));
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -254,12 +281,8 @@ int Rename(Args args) {
     if (!CheckRest(args, 2, 2, QStringLiteral("rename ARCHIVE/INNER NEWNAME")))
         return kUsage;
     const QString name = vz::TrimName(args.Rest().at(1));
-    if (name.isEmpty() || vz::HasForbiddenNameChar(name)) {
-        PrintError(
-            QStringLiteral("%1: a name cannot be empty or contain any of \\ / : * ? \" < > |")
-                .arg(name));
+    if (!CheckTypedName(Absolute(args.Rest().at(0)), name))
         return kFailed;
-    }
     return EditInside(
         args.Rest().at(0), "an entry", [&](CZipPacker& packer, const Target& t, bool* refused) {
             const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
@@ -297,8 +320,16 @@ int MakeFolder(Args args) {
     if (!CheckRest(args, 1, 1, QStringLiteral("mkdir ARCHIVE/INNER")))
         return kUsage;
     return EditInside(args.Rest().at(0), "the folder to make",
-                      [](CZipPacker& packer, const Target& t, bool*) {
-                          return packer.CreateEmptyFolder(t.inner);
+                      [](CZipPacker& packer, const Target& t, bool* refused) {
+                          // The new folder's name is typed like a rename's: trimmed, and
+                          // refused when nothing or a forbidden character remains.
+                          const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
+                          const QString name = vz::TrimName(t.inner.mid(slash + 1));
+                          if (!CheckTypedName(t.archive + QLatin1Char('/') + t.inner, name)) {
+                              *refused = true;
+                              return false;
+                          }
+                          return packer.CreateEmptyFolder(t.inner.left(slash + 1) + name);
                       });
 }
 

@@ -1,10 +1,16 @@
 // velazip-cli's writing commands: every change leaves an archive that 7zz tests clean,
 // options reach the archive, refusals are one line and a non-zero exit.
 
+#include <signal.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "ArchiveWriters.h"
 #include "TestSupport.h"
 
 class CliWriteTest : public QObject {
@@ -13,6 +19,42 @@ class CliWriteTest : public QObject {
 
     vzt::ToolResult Cli(const QStringList& args) {
         return vzt::RunCli(args, m_dir.filePath("config"));
+    }
+    struct Interrupted {
+        bool signalled = false;  // the SIGTERM went while the temporary file was there
+        int exitCode = -1;       // -1: the program did not exit by itself
+        QByteArray output;
+    };
+    // Runs velazip-cli and sends it SIGTERM as soon as the temporary file of its commit shows
+    // beside `archive`: while it is writing the new archive. When it ends first, nothing is sent.
+    Interrupted RunInterrupted(const QStringList& args, const QString& archive) {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_CONFIG_HOME", m_dir.filePath("config"));
+        p.setProcessEnvironment(env);
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.start(vzt::BinaryDir() + "/velazip-cli", args);
+        p.closeWriteChannel();
+        const QDir folder = QFileInfo(archive).absoluteDir();
+        const QStringList temporary{QFileInfo(archive).fileName() + ".??????"};
+        Interrupted r;
+        while (p.state() != QProcess::NotRunning && !p.waitForFinished(1)) {
+            if (!folder.entryList(temporary, QDir::Files | QDir::Hidden).isEmpty()) {
+                ::kill(static_cast<pid_t>(p.processId()), SIGTERM);
+                r.signalled = true;
+                break;
+            }
+        }
+        p.waitForFinished(120000);
+        if (p.exitStatus() == QProcess::NormalExit)
+            r.exitCode = p.exitCode();
+        r.output = p.readAll();
+        return r;
+    }
+    // The names in `folder`, hidden ones too.
+    static QStringList Listing(const QString& folder) {
+        return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                                      QDir::Name);
     }
     QString Tested(const QString& archive, const QString& password = {}) {
         QStringList args{"t", "-bso0", archive};
@@ -89,6 +131,48 @@ private Q_SLOTS:
         QCOMPARE(vzt::Run("unzip", {"-p", zip, "a.txt"}).output, QByteArray("first"));
         QCOMPARE(Cli({"add", "--replace", "always", zip, m_dir.filePath("r/a.txt")}).exitCode, 0);
         QCOMPARE(vzt::Run("unzip", {"-p", zip, "a.txt"}).output, QByteArray("second"));
+        QVERIFY(vzt::WriteAll(m_dir.filePath("r/a.txt"), "third"));
+        r = Cli({"add", "--replace", "never", zip, m_dir.filePath("r/a.txt")});
+        QCOMPARE(r.exitCode, 0);
+        QVERIFY(r.output.contains("Skipped"));
+        QCOMPARE(vzt::Run("unzip", {"-p", zip, "a.txt"}).output, QByteArray("second"));
+    }
+
+    // The path options against the settings' defaults (files and folders without paths).
+    void pathOptions_data() {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("source");     // below the test folder
+        QTest::addColumn<QStringList>("names");  // "@" stands for the test folder without "/"
+        const QStringList docs{"docs", "docs/b.txt", "docs/deep", "docs/deep/c.txt"};
+        QStringList docsWithPaths;
+        for (const QString& n : docs)
+            docsWithPaths << "@/src/" + n;
+        QTest::newRow("file") << QStringList{} << "src/a.txt" << QStringList{"a.txt"};
+        QTest::newRow("file with paths")
+            << QStringList{"--files-with-paths"} << "src/a.txt" << QStringList{"@/src/a.txt"};
+        QTest::newRow("folder") << QStringList{} << "src/docs" << docs;
+        QTest::newRow("folder with paths")
+            << QStringList{"--folders-with-paths"} << "src/docs" << docsWithPaths;
+        QTest::newRow("files with paths leave folders alone")
+            << QStringList{"--files-with-paths"} << "src/docs" << docs;
+        QTest::newRow("folders with paths leave files alone")
+            << QStringList{"--folders-with-paths"} << "src/a.txt" << QStringList{"a.txt"};
+    }
+    void pathOptions() {
+        QFETCH(QStringList, options);
+        QFETCH(QString, source);
+        QFETCH(QStringList, names);
+        const QString zip = m_dir.filePath("paths.zip");
+        QFile::remove(zip);
+        const auto r =
+            Cli(QStringList{"create"} + options + QStringList{zip, m_dir.filePath(source)});
+        QVERIFY2(r.exitCode == 0, r.output.constData());
+        const QString root = m_dir.path().mid(1);
+        QStringList want;
+        for (const QString& n : names)
+            want << QString(n).replace("@", root);
+        want.sort();
+        QCOMPARE(Names(zip), want);
     }
 
     void refusals() {
@@ -99,7 +183,9 @@ private Q_SLOTS:
             QStringList args;
             int exitCode;
         };
+        // A real self-extracting zip: a program, the zip after it, offsets from the file's start.
         QVERIFY(vzt::WriteAll(m_dir.filePath("self.exe"), vzt::ReadAll("/bin/true") + before));
+        QVERIFY(vzt::Run("zip", {"-qA", m_dir.filePath("self.exe")}).Ok());
         QVERIFY(vzt::WriteAll(m_dir.filePath("some.rar"), "Rar!"));
         const Case cases[] = {
             {{"rename", zip + "/a.txt", "x?y"}, 1},
@@ -114,12 +200,174 @@ private Q_SLOTS:
             {{"add", "--encrypt", "rot13", "--password", "x", zip, m_dir.filePath("src/a.txt")}, 2},
             {{"add", "--encrypt", "aes256", zip, m_dir.filePath("src/a.txt")}, 2},
         };
+        const QByteArray selfBefore = vzt::ReadAll(m_dir.filePath("self.exe"));
+        const QByteArray rarBefore = vzt::ReadAll(m_dir.filePath("some.rar"));
         for (const Case& c : cases) {
             const auto r = Cli(c.args);
             QVERIFY2(r.exitCode == c.exitCode, qPrintable(c.args.join(' ') + ": " + r.output));
             QCOMPARE(r.output.count('\n'), 1);
         }
         QCOMPARE(vzt::ReadAll(zip), before);  // untouched by every refusal
+        QCOMPARE(vzt::ReadAll(m_dir.filePath("self.exe")), selfBefore);
+        QCOMPARE(vzt::ReadAll(m_dir.filePath("some.rar")), rarBefore);
+    }
+
+    // A name with one of the nine characters is refused for a rename and for a new folder,
+    // with the entry's path first; the archive stays as it was. ("/" in a new folder's path
+    // separates folders, so it is a rename's case only.)
+    void forbiddenCharacters_data() {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("name");
+        for (const char* c : {"\\", "/", ":", "*", "?", "\"", "<", ">", "|"}) {
+            const QString name = QStringLiteral("x%1y").arg(QLatin1String(c));
+            QTest::addRow("rename %s", c) << "rename" << name;
+            if (QLatin1String(c) != QLatin1String("/"))
+                QTest::addRow("mkdir %s", c) << "mkdir" << name;
+        }
+        QTest::newRow("rename to blanks") << "rename"
+                                          << "   ";
+        QTest::newRow("mkdir of blanks") << "mkdir"
+                                         << "   ";
+    }
+    void forbiddenCharacters() {
+        QFETCH(QString, command);
+        QFETCH(QString, name);
+        const QString zip = m_dir.filePath("chars.zip");
+        if (!QFile::exists(zip))
+            QCOMPARE(Cli({"create", zip, m_dir.filePath("src")}).exitCode, 0);
+        const QByteArray before = vzt::ReadAll(zip);
+        const QString entry = zip + "/src/a.txt";
+        const auto r = command == "rename" ? Cli({"rename", entry, name})
+                                           : Cli({"mkdir", zip + "/src/" + name});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output.count('\n'), 1);
+        const QString named = command == "rename" ? entry : zip + "/src/";
+        QVERIFY2(r.output.startsWith("velazip-cli: " + named.toUtf8()), r.output.constData());
+        if (!name.trimmed().isEmpty())
+            QVERIFY2(r.output.contains(name.toUtf8()), r.output.constData());
+        QCOMPARE(vzt::ReadAll(zip), before);
+    }
+
+    // A new folder's name loses its leading and trailing blanks, as a rename's does.
+    void newFolderNameIsTrimmed() {
+        const QString zip = m_dir.filePath("trim.zip");
+        QCOMPARE(Cli({"create", zip, m_dir.filePath("src/a.txt")}).exitCode, 0);
+        QCOMPARE(Cli({"mkdir", zip + "/  Spaced  "}).exitCode, 0);
+        QCOMPARE(Cli({"rename", zip + "/a.txt", "  b.txt "}).exitCode, 0);
+        QCOMPARE(Names(zip), (QStringList{"Spaced", "b.txt"}));
+    }
+
+    // Inner paths name folders in any case, as the Archive Browser shows them; an entry of
+    // exactly the given name wins over one whose name differs in case.
+    void namesInAnyCase() {
+        const QString zip = m_dir.filePath("case.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{"Docs/a.txt", "a"},
+                                                   {"docs/b.txt", "b"},
+                                                   {"readme/x.txt", "x"},
+                                                   {"README", "r"}})));
+        QCOMPARE(Cli({"delete", zip + "/Docs/b.txt"}).exitCode, 0);
+        QCOMPARE(Cli({"delete", zip + "/README"}).exitCode, 0);
+        QCOMPARE(Names(zip), (QStringList{"Docs/a.txt", "readme/x.txt"}));
+        QCOMPARE(Cli({"rename", zip + "/DOCS", "README"}).exitCode, 1);  // "readme" is there
+        QCOMPARE(Cli({"mkdir", zip + "/DOCS"}).exitCode, 1);
+        QCOMPARE(Cli({"rename", zip + "/DOCS", "Papers"}).exitCode, 0);
+        QCOMPARE(Names(zip), (QStringList{"Papers/a.txt", "readme/x.txt"}));
+    }
+
+    // A create that fails, or is stopped, leaves neither an archive nor a temporary file.
+    void failedCreateLeavesNothing() {
+        const QString dir = m_dir.filePath("failed");
+        QVERIFY(vzt::MakeTree(dir, {{"c2/f", "file"}, {"c1/f/x.txt", "x"}}));
+        const QString zip = dir + "/f2.zip";
+        // A file and a folder would both be named "f".
+        const auto r = Cli({"create", zip, dir + "/c2/f", dir + "/c1/f"});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output.count('\n'), 1);
+        QVERIFY2(r.output.contains(zip.toUtf8()), r.output.constData());
+        QCOMPARE(Listing(dir), (QStringList{"c1", "c2"}));
+    }
+    void stoppedCreateLeavesNothing() {
+        const QString dir = m_dir.filePath("stopcreate");
+        QVERIFY(QDir().mkpath(dir));
+        const QString zip = dir + "/big.zip";
+        // The larger the source, the longer the write: grow it until the stop comes while the
+        // archive is being written.
+        for (qint64 size = qint64(64) << 20; size <= (qint64(1) << 30); size *= 2) {
+            QFile big(dir + "/big.bin");
+            QVERIFY(big.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            QVERIFY(big.resize(size));
+            big.close();
+            const Interrupted r =
+                RunInterrupted({"create", "--level", "0", zip, big.fileName()}, zip);
+            if (!r.signalled) {
+                // It was done before the temporary file was seen: a whole, good archive.
+                QCOMPARE(r.exitCode, 0);
+                QCOMPARE(Tested(zip), QString());
+                QVERIFY(QFile::remove(zip));
+                continue;
+            }
+            if (r.exitCode == 0) {
+                // The stop came after the last check for it: the archive is whole.
+                QCOMPARE(Tested(zip), QString());
+                QCOMPARE(Listing(dir), (QStringList{"big.bin", "big.zip"}));
+                QVERIFY(QFile::remove(zip));
+                continue;
+            }
+            QVERIFY2(r.exitCode == 1, r.output.constData());
+            QVERIFY2(r.output.contains("stopped; the archive was not created"),
+                     r.output.constData());
+            QCOMPARE(Listing(dir), QStringList{"big.bin"});
+            return;
+        }
+        QFAIL("the create always ended before the stop reached it");
+    }
+
+    // A rename stopped by SIGTERM while it rewrites the archive leaves it byte-identical and
+    // removes the temporary file; so do a delete and a new folder (the same handler).
+    void stoppedEditLeavesTheArchive_data() {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("rename") << "rename";
+        QTest::newRow("delete") << "delete";
+        QTest::newRow("mkdir") << "mkdir";
+    }
+    void stoppedEditLeavesTheArchive() {
+        QFETCH(QString, command);
+        const QString dir = m_dir.filePath("stopedit");
+        QDir(dir).removeRecursively();
+        QVERIFY(vzt::MakeTree(dir, {{"small.txt", "s"}}));
+        const QString zip = dir + "/big.zip";
+        for (qint64 size = qint64(64) << 20; size <= (qint64(1) << 30); size *= 2) {
+            QFile big(dir + "/big.bin");
+            QVERIFY(big.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            QVERIFY(big.resize(size));
+            big.close();
+            QFile::remove(zip);
+            QCOMPARE(
+                Cli({"create", "--level", "0", zip, big.fileName(), dir + "/small.txt"}).exitCode,
+                0);
+            const QByteArray before = vzt::ReadAll(zip);
+            QStringList args{command};
+            if (command == "rename")
+                args << zip + "/big.bin"
+                     << "renamed.bin";
+            else if (command == "delete")
+                args << zip + "/small.txt";
+            else
+                args << zip + "/New Folder";
+            const Interrupted r = RunInterrupted(args, zip);
+            QCOMPARE(Listing(dir), (QStringList{"big.bin", "big.zip", "small.txt"}));
+            if (r.signalled && r.exitCode == 1) {
+                QVERIFY2(r.output.contains("stopped; the archive is as it was"),
+                         r.output.constData());
+                QVERIFY(vzt::ReadAll(zip) == before);
+                return;
+            }
+            // Done before the stop reached it: the change is whole. Try a larger archive.
+            QVERIFY2(r.exitCode == 0, r.output.constData());
+            QCOMPARE(Tested(zip), QString());
+            QVERIFY(vzt::ReadAll(zip) != before);
+        }
+        QFAIL("the edit always ended before the stop reached it");
     }
 };
 

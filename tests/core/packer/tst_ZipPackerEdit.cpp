@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
 #include "PackerTestKit.h"
 #include "RarWriter.h"
@@ -42,6 +43,29 @@ private:
         return dir + QStringLiteral("/a.zip");
     }
 
+    // Entries whose folders differ only in case, which the Archive Browser shows as one
+    // folder "Docs", in this order: Docs/a.txt, docs/b.txt, docs/Sub/c.txt, the folder entry
+    // DOCS/, hid.txt, top.txt and the folder entry "new folder/".
+    QString MixedCase(const QString& name) {
+        const QString dir = m_tmp.filePath(name);
+        QDir(dir).removeRecursively();
+        const QString archive = dir + QStringLiteral("/m.zip");
+        const quint32 folder = (0040755u << 16) | 0x10;
+        [&] {
+            QVERIFY(QDir().mkpath(dir));
+            QVERIFY(vzt::WriteAll(archive, vzt::StoredZip({{"Docs/a.txt", "a"},
+                                                           {"docs/b.txt", "bb"},
+                                                           {"docs/Sub/c.txt", "ccc"},
+                                                           {"DOCS/", {}, folder},
+                                                           {"hid.txt", "h"},
+                                                           {"top.txt", "t"},
+                                                           {"new folder/", {}, folder}})));
+            QVERIFY(vzt::MakeTree(dir + QStringLiteral("/add"),
+                                  {{"n.txt", "n"}, {"DOCS/SUB/m.txt", "m"}}));
+        }();
+        return archive;
+    }
+
     static QStringList Sorted(QStringList list) {
         list.sort();
         return list;
@@ -61,7 +85,8 @@ private slots:
         QTest::newRow("file at the root") << "top.txt" << false << true;
         QTest::newRow("a prefix is not a folder") << "x/y/z" << false << false;
         QTest::newRow("name sharing a prefix") << "xy" << false << false;
-        QTest::newRow("case matters") << "X" << false << false;
+        QTest::newRow("folder in another case") << "X/Y" << true << false;
+        QTest::newRow("file in another case") << "X/y/Z.TXT" << false << true;
         QTest::newRow("missing") << "q" << false << false;
         QTest::newRow("climbing out") << "x/../x" << false << false;
     }
@@ -261,6 +286,196 @@ private slots:
         QCOMPARE(vzt::ReadAll(archive), before);
     }
 
+    // What names a mixed-case archive's entries: the folders in any case, a file's name
+    // exactly first, then in any case.
+    void caseOfNames_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("folder");
+        QTest::addColumn<bool>("file");
+        QTest::addColumn<int>("size");  // of the entry GetFileInfo finds; -1 a folder
+        QTest::newRow("as the browser shows it") << "Docs/b.txt" << false << true << 2;
+        QTest::newRow("every part in another case") << "DOCS/SUB/C.TXT" << false << true << 3;
+        QTest::newRow("merged folder") << "dOcS" << true << false << -1;
+        QTest::newRow("folder below it") << "Docs/SUB" << true << false << -1;
+        QTest::newRow("folder entry in another case") << "New Folder" << true << false << -1;
+        QTest::newRow("file in another case") << "HID.txt" << false << true << 1;
+        QTest::newRow("missing") << "Docs/b" << false << false << 0;
+    }
+    void caseOfNames() {
+        QFETCH(QString, path);
+        QFETCH(bool, folder);
+        QFETCH(bool, file);
+        QFETCH(int, size);
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(MixedCase(QStringLiteral("casenames"))));
+        QCOMPARE(packer.FolderExists(path), folder);
+        QCOMPARE(packer.FileExists(path), file);
+        ZIPFILEFULLINFO info;
+        QCOMPARE(packer.GetFileInfo(path, info), folder || file);
+        if (folder)
+            QVERIFY(info.isFolder);
+        if (file)
+            QCOMPARE(info.size, quint64(size));
+    }
+
+    // Edits named as the Archive Browser names them act on the entries of every spelling,
+    // and entries keep their own spelling.
+    void caseEdits_data() {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<QStringList>("expected");  // besides hid.txt, top.txt, new folder/
+        QTest::newRow("remove a file of the merged folder")
+            << "removeFile"
+            << "Docs/b.txt"
+            << "" << QStringList{"Docs/a.txt", "docs/Sub/c.txt", "DOCS/"};
+        QTest::newRow("remove the only file of a folder, named in another case")
+            << "removeFile"
+            << "DOCS/SUB/C.TXT"
+            << "" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/", "DOCS/"};
+        QTest::newRow("remove the merged folder") << "removeFolder"
+                                                  << "Docs"
+                                                  << "" << QStringList{};
+        QTest::newRow("rename the merged folder")
+            << "renameFolder"
+            << "Docs"
+            << "Papers"
+            << QStringList{"Papers/a.txt", "Papers/b.txt", "Papers/Sub/c.txt", "Papers/"};
+        QTest::newRow("rename a folder below it in place")
+            << "renameFolder"
+            << "Docs/sub"
+            << "Docs/Deep" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Deep/c.txt", "DOCS/"};
+        QTest::newRow("change the case of a folder")
+            << "renameFolder"
+            << "docs/sub"
+            << "docs/SUB" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/SUB/c.txt", "DOCS/"};
+        QTest::newRow("move a folder into one named in another case")
+            << "renameFolder"
+            << "Docs/Sub"
+            << "NEW FOLDER/Sub"
+            << QStringList{"Docs/a.txt", "docs/b.txt", "new folder/Sub/c.txt", "DOCS/"};
+        QTest::newRow("rename a file of the merged folder")
+            << "renameFile"
+            << "Docs/b.txt"
+            << "Docs/b2.txt" << QStringList{"Docs/a.txt", "docs/b2.txt", "docs/Sub/c.txt", "DOCS/"};
+        QTest::newRow("move a file into a folder named in another case")
+            << "renameFile"
+            << "top.txt"
+            << "dOcS/top.txt" << QStringList{"Docs/a.txt", "docs/b.txt",   "docs/Sub/c.txt",
+                                             "DOCS/",      "Docs/top.txt", "-top.txt"};
+        QTest::newRow("change the case of a file")
+            << "renameFile"
+            << "hid.txt"
+            << "HID.TXT" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt",
+                                        "DOCS/",      "HID.TXT",    "-hid.txt"};
+        QTest::newRow("new folder in a folder named in another case")
+            << "mkdir"
+            << "dOcS/New"
+            << ""
+            << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/", "Docs/New/"};
+        QTest::newRow("add a file to a folder named in another case")
+            << "addFile"
+            << "n.txt"
+            << "DOCS/SUB"
+            << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/", "docs/Sub/n.txt"};
+        QTest::newRow("add a folder that is there in another case")
+            << "addFolder"
+            << "DOCS"
+            << "" << QStringList{"Docs/a.txt", "docs/b.txt",     "docs/Sub/c.txt",
+                                 "DOCS/",      "docs/Sub/m.txt", "docs/Sub/"};
+    }
+    void caseEdits() {
+        QFETCH(QString, operation);
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(QStringList, expected);
+        const QString archive = MixedCase(QStringLiteral("caseedits"));
+        const QString add = QFileInfo(archive).absolutePath() + QStringLiteral("/add/");
+        INIPACK ini;
+        ini.AskBeforeUpdating = false;
+        ini.PackFoldersWithoutPaths = true;
+        CZipPacker packer;
+        packer.SetIni(ini);
+        QVERIFY(packer.OpenArchive(archive));
+        bool ok = false;
+        if (operation == QLatin1String("removeFile"))
+            ok = packer.RemoveFile(a);
+        if (operation == QLatin1String("removeFolder"))
+            ok = packer.RemoveFolder(a);
+        if (operation == QLatin1String("renameFolder"))
+            ok = packer.RenameFolder(a, b);
+        if (operation == QLatin1String("renameFile"))
+            ok = packer.RenameFile(a, b);
+        if (operation == QLatin1String("mkdir"))
+            ok = packer.CreateEmptyFolder(a);
+        if (operation == QLatin1String("addFile"))
+            ok = packer.AddFileToArchiveFolder(add + a, b);
+        if (operation == QLatin1String("addFolder"))
+            ok = packer.AddFolderToArchive(add + a, add + a, true);
+        QVERIFY2(ok, qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QStringList want{"hid.txt", "top.txt", "new folder/"};
+        for (const QString& name : expected) {
+            if (name.startsWith(QLatin1Char('-')))
+                want.removeAll(name.mid(1));
+            else
+                want << name;
+        }
+        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted(want));
+        QVERIFY(pkt::SevenZipTests(archive, QString()));
+    }
+
+    // A name is taken whatever its case; the archive stays as it was.
+    void caseRefusals_data() {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::newRow("rename a file onto another file's name") << "renameFile"
+                                                                << "top.txt"
+                                                                << "HID.TXT";
+        QTest::newRow("rename a file onto a folder's name") << "renameFile"
+                                                            << "top.txt"
+                                                            << "NEW FOLDER";
+        QTest::newRow("rename a folder onto a folder's name") << "renameFolder"
+                                                              << "Docs"
+                                                              << "New Folder";
+        QTest::newRow("rename a folder onto a file's name") << "renameFolder"
+                                                            << "Docs"
+                                                            << "Top.Txt";
+        QTest::newRow("rename a folder into itself") << "renameFolder"
+                                                     << "Docs"
+                                                     << "DOCS/sub/x";
+        QTest::newRow("new folder beside one in another case") << "mkdir"
+                                                               << "New Folder"
+                                                               << "";
+        QTest::newRow("new folder that is implied in another case") << "mkdir"
+                                                                    << "DOCS/SUB"
+                                                                    << "";
+        QTest::newRow("new folder below a file named in another case") << "mkdir"
+                                                                       << "TOP.TXT/x"
+                                                                       << "";
+    }
+    void caseRefusals() {
+        QFETCH(QString, operation);
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        const QString archive = MixedCase(QStringLiteral("caserefusals"));
+        const QByteArray before = vzt::ReadAll(archive);
+        CZipPacker packer;
+        QVERIFY(packer.OpenArchive(archive));
+        bool ok = true;
+        if (operation == QLatin1String("renameFile"))
+            ok = packer.RenameFile(a, b);
+        if (operation == QLatin1String("renameFolder"))
+            ok = packer.RenameFolder(a, b);
+        if (operation == QLatin1String("mkdir"))
+            ok = packer.CreateEmptyFolder(a);
+        QVERIFY(!ok);
+        QVERIFY(!packer.LastError().isEmpty());
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(vzt::ReadAll(archive), before);
+    }
+
     // Several new folders in one place, as the Archive Browser names them.
     void newFolderNumbering() {
         const QString archive = ImpliedFolders(QStringLiteral("numbering"));
@@ -324,27 +539,40 @@ private slots:
     void refusedFamilies_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("kind");  // how the file is made
+        QTest::addColumn<QString>("says");  // what the refusal says, beside the path
         QTest::newRow("self-extracting zip") << "setup.exe"
-                                             << "zip";
+                                             << "sfx"
+                                             << "self-extracting";
         QTest::newRow("rar") << "a.rar"
-                             << "rar";
+                             << "rar"
+                             << "RAR archives are only read";
         QTest::newRow("7z") << "a.7z"
-                            << "7z";
+                            << "7z"
+                            << "7-Zip archives are only read";
         QTest::newRow("tar") << "a.tar"
-                             << "zip";
+                             << "zip"
+                             << "TAR archives are only read";
+        QTest::newRow("ace, which nothing reads") << "a.ace"
+                                                  << "junk"
+                                                  << "ACE archives cannot be read or written";
         QTest::newRow("unknown extension") << "a.dat"
-                                           << "zip";
+                                           << "zip"
+                                           << "only zip archives";
         QTest::newRow("rar named zip") << "fake.zip"
-                                       << "rar";
+                                       << "rar"
+                                       << "not a zip archive";
         QTest::newRow("garbage named zip") << "junk.zip"
-                                           << "junk";
+                                           << "junk"
+                                           << "not a zip archive";
         QTest::newRow("truncated zip") << "cut.zip"
-                                       << "cut";
+                                       << "cut"
+                                       << "not a zip archive";
     }
     // The packer writes zip, jar and xap only, and never a file it cannot read as zip.
     void refusedFamilies() {
         QFETCH(QString, name);
         QFETCH(QString, kind);
+        QFETCH(QString, says);
         const QString dir = m_tmp.filePath(QStringLiteral("families"));
         QDir(dir).removeRecursively();
         QVERIFY(vzt::MakeTree(dir, {{"in/a.txt", QByteArray(5000, 'a')}}));
@@ -354,10 +582,12 @@ private slots:
                          {QStringLiteral("-qr"), zipped, QStringLiteral("in")}, dir)
                     .Ok());
         if (kind == QLatin1String("sfx")) {
-            const vzt::FamilyArchive sfx =
-                vzt::MakeFamilyArchive(kind, dir + QStringLiteral("/in"), dir);
-            QVERIFY2(sfx.error.isEmpty(), qPrintable(sfx.error));
-            QCOMPARE(sfx.path, path);
+            // A program with the zip after it, the zip's offsets made to count from the start
+            // of the file, as self-extracting archives are.
+            QVERIFY(vzt::WriteAll(
+                path, vzt::ReadAll(QStringLiteral("/bin/true")) + vzt::ReadAll(zipped)));
+            QVERIFY(vzt::Run(QStringLiteral("zip"), {QStringLiteral("-qA"), path}).Ok());
+            QVERIFY(vzt::Run(QStringLiteral("unzip"), {QStringLiteral("-tq"), path}).Ok());
             QCOMPARE(vz::ClassifyPath(path, vzt::AllExtensions()),
                      int(ArchiveFamily::SelfExtractingZip));
         } else if (kind == QLatin1String("zip")) {
@@ -376,7 +606,9 @@ private slots:
             QVERIFY(vzt::WriteAll(path, vzt::ReadAll(zipped).chopped(10)));
         }
         const QByteArray before = vzt::ReadAll(path);
-        QVERIFY(!vz::IsWritableArchive(path));
+        QString reason;
+        QVERIFY(!vz::IsWritableArchive(path, &reason));
+        QVERIFY2(reason.contains(says), qPrintable(reason));
         CZipPacker packer;
         QVERIFY(!packer.OpenArchive(path));
         QVERIFY2(packer.LastError().contains(path), qPrintable(packer.LastError()));

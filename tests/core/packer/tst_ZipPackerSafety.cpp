@@ -6,6 +6,9 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -23,19 +26,27 @@
 namespace {
 
 // A small file system of its own (tmpfs), for a full disk or a read-only folder. Needs the
-// right to mount; the tests that need it skip without.
+// right to mount (root, or CAP_SYS_ADMIN); the tests that need it skip without, saying why.
 class ScratchMount {
 public:
     ScratchMount(const QString& folder, const char* options) : m_folder(folder) {
         QDir().mkpath(folder);
         m_mounted =
             ::mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, options) == 0;
+        if (!m_mounted)
+            m_why = QStringLiteral(
+                        "cannot mount a tmpfs (%1) on %2: %3; this test needs root or "
+                        "CAP_SYS_ADMIN to make a small or read-only file system")
+                        .arg(QLatin1String(options), folder,
+                             QString::fromLocal8Bit(std::strerror(errno)));
     }
     ~ScratchMount() {
         if (m_mounted)
             ::umount2(QFile::encodeName(m_folder).constData(), MNT_DETACH);
     }
     bool Mounted() const { return m_mounted; }
+    // Why it is not mounted.
+    const QString& Why() const { return m_why; }
     bool MakeReadOnly() {
         return ::mount("tmpfs", QFile::encodeName(m_folder).constData(), "tmpfs",
                        MS_REMOUNT | MS_RDONLY, nullptr) == 0;
@@ -44,6 +55,7 @@ public:
 private:
     QString m_folder;
     bool m_mounted = false;
+    QString m_why;
 };
 
 }  // namespace
@@ -199,7 +211,10 @@ private slots:
         const QString dir = Setup(QStringLiteral("inner"), {{"a.txt", "a"}});
         const QString archive = dir + QStringLiteral("/keep.zip");
         const QByteArray before = vzt::ReadAll(archive);
+        INIPACK ini;
+        ini.AskBeforeUpdating = false;  // src/a.txt is there: replace it without a question
         CZipPacker packer;
+        packer.SetIni(ini);
         QVERIFY(packer.OpenArchive(archive));
         QVERIFY(!packer.AddFileToArchiveFolder(dir + QStringLiteral("/src/a.txt"),
                                                QStringLiteral("no/such")));
@@ -211,13 +226,17 @@ private slots:
                                               QStringLiteral("src")));
         QVERIFY(packer.CloseArchive());
         QVERIFY(vzt::ReadAll(archive) != before);
+        QCOMPARE(vzt::Run(QStringLiteral("unzip"),
+                          {QStringLiteral("-p"), archive, QStringLiteral("src/a.txt")})
+                     .output,
+                 QByteArray("a"));
     }
 
     void fullDisk() {
         const QString dir = m_tmp.filePath(QStringLiteral("full"));
         ScratchMount mount(dir, "size=1m");
         if (!mount.Mounted())
-            QSKIP("cannot mount a small file system here");
+            QSKIP(qPrintable(mount.Why()));
         QVERIFY(vzt::MakeTree(dir, {{"in/a.txt", QByteArray(300000, 'a')}}));
         const QString archive = dir + QStringLiteral("/keep.zip");
         QVERIFY(vzt::Run(QStringLiteral("zip"),
@@ -243,7 +262,7 @@ private slots:
         const QString dir = m_tmp.filePath(QStringLiteral("readonly"));
         ScratchMount mount(dir, "size=1m");
         if (!mount.Mounted())
-            QSKIP("cannot mount a small file system here");
+            QSKIP(qPrintable(mount.Why()));
         QVERIFY(vzt::MakeTree(dir, {{"in/a.txt", "a"}}));
         const QString archive = dir + QStringLiteral("/keep.zip");
         QVERIFY(vzt::Run(QStringLiteral("zip"),

@@ -230,6 +230,109 @@ private slots:
                  QDir::cleanPath(out + QStringLiteral("/outside/target")));
     }
 
+    // The MS-DOS bits of added entries: read-only when the owner may not write, hidden when
+    // the entry's own name starts with "." (not when only a folder above it does).
+    void dosBitsOfAddedEntries_data() {
+        QTest::addColumn<QString>("path");  // below the added folder "t"; "/" ends a folder
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("bits");
+        QTest::newRow("plain file") << "plain" << 0644 << 0;
+        QTest::newRow("read-only file") << "ro" << 0444 << int(kDosReadOnly);
+        QTest::newRow("hidden file") << ".hidden" << 0644 << int(kDosHidden);
+        QTest::newRow("hidden and read-only") << ".both" << 0444 << int(kDosHidden | kDosReadOnly);
+        QTest::newRow("hidden folder") << ".dir/" << 0755 << int(kDosHidden | kDosDirectory);
+        QTest::newRow("file in a hidden folder") << ".dir/inner.txt" << 0644 << 0;
+        QTest::newRow("dot inside the name") << "a.b" << 0644 << 0;
+    }
+    void dosBitsOfAddedEntries() {
+        QFETCH(QString, path);
+        QFETCH(int, mode);
+        QFETCH(int, bits);
+        const QString dir = Fresh(QStringLiteral("dosbits"));
+        QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"), {{path, "x"}}));
+        QString entry = path;
+        if (entry.endsWith(QLatin1Char('/')))
+            entry.chop(1);
+        const QString disk = dir + QStringLiteral("/t/") + entry;
+        QVERIFY(::chmod(QFile::encodeName(disk).constData(), static_cast<mode_t>(mode)) == 0);
+        INIPACK ini = Settings(6, 8);
+        ini.PackFoldersWithoutPaths = true;
+        CZipPacker packer;
+        packer.SetIni(ini);
+        QVERIFY(packer.CreateArchive(dir + QStringLiteral("/bits.zip")));
+        QVERIFY2(
+            packer.AddFolderToArchive(dir + QStringLiteral("/t"), dir + QStringLiteral("/t"), true),
+            qPrintable(packer.LastError()));
+        ZIPFILEFULLINFO info;
+        QVERIFY(packer.GetFileInfo(QStringLiteral("t/") + entry, info));
+        QCOMPARE(int(info.attributes & (kDosReadOnly | kDosHidden | kDosSystem | kDosDirectory)),
+                 bits);
+        // A folder that the packer makes itself follows the same rule.
+        QVERIFY(packer.CreateEmptyFolder(QStringLiteral("t/.made")));
+        QVERIFY(packer.GetFileInfo(QStringLiteral("t/.made"), info));
+        QCOMPARE(info.attributes & kDosHidden, quint32(kDosHidden));
+        ::chmod(QFile::encodeName(disk).constData(), 0755);
+    }
+
+    // What is not stored: a pipe, and a name with "\" (readers take it for a folder
+    // separator, so it would come back as something else). Inside an added folder it is
+    // skipped, with what it holds, and reported; named directly it is an error and the
+    // archive stays as it was.
+    void itemsThatAreNotStored_data() {
+        QTest::addColumn<QString>("item");  // made below the folder "t"; "|" a pipe
+        QTest::addColumn<bool>("direct");   // added by itself, not as part of "t"
+        QTest::newRow("pipe in a folder") << "|fifo" << false;
+        QTest::newRow("file with \\ in a folder") << "a\\b.txt" << false;
+        QTest::newRow("folder with \\ in a folder") << "c\\d/inner.txt" << false;
+        QTest::newRow("pipe added directly") << "|fifo" << true;
+        QTest::newRow("file with \\ added directly") << "a\\b.txt" << true;
+        QTest::newRow("folder with \\ added directly") << "c\\d/inner.txt" << true;
+    }
+    void itemsThatAreNotStored() {
+        QFETCH(QString, item);
+        QFETCH(bool, direct);
+        const QString dir = Fresh(QStringLiteral("notstored"));
+        QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"), {{"ok.txt", "ok"}}));
+        const bool pipe = item.startsWith(QLatin1Char('|'));
+        const QString name = pipe ? item.mid(1) : item;
+        const QString top = dir + QStringLiteral("/t/") + name.section(QLatin1Char('/'), 0, 0);
+        if (pipe)
+            QVERIFY(::mkfifo(QFile::encodeName(top).constData(), 0644) == 0);
+        else
+            QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"), {{name, "x"}}));
+        const QString archive = dir + QStringLiteral("/n.zip");
+        {
+            CZipPacker packer;
+            packer.SetIni(Settings(6, 8));
+            QVERIFY(packer.CreateArchive(archive));
+            QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/t/ok.txt")));
+        }
+        const QByteArray before = vzt::ReadAll(archive);
+        pkt::ScriptedObserver observer;
+        CZipPacker packer;
+        packer.SetIni(Settings(6, 8));
+        packer.SetHandleDialogProgress(&observer);
+        QVERIFY(packer.OpenArchive(archive));
+        if (direct) {
+            const bool added = QFileInfo(top).isDir() ? packer.AddFolderToArchive(top, top, true)
+                                                      : packer.AddFileToArchive(top);
+            QVERIFY(!added);
+            QVERIFY2(packer.LastError().contains(top), qPrintable(packer.LastError()));
+            QVERIFY(packer.CloseArchive());
+            QCOMPARE(vzt::ReadAll(archive), before);
+            return;
+        }
+        QVERIFY2(
+            packer.AddFolderToArchive(dir + QStringLiteral("/t"), dir + QStringLiteral("/t"), true),
+            qPrintable(packer.LastError()));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(observer.reports.size(), 1);
+        QVERIFY2(observer.reports[0].contains(top), qPrintable(observer.reports[0]));
+        QStringList names = pkt::EntryNames(archive);
+        names.sort();
+        QCOMPARE(names, (QStringList{"ok.txt", "t/", "t/ok.txt"}));
+    }
+
     void namesWithAndWithoutPaths_data() {
         QTest::addColumn<bool>("folder");
         QTest::addColumn<bool>("withoutPaths");
@@ -318,6 +421,8 @@ private slots:
         QTest::newRow("cancel") << true << QList<int>{int(A::Cancel)} << 1 << "-";
         QTest::newRow("yes, cancel") << true << QList<int>{int(A::Yes), int(A::Cancel)} << 2 << "-";
         QTest::newRow("without asking") << false << QList<int>{} << 0 << "new-a,new-b";
+        // Asking with no observer to ask: every answer is No.
+        QTest::newRow("no one to ask") << true << QList<int>{-1} << 0 << "old-a,old-b";
     }
     void replaceQuestion() {
         QFETCH(bool, ask);
@@ -338,6 +443,7 @@ private slots:
         const QByteArray before = vzt::ReadAll(archive);
 
         pkt::ScriptedObserver observer;
+        const bool observed = answers != QList<int>{-1};
         for (int a : answers)
             observer.answers.push_back(static_cast<ReplaceAnswer>(a));
         INIPACK ini = Settings(6, 8);
@@ -345,7 +451,8 @@ private slots:
         ini.PackFoldersWithoutPaths = true;
         CZipPacker packer;
         packer.SetIni(ini);
-        packer.SetHandleDialogProgress(&observer);
+        if (observed)
+            packer.SetHandleDialogProgress(&observer);
         QVERIFY(packer.OpenArchive(archive));
         const bool ok = packer.AddFolderToArchive(dir + QStringLiteral("/new/p"),
                                                   dir + QStringLiteral("/new/p"), true);

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstring>
 #include <ctime>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -43,6 +44,10 @@ QString FamilyRefusal(const QString& path) {
             "are written");
     if (family == ArchiveFamily::None)
         return QStringLiteral("only zip archives (.zip, .jar, .xap) are written");
+    if (family == ArchiveFamily::Ace)  // the family is known, but nothing handles it
+        return QStringLiteral(
+            "ACE archives cannot be read or written; only zip archives (.zip, .jar, .xap) are "
+            "written");
     if (!ArchiveFamily::IsWritableZip(family))
         return QStringLiteral(
                    "%1 archives are only read; only zip archives (.zip, .jar, .xap) are "
@@ -92,13 +97,17 @@ bool FolderWritable(const QString& folder) {
     return ::access(QFile::encodeName(folder).constData(), W_OK | X_OK) == 0;
 }
 
-// The MS-DOS bits that the low byte of the external attributes carries for a disk item.
-quint32 DosBitsFor(quint32 mode) {
+// The MS-DOS bits that the low byte of the external attributes carries for an entry of that
+// name made from a disk item of that mode: folder, read-only when the owner may not write,
+// hidden when the name (its last component) starts with ".".
+quint32 DosBitsFor(quint32 mode, const QString& name) {
     quint32 bits = 0;
     if (S_ISDIR(mode))
         bits |= kDosDirectory;
     if (!(mode & S_IWUSR))
         bits |= kDosReadOnly;
+    if (name.mid(name.lastIndexOf(QLatin1Char('/')) + 1).startsWith(QLatin1Char('.')))
+        bits |= kDosHidden;
     return bits;
 }
 
@@ -337,11 +346,11 @@ struct CZipPacker::Impl : public vz::IPackSink {
         return ok;
     }
 
-    // Metadata of a new entry: external attributes made on Unix, MS-DOS time and the extended
-    // timestamp.
-    bool SetEntryMetadata(zip_uint64_t index, quint32 mode, qint64 mtime) {
+    // Metadata of a new entry named `name`: external attributes made on Unix, MS-DOS time and
+    // the extended timestamp.
+    bool SetEntryMetadata(zip_uint64_t index, const QString& name, quint32 mode, qint64 mtime) {
         const zip_uint32_t attributes =
-            (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) | DosBitsFor(mode);
+            (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) | DosBitsFor(mode, name);
         if (zip_file_set_external_attributes(za, index, 0, ZIP_OPSYS_UNIX, attributes) != 0)
             return false;
         if (zip_file_set_mtime(za, index, static_cast<time_t>(mtime), 0) != 0)
@@ -363,7 +372,7 @@ struct CZipPacker::Impl : public vz::IPackSink {
     bool AddFolderEntry(const QString& name, quint32 mode, qint64 mtime) {
         const QByteArray utf8 = name.toUtf8() + '/';
         const zip_int64_t index = zip_dir_add(za, utf8.constData(), ZIP_FL_ENC_UTF_8);
-        return index >= 0 && SetEntryMetadata(static_cast<zip_uint64_t>(index), mode, mtime);
+        return index >= 0 && SetEntryMetadata(static_cast<zip_uint64_t>(index), name, mode, mtime);
     }
 
     QString LibzipFailure(const QString& what) {
@@ -372,25 +381,22 @@ struct CZipPacker::Impl : public vz::IPackSink {
     }
 
     // A folder that the change leaves without any entry keeps an entry of its own.
-    // `gone` are the positions in the name index that are removed or moved, `arriving` the new
-    // paths of moved entries.
+    // `innerPath` is the entry's own spelling; `gone` are the positions in the name index that
+    // are removed or moved, `arriving` the new paths of moved entries. Folders are compared
+    // without regard to case, as the listing shows them.
     bool KeepParent(const QString& innerPath, const QSet<size_t>& gone,
                     const QStringList& arriving) {
         const QString parent = ParentOf(innerPath);
         if (parent.isEmpty())
             return true;
         vz::ZipNameIndex& index = Names();
-        const qint64 own = index.FindFolderEntry(parent);
-        if (own >= 0) {
-            bool ownGone = false;
-            for (size_t pos : gone)
-                ownGone = ownGone || index.Entries()[pos].index == static_cast<zip_uint64_t>(own);
-            if (!ownGone)
+        for (size_t pos : index.FolderEntries(parent)) {
+            if (!gone.contains(pos))
                 return true;
         }
-        const QString prefix = parent + QLatin1Char('/');
+        const QString prefix = vz::ZipNameIndex::Fold(parent) + QLatin1Char('/');
         for (const QString& p : arriving) {
-            if (p.startsWith(prefix))
+            if (vz::ZipNameIndex::Fold(p).startsWith(prefix))
                 return true;
         }
         for (size_t pos : index.Below(parent)) {
@@ -426,8 +432,12 @@ struct CZipPacker::Impl : public vz::IPackSink {
 };
 
 bool CZipPacker::Impl::FillInfo(const QString& inner, ZIPFILEFULLINFO& info) {
+    // An entry of exactly that name first, a file before a folder; then without regard to case.
+    using Match = vz::ZipNameIndex::Match;
     vz::ZipNameIndex& index = Names();
-    qint64 entry = index.FindFile(inner);
+    qint64 entry = index.FindFile(inner, Match::Exact);
+    if (entry < 0 && !index.FolderExists(inner, Match::Exact))
+        entry = index.FindFile(inner, Match::AnyCase);
     const bool folder = entry < 0;
     if (entry < 0)
         entry = index.FindFolderEntry(inner);
@@ -489,16 +499,55 @@ bool CZipPacker::Impl::FillInfo(const QString& inner, ZIPFILEFULLINFO& info) {
 
 // Decides for each planned item whether it is written and which existing entry it replaces;
 // asks the replace question. False on a conflict (error set) or a Cancel (cancelled set).
+//
+// Folders are matched without regard to case, as the listing shows them: an added entry's
+// folders take the spelling of a folder that the archive (or this add) has already, so that
+// adding "Docs/x" where "docs/" is goes into "docs/". A file replaces the file of exactly its
+// name in that folder ("a.txt" and "A.TXT" are two files, as on the disk); a file and a folder
+// whose names differ only in case conflict.
 bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::vector<bool>& keep,
                                         std::vector<qint64>& replace) {
-    vz::ZipNameIndex& index = Names();
+    using Match = vz::ZipNameIndex::Match;
+    using vz::ZipNameIndex;
+    ZipNameIndex& index = Names();
     keep.assign(items.size(), true);
     replace.assign(items.size(), -1);
-    QHash<QString, bool> planned;  // entry name -> is a folder
-    bool yesToAll = !ini.AskBeforeUpdating || !observer;
+    QHash<QString, bool> planned;            // entry name -> is a folder
+    QHash<QString, QString> plannedFolders;  // folded -> spelling, of the folders added here
+    QSet<QString> plannedFiles;              // folded
+    QHash<QString, QString> spelled;         // folder path as scanned -> as it is written
+    QSet<QString> parentsChecked;
+    // The spelling of a folder path, its parents first (items come after their folders).
+    std::function<QString(const QString&)> spell = [&](const QString& folder) -> QString {
+        if (folder.isEmpty())
+            return folder;
+        const auto known = spelled.constFind(folder);
+        if (known != spelled.constEnd())
+            return *known;
+        const QString parent = spell(ParentOf(folder));
+        const QString own = folder.mid(folder.lastIndexOf(QLatin1Char('/')) + 1);
+        QString result = parent.isEmpty() ? own : parent + QLatin1Char('/') + own;
+        QString existing;
+        if (index.FolderSpelling(result, &existing))
+            result = existing;
+        else
+            result = plannedFolders.value(ZipNameIndex::Fold(result), result);
+        spelled.insert(folder, result);
+        return result;
+    };
+    bool yesToAll = !ini.AskBeforeUpdating;
     for (size_t i = 0; i < items.size(); ++i) {
         vz::PackItem& item = items[i];
         const bool isFolder = item.kind == vz::PackItem::Folder;
+        if (isFolder) {
+            item.entryName = spell(item.entryName);
+        } else {
+            const QString parent = spell(ParentOf(item.entryName));
+            const QString own =
+                item.entryName.mid(item.entryName.lastIndexOf(QLatin1Char('/')) + 1);
+            item.entryName = parent.isEmpty() ? own : parent + QLatin1Char('/') + own;
+        }
+        const QString folded = ZipNameIndex::Fold(item.entryName);
         const auto earlier = planned.constFind(item.entryName);
         if (earlier != planned.constEnd()) {
             if (*earlier != isFolder)
@@ -512,11 +561,19 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
                         .arg(item.displayPath, item.entryName));
             continue;
         }
+        if (isFolder ? plannedFiles.contains(folded) : plannedFolders.contains(folded))
+            return Fail(QStringLiteral("Cannot add %1: a file and a folder would both be named %2.")
+                            .arg(item.displayPath, item.entryName));
         planned.insert(item.entryName, isFolder);
-        // A parent of the entry must not be a file.
-        for (QString parent = ParentOf(item.entryName); !parent.isEmpty();
-             parent = ParentOf(parent)) {
-            if (index.FindFile(parent) >= 0 || planned.value(parent, true) == false)
+        if (isFolder)
+            plannedFolders.insert(folded, item.entryName);
+        else
+            plannedFiles.insert(folded);
+        // A parent of the entry must not be a file. (When one is checked, so are those above it.)
+        for (QString parent = ParentOf(item.entryName);
+             !parent.isEmpty() && !parentsChecked.contains(parent); parent = ParentOf(parent)) {
+            parentsChecked.insert(parent);
+            if (index.FindFile(parent) >= 0 || plannedFiles.contains(ZipNameIndex::Fold(parent)))
                 return Fail(QStringLiteral("Cannot add %1: the archive %2 holds a file named %3.")
                                 .arg(item.displayPath, path, parent));
         }
@@ -533,9 +590,15 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
             return Fail(
                 QStringLiteral("Cannot add the file %1: the archive %2 holds a folder named %3.")
                     .arg(item.displayPath, path, item.entryName));
-        const qint64 existing = index.FindFile(item.entryName);
+        const qint64 existing = index.FindFile(item.entryName, Match::FoldersAnyCase);
         if (existing < 0)
             continue;
+        // It takes the place, and the name, of the entry it replaces.
+        item.entryName = index.Entries()[size_t(index.PositionOf(zip_uint64_t(existing)))].path;
+        if (!yesToAll && !observer) {
+            keep[i] = false;  // no one to ask: as if answered No
+            continue;
+        }
         if (!yesToAll) {
             OverwriteQuestion question;
             ZIPFILEFULLINFO old;
@@ -549,9 +612,8 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
             question.incoming.size = item.size;
             question.incoming.sizeKnown = true;
             question.incoming.modified = vz::FileTime::FromUnix(item.mtime);
-            question.incoming.attributes = DosBitsFor(item.mode) & kDosReadOnly;
-            if (item.displayPath.section(QLatin1Char('/'), -1).startsWith(QLatin1Char('.')))
-                question.incoming.attributes |= kDosHidden;
+            question.incoming.attributes =
+                DosBitsFor(item.mode, item.displayPath) & (kDosReadOnly | kDosHidden);
             switch (observer->AskOverwrite(question)) {
                 case ReplaceAnswer::Yes:
                     break;
@@ -578,13 +640,11 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     BeginOperation();
     if (!EnsureOpen())
         return false;
-    QString folder;
-    if (!CleanInnerPath(innerFolder, &folder))
+    QString named;
+    QString folder;  // spelled as the archive spells it, whatever the case it was named in
+    if (!CleanInnerPath(innerFolder, &named) || !Names().FolderSpelling(named, &folder))
         return Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
                         .arg(innerFolder, path));
-    if (!Names().FolderExists(folder))
-        return Fail(
-            QStringLiteral("The folder %1 does not exist in the archive %2.").arg(folder, path));
 
     const int level =
         ini.CompressionLevel >= 0 && ini.CompressionLevel <= 9 ? ini.CompressionLevel : 6;
@@ -694,7 +754,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
         const zip_uint64_t index = static_cast<zip_uint64_t>(added);
         ok = zip_set_file_compression(za, index, compressed ? method : ZIP_CM_STORE,
                                       compressed ? static_cast<zip_uint32_t>(level) : 0) == 0 &&
-             SetEntryMetadata(index, item.mode, item.mtime) &&
+             SetEntryMetadata(index, item.entryName, item.mode, item.mtime) &&
              (!encrypt || item.kind == vz::PackItem::Link ||
               zip_file_set_encryption(za, index, encryption, password.constData()) == 0);
         written.push_back(i);
@@ -889,6 +949,22 @@ QString CheckNewPath(const QString& given, QString* clean) {
 
 }  // namespace
 
+namespace {
+
+QString LastOf(const QString& innerPath) {
+    return innerPath.mid(innerPath.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+QString Joined(const QString& folder, const QString& name) {
+    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
+}
+
+bool SameFolder(const QString& a, const QString& b) {
+    return vz::ZipNameIndex::Fold(a) == vz::ZipNameIndex::Fold(b);
+}
+
+}  // namespace
+
 bool CZipPacker::CreateEmptyFolder(const QString& innerPath) {
     d->BeginOperation();
     if (!d->EnsureOpen())
@@ -905,11 +981,15 @@ bool CZipPacker::CreateEmptyFolder(const QString& innerPath) {
                 QStringLiteral("Cannot create the folder %1: the archive %2 holds a file named %3.")
                     .arg(clean, d->path, parent));
     }
+    // Taken by a file or folder of that name in any case.
     if (index.FindFile(clean) >= 0 || index.FolderExists(clean))
         return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
                            .arg(clean, d->path));
-    if (!d->AddFolderEntry(clean, kUnixFolderMode, static_cast<qint64>(std::time(nullptr)))) {
-        const QString message = d->LibzipFailure(QStringLiteral("create the folder %1").arg(clean));
+    // In the folders as the archive spells them.
+    const QString folder = Joined(index.Respell(ParentOf(clean)), LastOf(clean));
+    if (!d->AddFolderEntry(folder, kUnixFolderMode, static_cast<qint64>(std::time(nullptr)))) {
+        const QString message =
+            d->LibzipFailure(QStringLiteral("create the folder %1").arg(folder));
         d->Discard();
         return d->Fail(message);
     }
@@ -922,20 +1002,17 @@ bool CZipPacker::RemoveFile(const QString& innerPath) {
         return false;
     QString clean;
     vz::ZipNameIndex& index = d->Names();
-    const qint64 entry = CleanInnerPath(innerPath, &clean) ? index.FindFile(clean) : -1;
+    const qint64 entry =
+        CleanInnerPath(innerPath, &clean) && !clean.isEmpty() ? index.FindFile(clean) : -1;
     if (entry < 0)
         return d->Fail(QStringLiteral("The file %1 does not exist in the archive %2.")
                            .arg(innerPath, d->path));
-    QSet<size_t> gone;
-    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
-        if (index.Entries()[pos].index == static_cast<zip_uint64_t>(entry))
-            gone.insert(pos);
-    }
-    if (!d->KeepParent(clean, gone, {}) ||
+    const qint64 pos = index.PositionOf(static_cast<zip_uint64_t>(entry));
+    const QString own = index.Entries()[static_cast<size_t>(pos)].path;
+    if (!d->KeepParent(own, {static_cast<size_t>(pos)}, {}) ||
         zip_delete(d->za, static_cast<zip_uint64_t>(entry)) != 0) {
-        const QString message = d->error.isEmpty()
-                                    ? d->LibzipFailure(QStringLiteral("remove %1").arg(clean))
-                                    : d->error;
+        const QString message =
+            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("remove %1").arg(own)) : d->error;
         d->Discard();
         return d->Fail(message);
     }
@@ -947,25 +1024,25 @@ bool CZipPacker::RemoveFolder(const QString& innerPath) {
     if (!d->EnsureOpen())
         return false;
     QString clean;
+    QString own;
     vz::ZipNameIndex& index = d->Names();
-    if (!CleanInnerPath(innerPath, &clean) || clean.isEmpty() || !index.FolderExists(clean))
+    if (!CleanInnerPath(innerPath, &clean) || clean.isEmpty() || !index.FolderSpelling(clean, &own))
         return d->Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
                            .arg(innerPath, d->path));
+    // Every entry in the folder, whatever the case of its folder components.
     QSet<size_t> gone;
     for (size_t pos : index.Below(clean))
         gone.insert(pos);
-    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
-        if (index.Entries()[pos].folder && index.Entries()[pos].path == clean)
-            gone.insert(pos);
-    }
-    bool ok = d->KeepParent(clean, gone, {});
+    for (size_t pos : index.FolderEntries(clean))
+        gone.insert(pos);
+    bool ok = d->KeepParent(own, gone, {});
     for (size_t pos : gone) {
         if (ok && zip_delete(d->za, index.Entries()[pos].index) != 0)
             ok = false;
     }
     if (!ok) {
         const QString message =
-            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("remove the folder %1").arg(clean))
+            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("remove the folder %1").arg(own))
                                : d->error;
         d->Discard();
         return d->Fail(message);
@@ -979,33 +1056,38 @@ bool CZipPacker::RenameFile(const QString& oldInnerPath, const QString& newInner
         return false;
     QString from;
     vz::ZipNameIndex& index = d->Names();
-    const qint64 entry = CleanInnerPath(oldInnerPath, &from) ? index.FindFile(from) : -1;
+    const qint64 entry =
+        CleanInnerPath(oldInnerPath, &from) && !from.isEmpty() ? index.FindFile(from) : -1;
     if (entry < 0)
         return d->Fail(QStringLiteral("The file %1 does not exist in the archive %2.")
                            .arg(oldInnerPath, d->path));
+    const qint64 pos = index.PositionOf(static_cast<zip_uint64_t>(entry));
+    from = index.Entries()[static_cast<size_t>(pos)].path;
     QString to;
     const QString invalid = CheckNewPath(newInnerPath, &to);
     if (!invalid.isEmpty())
         return d->Fail(QStringLiteral("Cannot rename %1 to %2 in the archive %3: %4.")
                            .arg(from, newInnerPath, d->path, invalid));
-    if (to == from)
+    // In its own folder the entry keeps that folder's spelling; elsewhere it takes the
+    // archive's spelling of the folders that exist.
+    const QString target = SameFolder(ParentOf(to), ParentOf(from))
+                               ? Joined(ParentOf(from), LastOf(to))
+                               : Joined(index.Respell(ParentOf(to)), LastOf(to));
+    if (target == from)
         return true;
-    if (index.FindFile(to) >= 0 || index.FolderExists(to))
+    // Taken by another file, or by a folder, of that name in any case; the entry's own name
+    // in another case is free.
+    if (index.FindOtherFile(target, entry) >= 0 || index.FolderExists(target))
         return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
                            .arg(to, d->path));
-    for (QString parent = ParentOf(to); !parent.isEmpty(); parent = ParentOf(parent)) {
+    for (QString parent = ParentOf(target); !parent.isEmpty(); parent = ParentOf(parent)) {
         if (index.FindFile(parent) >= 0)
             return d->Fail(
                 QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
                     .arg(from, to, d->path, parent));
     }
-    QSet<size_t> gone;
-    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
-        if (index.Entries()[pos].index == static_cast<zip_uint64_t>(entry))
-            gone.insert(pos);
-    }
-    const QByteArray name = to.toUtf8();
-    if (!d->KeepParent(from, gone, {to}) ||
+    const QByteArray name = target.toUtf8();
+    if (!d->KeepParent(from, {static_cast<size_t>(pos)}, {target}) ||
         zip_file_rename(d->za, static_cast<zip_uint64_t>(entry), name.constData(),
                         ZIP_FL_ENC_UTF_8) != 0) {
         const QString message =
@@ -1021,8 +1103,9 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
     if (!d->EnsureOpen())
         return false;
     QString from;
+    QString own;
     vz::ZipNameIndex& index = d->Names();
-    if (!CleanInnerPath(oldInnerPath, &from) || from.isEmpty() || !index.FolderExists(from))
+    if (!CleanInnerPath(oldInnerPath, &from) || from.isEmpty() || !index.FolderSpelling(from, &own))
         return d->Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
                            .arg(oldInnerPath, d->path));
     QString to;
@@ -1030,11 +1113,14 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
     if (!invalid.isEmpty())
         return d->Fail(QStringLiteral("Cannot rename %1 to %2 in the archive %3: %4.")
                            .arg(from, newInnerPath, d->path, invalid));
-    if (to == from)
+    if (to == from || to == own)
         return true;
-    if (to.startsWith(from + QLatin1Char('/')))
+    const QString foldedFrom = vz::ZipNameIndex::Fold(from);
+    if (vz::ZipNameIndex::Fold(to).startsWith(foldedFrom + QLatin1Char('/')))
         return d->Fail(QStringLiteral("Cannot move the folder %1 into itself (%2).").arg(from, to));
-    if (index.FindFile(to) >= 0 || index.FolderExists(to))
+    // Taken by a file or another folder of that name in any case; the folder's own name in
+    // another case is free.
+    if (index.FindFile(to) >= 0 || (!SameFolder(to, from) && index.FolderExists(to)))
         return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
                            .arg(to, d->path));
     for (QString parent = ParentOf(to); !parent.isEmpty(); parent = ParentOf(parent)) {
@@ -1043,19 +1129,25 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
                 QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
                     .arg(from, to, d->path, parent));
     }
+    // Every entry in the folder, whatever the case of its folder components. In the same
+    // parent each keeps its own spelling of the parent; elsewhere they go below the archive's
+    // spelling of the folders that exist.
     QSet<size_t> gone;
     for (size_t pos : index.Below(from))
         gone.insert(pos);
-    for (size_t pos = 0; pos < index.Entries().size(); ++pos) {
-        if (index.Entries()[pos].folder && index.Entries()[pos].path == from)
-            gone.insert(pos);
-    }
-    bool ok = d->KeepParent(from, gone, {to});
+    for (size_t pos : index.FolderEntries(from))
+        gone.insert(pos);
+    const bool sameParent = SameFolder(ParentOf(to), ParentOf(from));
+    const QString movedTo = Joined(index.Respell(ParentOf(to)), LastOf(to));
+    const qsizetype parentLength = ParentOf(from).isEmpty() ? 0 : ParentOf(from).size() + 1;
+    bool ok = d->KeepParent(own, gone, {movedTo});
     for (size_t pos : gone) {
         if (!ok)
             break;
         const vz::ZipNameIndex::Entry& e = index.Entries()[pos];
-        QString target = to + e.path.mid(from.size());
+        // Folded paths are as long as the paths: the folder's part of e.path is from.size().
+        QString target = (sameParent ? e.path.left(parentLength) + LastOf(to) : movedTo) +
+                         e.path.mid(from.size());
         if (e.folder)
             target += QLatin1Char('/');
         const QByteArray name = target.toUtf8();
@@ -1063,7 +1155,7 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
     }
     if (!ok) {
         const QString message =
-            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("rename the folder %1").arg(from))
+            d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("rename the folder %1").arg(own))
                                : d->error;
         d->Discard();
         return d->Fail(message);

@@ -25,8 +25,19 @@
 // entry names written by other tools with "\" between components are matched as if they
 // used "/". Folder entries are written as "name/". A folder exists when it has its own entry
 // or when it is only the path of deeper entries (an implied folder); both count for
-// FolderExists, AddFileToArchiveFolder, RenameFolder and RemoveFolder. Names are compared
-// with regard to case, as on the disk.
+// FolderExists, AddFileToArchiveFolder, RenameFolder and RemoveFolder.
+//
+// Case. The Archive Browser shows folders whose names differ only in case as one folder
+// ("Docs/a.txt" and "docs/b.txt" in "Docs") and names entries by what it shows. So an inner
+// path is matched exactly first, then with its folder components without regard to case, then
+// wholly without regard to case. RemoveFolder and RenameFolder act on every entry in the
+// folder whatever the case of its folder components. FileExists and FolderExists, the checks
+// that a name is taken, answer without regard to case, and so do the refusals of RenameFile,
+// RenameFolder and CreateEmptyFolder (a file's or folder's own name in another case is not
+// taken by itself). Entries keep their own spelling: a new or moved entry goes into the
+// folders as the archive already spells them, and a renamed entry keeps its folder's
+// spelling. When adding, a file replaces only the file of exactly its name ("a.txt" and
+// "A.TXT" are two files, as on the disk).
 //
 // What "without paths" means when adding (INIPACK):
 //  - a file:   without paths the entry is <inner folder>/<file name>; with paths it is
@@ -37,17 +48,23 @@
 // Every folder below an added folder gets its own entry, so empty folders are kept. Symbolic
 // links inside an added folder are stored as links (their target as data), never followed;
 // a link named directly as the item to add is followed (the user pointed at it). Sockets,
-// pipes and devices are skipped and reported. The archive itself is never added into itself.
+// pipes and devices are skipped and reported, and so is a file or folder (with everything in
+// it) whose name holds "\": readers take it for a folder separator, so it would not come
+// back under its name. Named directly as the item to add, any of them is an error. The
+// archive itself is never added into itself.
 // Entries keep the file's mode (high 16 bits of the external attributes, made on Unix), the
-// MS-DOS bits in the low byte (0x10 for folders, 0x01 when the owner may not write) and the
-// modification time (the MS-DOS time and the extended timestamp field, exact to the second).
+// MS-DOS bits in the low byte (0x10 for folders, 0x01 when the owner may not write, 0x02 when
+// the entry's name starts with ".", as hidden files do here) and the modification time (the
+// MS-DOS time and the extended timestamp field, exact to the second). Folders that the packer
+// makes itself (CreateEmptyFolder, a parent kept by a removal) get the same hidden bit.
 //
 // Replacing. An added file whose entry exists already replaces it; with AskBeforeUpdating
 // the observer is asked first (IOperationObserver::AskOverwrite, existing = the entry,
 // incoming = the disk file): Yes replaces it, YesToAll replaces it and every further one of
 // the same call without asking, No keeps the entry and skips the file, Cancel ends the call
-// and leaves the archive untouched. Without an observer nothing can be asked and the entry
-// is replaced. A file never replaces a folder, nor a folder a file: that is an error.
+// and leaves the archive untouched. Without an observer nothing can be asked: the answer is
+// No, so the entry is kept and the file skipped (with no one to tell of it). A file never
+// replaces a folder, nor a folder a file: that is an error.
 //
 // Compression. Level 0 stores; levels 1 to 9 use DEFLATE (method 8) or BZIP2 (method 12);
 // a level outside 0 to 9 means the packer's default, 6. Empty files and links are stored.
@@ -94,7 +111,8 @@ public:
 
     void SetIni(const INIPACK& ini);
     // Progress (percent of the operation and the item being written), Stop, and the replace
-    // question. May be null: then nothing is shown, nothing stops and nothing is asked.
+    // question. May be null: then nothing is shown, nothing stops, and with AskBeforeUpdating
+    // no existing entry is replaced.
     void SetHandleDialogProgress(IOperationObserver* observer);
     // Told, after an add is committed and when RefreshArchiveBrowserTreeWithAddingOfEachItem
     // is set, of every entry that the add wrote (files, links and folders, in archive order),

@@ -17,6 +17,15 @@ QString Reason(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
+// A "\" in a stored name would be read as a folder separator (zip tools of Windows write
+// them so, and the archive's readers here too), so the entry would not come back under its
+// name. Such names are not stored.
+bool HoldsBackslash(const QString& name) {
+    return name.contains(QLatin1Char('\\'));
+}
+const char kBackslashReason[] =
+    "its name holds a \\, which zip archives read as a folder separator";
+
 }  // namespace
 
 QString DiskScanner::Join(const QString& a, const QString& b) const {
@@ -112,6 +121,11 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
         } else {
             stored = absolute.mid(1);
         }
+        if (HoldsBackslash(stored)) {
+            *error =
+                QStringLiteral("Cannot add %1: %2.").arg(absolute, QLatin1String(kBackslashReason));
+            return false;
+        }
         const QString entry = Join(m_settings.innerFolder, stored);
         if (!entry.isEmpty()) {
             top.entryName = entry;
@@ -126,6 +140,11 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
     const QString name = m_settings.filesWithoutPaths
                              ? absolute.mid(absolute.lastIndexOf(QLatin1Char('/')) + 1)
                              : absolute.mid(1);
+    if (HoldsBackslash(name)) {
+        *error =
+            QStringLiteral("Cannot add %1: %2.").arg(absolute, QLatin1String(kBackslashReason));
+        return false;
+    }
     top.entryName = Join(m_settings.innerFolder, name);
     out.push_back(top);
     return true;
@@ -167,6 +186,13 @@ bool DiskScanner::Walk(const QByteArray& folder, const QString& display, const Q
             }
         }
         const QString decoded = QFile::decodeName(name);
+        if (HoldsBackslash(decoded)) {
+            // Skipped, with everything below it, and reported, as a socket is.
+            if (report)
+                report(QStringLiteral("%1 was not added: %2.")
+                           .arg(displayPrefix + decoded, QLatin1String(kBackslashReason)));
+            continue;
+        }
         PackItem item;
         bool skipped = false;
         if (!Describe(prefix + name, displayPrefix + decoded, false, item, error, &skipped))

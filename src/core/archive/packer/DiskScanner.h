@@ -45,7 +45,8 @@ public:
 
     // Called every few hundred entries; true stops the scan (Scan returns false, no error).
     std::function<bool()> poll;
-    // Told of each item that is skipped (a socket, a pipe, a device, the archive itself).
+    // Told of each item that is skipped (a socket, a pipe, a device, the archive itself, a
+    // name that holds "\" and so would not come back as itself).
     std::function<void(const QString&)> report;
 
     // Appends the entries of one request. False with `error` set when a path cannot be read.

@@ -2,7 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 namespace vz {
+
+namespace {
+
+// The last component of a path.
+QStringView NameOf(const QString& path) {
+    return QStringView(path).mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+}  // namespace
 
 QString ZipNameIndex::Normalize(const QString& name, bool* folder) {
     QString path = name;
@@ -17,13 +28,40 @@ QString ZipNameIndex::Normalize(const QString& name, bool* folder) {
     return path.mid(start, end - start);
 }
 
+QString ZipNameIndex::Fold(const QString& path) {
+    // One UTF-16 unit for one: the folded path is as long as the path, so that a position in
+    // the one is the same position in the other. Characters outside the Basic Multilingual
+    // Plane are compared as they are.
+    const auto folds = [](QChar c) {
+        return c.unicode() < 0x80 ? c.unicode() >= 'A' && c.unicode() <= 'Z'
+                                  : !c.isSurrogate() && c.toCaseFolded() != c;
+    };
+    qsizetype first = 0;
+    while (first < path.size() && !folds(path.at(first)))
+        ++first;
+    if (first == path.size())
+        return path;  // nothing to fold: shared, not copied
+    QString folded = path;
+    QChar* out = folded.data();
+    for (qsizetype i = first; i < folded.size(); ++i) {
+        if (folds(out[i]))
+            out[i] = out[i].unicode() < 0x80 ? QChar(out[i].unicode() + ('a' - 'A'))
+                                             : out[i].toCaseFolded();
+    }
+    return folded;
+}
+
 void ZipNameIndex::Clear() {
     m_built = false;
     m_entries.clear();
     m_files.clear();
     m_folders.clear();
-    m_implied.clear();
-    m_impliedBuilt = false;
+    m_foldedBuilt = false;
+    m_folded.clear();
+    m_foldersExact.clear();
+    m_folderSpelling.clear();
+    m_folderEntriesAnyCase.clear();
+    m_filesAnyCase.clear();
 }
 
 void ZipNameIndex::Build(zip_t* za) {
@@ -58,40 +96,163 @@ void ZipNameIndex::Build(zip_t* za) {
     m_built = true;
 }
 
-qint64 ZipNameIndex::FindFile(const QString& path) const {
-    return m_files.value(path, -1);
-}
-
-qint64 ZipNameIndex::FindFolderEntry(const QString& path) const {
-    return m_folders.value(path, -1);
-}
-
-bool ZipNameIndex::FolderExists(const QString& path) {
-    if (path.isEmpty())
-        return true;  // the root
-    if (m_folders.contains(path))
-        return true;
-    if (!m_impliedBuilt) {
-        for (const Entry& entry : m_entries) {
-            int slash = entry.path.lastIndexOf(QLatin1Char('/'));
-            while (slash > 0) {
-                const QString parent = entry.path.left(slash);
-                if (m_implied.contains(parent))
-                    break;  // its parents are in already
-                m_implied.insert(parent);
-                slash = parent.lastIndexOf(QLatin1Char('/'));
-            }
+void ZipNameIndex::BuildFolded() {
+    if (m_foldedBuilt)
+        return;
+    m_folded.reserve(m_entries.size());
+    m_filesAnyCase.reserve(static_cast<qsizetype>(m_files.size()));
+    QStringView lastParent;  // of the entry before, whose folders are in already
+    for (const Entry& entry : m_entries) {
+        const QString folded = Fold(entry.path);
+        m_folded.push_back(folded);
+        const qint64 index = static_cast<qint64>(entry.index);
+        if (entry.folder) {
+            if (!m_folderEntriesAnyCase.contains(folded))
+                m_folderEntriesAnyCase.insert(folded, index);
+        } else {
+            m_filesAnyCase.insert(folded, index);
         }
-        m_impliedBuilt = true;
+        // The folder itself and the folders above it. When one is in, so are those above it;
+        // entries of one folder mostly come together, so the parent of the entry before is
+        // checked without looking anything up.
+        int end = entry.folder ? static_cast<int>(entry.path.size())
+                               : static_cast<int>(entry.path.lastIndexOf(QLatin1Char('/')));
+        if (end <= 0 || QStringView(entry.path).left(end) == lastParent)
+            continue;
+        lastParent = QStringView(entry.path).left(end);
+        for (int e = end; e > 0;) {
+            const QString exact = entry.path.left(e);
+            if (m_foldersExact.contains(exact))
+                break;
+            m_foldersExact.insert(exact);
+            e = static_cast<int>(exact.lastIndexOf(QLatin1Char('/')));
+        }
+        for (int e = end; e > 0;) {
+            const QString key = folded.left(e);
+            if (m_folderSpelling.contains(key))
+                break;
+            m_folderSpelling.insert(key, entry.path.left(e));
+            e = static_cast<int>(key.lastIndexOf(QLatin1Char('/')));
+        }
     }
-    return m_implied.contains(path);
+    m_foldedBuilt = true;
 }
 
-std::vector<size_t> ZipNameIndex::Below(const QString& folder) const {
+qint64 ZipNameIndex::PositionOf(zip_uint64_t index) const {
+    const auto it = std::lower_bound(
+        m_entries.begin(), m_entries.end(), index,
+        [](const Entry& entry, zip_uint64_t wanted) { return entry.index < wanted; });
+    if (it == m_entries.end() || it->index != index)
+        return -1;
+    return static_cast<qint64>(it - m_entries.begin());
+}
+
+qint64 ZipNameIndex::FindFile(const QString& path, Match match) {
+    const qint64 exact = m_files.value(path, -1);
+    if (exact >= 0 || match == Match::Exact)
+        return exact;
+    BuildFolded();
+    // The first in archive order of the files of that path in any case, of those with exactly
+    // that name first.
+    const QStringView name = NameOf(path);
+    qint64 sameName = -1;
+    qint64 any = -1;
+    const auto range = m_filesAnyCase.equal_range(Fold(path));
+    for (auto it = range.first; it != range.second; ++it) {
+        const qint64 index = it.value();
+        if (any < 0 || index < any)
+            any = index;
+        const qint64 pos = PositionOf(static_cast<zip_uint64_t>(index));
+        if ((sameName < 0 || index < sameName) &&
+            NameOf(m_entries[static_cast<size_t>(pos)].path) == name)
+            sameName = index;
+    }
+    if (sameName >= 0 || match == Match::FoldersAnyCase)
+        return sameName;
+    return any;
+}
+
+qint64 ZipNameIndex::FindOtherFile(const QString& path, qint64 except) {
+    if (m_files.value(path, -1) >= 0 && m_files.value(path) != except)
+        return m_files.value(path);
+    BuildFolded();
+    const auto range = m_filesAnyCase.equal_range(Fold(path));
+    for (auto it = range.first; it != range.second; ++it) {
+        if (it.value() != except)
+            return it.value();
+    }
+    return -1;
+}
+
+qint64 ZipNameIndex::FindFolderEntry(const QString& path) {
+    const qint64 exact = m_folders.value(path, -1);
+    if (exact >= 0)
+        return exact;
+    BuildFolded();
+    return m_folderEntriesAnyCase.value(Fold(path), -1);
+}
+
+bool ZipNameIndex::FolderExists(const QString& path, Match match) {
+    if (path.isEmpty() || m_folders.contains(path))
+        return true;
+    BuildFolded();
+    if (m_foldersExact.contains(path))
+        return true;
+    return match != Match::Exact && m_folderSpelling.contains(Fold(path));
+}
+
+bool ZipNameIndex::FolderSpelling(const QString& path, QString* spelling) {
+    if (path.isEmpty() || m_folders.contains(path)) {
+        *spelling = path;
+        return true;
+    }
+    BuildFolded();
+    if (m_foldersExact.contains(path)) {
+        *spelling = path;
+        return true;
+    }
+    const auto it = m_folderSpelling.constFind(Fold(path));
+    if (it == m_folderSpelling.constEnd())
+        return false;
+    *spelling = *it;
+    return true;
+}
+
+QString ZipNameIndex::Respell(const QString& path) {
+    QString spelled;
+    qsizetype covered = 0;
+    qsizetype end = path.indexOf(QLatin1Char('/'));
+    for (;;) {
+        const qsizetype length = end < 0 ? path.size() : end;
+        QString spelling;
+        if (!FolderSpelling(path.left(length), &spelling))
+            break;
+        spelled = spelling;
+        covered = length;
+        if (end < 0)
+            break;
+        end = path.indexOf(QLatin1Char('/'), end + 1);
+    }
+    return spelled + path.mid(covered);
+}
+
+std::vector<size_t> ZipNameIndex::Below(const QString& folder) {
+    BuildFolded();
     std::vector<size_t> out;
-    const QString prefix = folder + QLatin1Char('/');
+    const QString prefix = Fold(folder) + QLatin1Char('/');
     for (size_t i = 0; i < m_entries.size(); ++i) {
-        if (m_entries[i].path.startsWith(prefix))
+        if (m_folded[i].startsWith(prefix))
+            out.push_back(i);
+    }
+    return out;
+}
+
+std::vector<size_t> ZipNameIndex::FolderEntries(const QString& folder) {
+    BuildFolded();
+    std::vector<size_t> out;
+    const QString folded = Fold(folder);
+    for (size_t i = 0; i < m_entries.size(); ++i) {
+        if (m_entries[i].folder && m_folded[i] == folded)
             out.push_back(i);
     }
     return out;
