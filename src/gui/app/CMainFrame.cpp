@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
@@ -13,6 +14,7 @@
 #include <QShortcut>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QUrl>
 
 #include "app/CArchiveDock.h"
 #include "app/CArchiveDockToolbar.h"
@@ -91,6 +93,16 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
             [this] { EndOperation(Operation::File); });
     archiveTree->Populate(QString());
     m_fileView->Dock()->FillRoots();
+
+    // The sync buttons join the two browsers.
+    if (QAction* sync =
+            vz::FindCommand(m_archiveView->Dock()->Toolbar(), vz::cmd::kSyncWithFileBrowser)) {
+        connect(sync, &QAction::triggered, this, &CMainFrame::OnSyncWithFileBrowser);
+    }
+    if (QAction* sync =
+            vz::FindCommand(m_fileView->Dock()->Toolbar(), vz::cmd::kSyncWithArchiveBrowser)) {
+        connect(sync, &QAction::triggered, this, &CMainFrame::OnSyncWithArchiveBrowser);
+    }
 
     m_commandLinePath = PathFromArguments(arguments);
     if (!m_commandLinePath.isEmpty()) {
@@ -246,13 +258,13 @@ void CMainFrame::CreateMenus() {
     QAction* about = vz::NewCommand(this, kAbout, QStringLiteral("&About Vela-ZIP Archiver"),
                                     QStringLiteral("About"));
     connect(about, &QAction::triggered, this, &CMainFrame::OnAbout);
+    connect(homePage, &QAction::triggered, this, &CMainFrame::OnHomePage);
     help->addActions({helpTopics, homePage});
     help->addSeparator();
     help->addAction(about);
 
-    for (QAction* later :
-         {archiveBack, archiveForward, archiveClear, fileBack, fileForward, fileClear,
-          archiveBookmarks, fileBookmarks, options, helpTopics, homePage}) {
+    for (QAction* later : {archiveBack, archiveForward, archiveClear, fileBack, fileForward,
+                           fileClear, archiveBookmarks, fileBookmarks, options, helpTopics}) {
         later->setEnabled(false);
     }
 
@@ -435,4 +447,31 @@ void CMainFrame::closeEvent(QCloseEvent* event) {
     }
     m_mainSplitter->SaveState();
     event->accept();
+}
+
+void CMainFrame::OnHomePage() {
+    QDesktopServices::openUrl(QUrl(QString::fromLatin1(CVelaZipApp::kHomePageUrl)));
+}
+
+void CMainFrame::OnSyncWithFileBrowser() {
+    CVelaArchiveTree* archiveTree = ArchiveTree();
+    const QModelIndex item = archiveTree->SelectedItem();
+    if (!item.isValid()) {
+        return;
+    }
+    // Inside an archive the File Browser shows the archive file.
+    const QString path = archiveTree->PathOfItem(item);
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
+    const bool inside = !parts.archivePath.isEmpty() && !parts.innerPath.isEmpty() &&
+                        vz::ClassifyPath(path, archiveTree->ArchiveExtensions()) != 0;
+    m_fileView->Dock()->Tree()->Navigate(inside ? parts.archivePath : path);
+}
+
+void CMainFrame::OnSyncWithArchiveBrowser() {
+    CVelaFileTree* fileTree = m_fileView->Dock()->Tree();
+    const QModelIndex item = fileTree->SelectedItem();
+    if (!item.isValid()) {
+        return;
+    }
+    ArchiveTree()->Navigate(fileTree->PathOfItem(item));
 }

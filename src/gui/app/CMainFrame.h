@@ -68,6 +68,14 @@ public:
     bool BusyCheck();
 
     void OnAbout();
+    // Opens the product's home page in the default browser.
+    void OnHomePage();
+
+    // The sync commands of the two browser toolbars: the Archive Browser's selected item (for
+    // an item inside an archive, the archive file) goes to the File Browser, and the File
+    // Browser's selected item goes to the Archive Browser.
+    void OnSyncWithFileBrowser();
+    void OnSyncWithArchiveBrowser();
 
     // The command-line path rule: the first argument, trimmed of blanks and quotes, made
     // absolute; kept when it exists, or when it leads into an existing archive.

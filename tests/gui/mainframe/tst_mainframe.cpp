@@ -1,19 +1,31 @@
 // The main frame: start-up with and without an argument, the temporary folder, the splitter
 // entries, the finder rows, the visual styles, the command table and the busy check.
 
+#include <sys/stat.h>
+#include <unistd.h>
 #include <QAction>
 #include <QApplication>
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
+#include <QToolBar>
+#include <QUrl>
+#include <atomic>
 #include <memory>
 
 #include "TestSupport.h"
+#include "app/CFileDock.h"
+#include "app/CFileView.h"
 #include "app/CMainFrame.h"
 #include "app/CVelaSplitter.h"
+#include "app/CVelaZipApp.h"
 #include "app/CommandIds.h"
 #include "app/Commands.h"
 #include "app/IProgressWindow.h"
@@ -21,6 +33,9 @@
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/MessageBox.h"
+#include "common/OpenWithDefault.h"
+#include "common/ResponsiveCall.h"
+#include "filebrowser/CVelaFileTree.h"
 #include "settings/CLayoutProfile.h"
 
 namespace {
@@ -36,7 +51,27 @@ QString MenuText(const CMainFrame& frame, int id) {
     return action != nullptr ? action->text() : QStringLiteral("<missing>");
 }
 
+// Makes `folder`/a.zip holding docs/readme.txt and x.txt.
+bool MakeArchive(const QString& folder) {
+    if (!vzt::MakeTree(folder + QStringLiteral("/src"), {{"docs/readme.txt", "r"}, {"x.txt", "x"}}))
+        return false;
+    return vzt::Run(QStringLiteral("zip"),
+                    {QStringLiteral("-qr"), folder + QStringLiteral("/a.zip"),
+                     QStringLiteral("docs"), QStringLiteral("x.txt")},
+                    folder + QStringLiteral("/src"))
+        .Ok();
+}
+
 }  // namespace
+
+// Receives the addresses the program asks the desktop to open.
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void Open(const QUrl& url) { urls << url; }
+};
 
 class TestMainFrame : public QObject {
     Q_OBJECT
@@ -55,6 +90,9 @@ private slots:
     void visualStylePersists_data();
     void visualStylePersists();
     void commandTable();
+    void toolbarTooltipsAreTheDescriptions();
+    void homePageOpensInTheBrowser();
+    void syncBetweenTheBrowsers();
     void busyCheckRefusesClose();
     void f6MovesBetweenPanes();
     void statusBarShowsTheSelection();
@@ -328,7 +366,7 @@ void TestMainFrame::commandTable() {
         {kFileBookmarksManager, "&File Bookmarks Manager...", false},
         {kOptions, "&Options...", false},
         {kHelpTopics, "&Help Topics", false},
-        {kHomePage, "Vela-ZIP Archiver Home Page", false},
+        {kHomePage, "Vela-ZIP Archiver Home Page", true},
     };
     for (const Row& row : rows) {
         QAction* action = vz::FindCommand(&frame, row.id);
@@ -336,31 +374,118 @@ void TestMainFrame::commandTable() {
         QCOMPARE(action->text(), QString::fromLatin1(row.text));
         QCOMPARE(action->isEnabled(), row.enabled);
     }
-    QCOMPARE(vz::FindCommand(&frame, kExit)->statusTip(), QStringLiteral("Quits the application"));
-    QCOMPARE(vz::FindCommand(&frame, kExit)->toolTip(), QStringLiteral("Exit"));
+    // The tooltip is the description, the short name the action's own text for buttons.
+    QAction* exit = vz::FindCommand(&frame, kExit);
+    QCOMPARE(exit->toolTip(), QStringLiteral("Quits the application"));
+    QCOMPARE(exit->statusTip(), QStringLiteral("Quits the application"));
+    QCOMPARE(exit->iconText(), QStringLiteral("Exit"));
+    QCOMPARE(vz::FindCommand(&frame, kArchiveHistoryBack)->toolTip(),
+             QStringLiteral("Back to previous history item"));
     QCOMPARE(vz::FindCommand(&frame, kArchiveHistoryBack)->shortcut(),
              QKeySequence(Qt::CTRL | Qt::Key_Left));
     QCOMPARE(vz::FindCommand(&frame, kFileHistoryForward)->shortcut(),
              QKeySequence(Qt::ALT | Qt::Key_Right));
-    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->statusTip(),
+    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->toolTip(),
              QStringLiteral(" Clear the file browser history"));
-    // The toolbar buttons of both browsers, disabled until their features arrive.
+    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->iconText(), QStringLiteral("Clear"));
+    // The toolbar buttons of both browsers: sync works, the rest waits for its feature.
     for (const int id : {kArchiveHistoryBackButton, kArchiveHistoryForwardButton,
-                         kArchiveBookmarksButton, kSyncWithFileBrowser, kAddArchiveBookmark,
-                         kFileHistoryBackButton, kFileHistoryForwardButton, kFileBookmarksButton,
-                         kSyncWithArchiveBrowser, kAddFileBookmark}) {
+                         kArchiveBookmarksButton, kAddArchiveBookmark, kFileHistoryBackButton,
+                         kFileHistoryForwardButton, kFileBookmarksButton, kAddFileBookmark}) {
         QAction* action = vz::FindCommand(&frame, id);
         QVERIFY2(action != nullptr, qPrintable(QString::number(id)));
         QVERIFY(!action->isEnabled());
     }
-    QCOMPARE(vz::FindCommand(&frame, kSyncWithFileBrowser)->statusTip(),
-             QStringLiteral("Sync with File Browser"));
+    QVERIFY(vz::FindCommand(&frame, kSyncWithFileBrowser)->isEnabled());
+    QVERIFY(vz::FindCommand(&frame, kSyncWithArchiveBrowser)->isEnabled());
 
     vz::FindCommand(&frame, kAbout)->trigger();
     QCOMPARE(m_boxes.size(), 1);
     QCOMPARE(m_boxes[0].caption, QStringLiteral("About Vela-ZIP Archiver"));
     QVERIFY(m_boxes[0].text.contains(QStringLiteral("Vela-ZIP Archiver")));
     QVERIFY(m_boxes[0].text.contains(QStringLiteral("Version 4.2")));
+}
+
+void TestMainFrame::toolbarTooltipsAreTheDescriptions() {
+    CMainFrame frame({});
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    using namespace vz::cmd;
+    struct Row {
+        int id;
+        const char* tooltip;
+        const char* shortName;
+    };
+    const Row rows[] = {
+        {kArchiveHistoryBackButton, "Back to previous history item", "Back"},
+        {kArchiveHistoryForwardButton, "Forward to next history item", "Forward"},
+        {kArchiveBookmarksButton, "Shows archive bookmarks", "Bookmarks"},
+        {kAddArchiveBookmark, "Adds selected item to archive bookmarks", "Add Bookmarks"},
+        {kSyncWithFileBrowser, "Sync with File Browser", "Sync"},
+        {kFileHistoryBackButton, "Back to previous history item", "Back"},
+        {kFileHistoryForwardButton, "Forward to next history item", "Forward"},
+        {kFileBookmarksButton, "Shows file bookmarks", "Bookmarks"},
+        {kAddFileBookmark, "Adds selected item to file bookmarks", "Add Bookmarks"},
+        {kSyncWithArchiveBrowser, "Sync with Archive Browser", "Sync"},
+    };
+    for (const Row& row : rows) {
+        QAction* action = vz::FindCommand(&frame, row.id);
+        QVERIFY2(action != nullptr, qPrintable(QString::number(row.id)));
+        QCOMPARE(action->iconText(), QString::fromLatin1(row.shortName));
+        // What the button shows under the cursor.
+        auto* toolbar = qobject_cast<QToolBar*>(action->parent());
+        QVERIFY(toolbar != nullptr);
+        QWidget* button = toolbar->widgetForAction(action);
+        QVERIFY(button != nullptr);
+        QCOMPARE(button->toolTip(), QString::fromLatin1(row.tooltip));
+    }
+}
+
+void TestMainFrame::homePageOpensInTheBrowser() {
+    CMainFrame frame({});
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "Open");
+    const auto unset =
+        qScopeGuard([] { QDesktopServices::unsetUrlHandler(QStringLiteral("https")); });
+    vz::FindCommand(&frame, vz::cmd::kHomePage)->trigger();
+    QCOMPARE(catcher.urls.size(), 1);
+    QCOMPARE(catcher.urls[0], QUrl(QString::fromLatin1(CVelaZipApp::kHomePageUrl)));
+    QVERIFY(catcher.urls[0].isValid());
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestMainFrame::syncBetweenTheBrowsers() {
+    const QString folder = m_dir.filePath(QStringLiteral("sync"));
+    QDir(folder).removeRecursively();
+    QVERIFY(MakeArchive(folder));
+    QVERIFY(QDir().mkpath(folder + QStringLiteral("/sub/deeper")));
+    const QString zip = folder + QStringLiteral("/a.zip");
+    CMainFrame frame({zip + QStringLiteral("/docs/readme.txt")});
+    CVelaArchiveTree* archiveTree = frame.ArchiveTree();
+    CVelaFileTree* fileTree = frame.FileView()->Dock()->Tree();
+    QAction* toFileBrowser = vz::FindCommand(&frame, vz::cmd::kSyncWithFileBrowser);
+    QAction* toArchiveBrowser = vz::FindCommand(&frame, vz::cmd::kSyncWithArchiveBrowser);
+    const auto selected = [](CVelaDragDropTree* tree) {
+        return tree->PathOfItem(tree->currentIndex());
+    };
+    QCOMPARE(selected(archiveTree), zip + QStringLiteral("/docs/readme.txt"));
+
+    // An entry inside an archive: the File Browser goes to the archive file.
+    toFileBrowser->trigger();
+    QCOMPARE(selected(fileTree), zip);
+    // A disk folder: the File Browser goes to that folder.
+    archiveTree->Navigate(folder + QStringLiteral("/sub/deeper"));
+    toFileBrowser->trigger();
+    QCOMPARE(selected(fileTree), folder + QStringLiteral("/sub/deeper"));
+
+    // The other way: the File Browser's selection, a folder or an archive file.
+    fileTree->Navigate(folder + QStringLiteral("/sub"));
+    toArchiveBrowser->trigger();
+    QCOMPARE(selected(archiveTree), folder + QStringLiteral("/sub"));
+    fileTree->Navigate(zip);
+    toArchiveBrowser->trigger();
+    QCOMPARE(selected(archiveTree), zip);
+    QVERIFY(m_boxes.isEmpty());
 }
 
 void TestMainFrame::busyCheckRefusesClose() {
