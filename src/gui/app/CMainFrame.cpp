@@ -109,8 +109,10 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
         archiveTree->Navigate(m_commandLinePath);
     }
     // A second copy started with an argument must not delete what a first copy still uses.
-    vz::platform::PrepareTempFolder(arguments.isEmpty());
-    m_tempFolder = vz::platform::TempFolderPath();
+    // A folder that cannot be made ready (another user's, or a link we may not replace) is
+    // not reported and never used: what needs it fails with its own message.
+    const bool tempReady = vz::platform::PrepareTempFolder(arguments.isEmpty());
+    m_tempFolder = tempReady ? vz::platform::TempFolderPath() : QString();
     archiveTree->SetTempFolder(m_tempFolder);
 
     // Both browser histories start here, empty and recording, once browsing history exists.

@@ -42,7 +42,8 @@ public:
 
     // The path given on the command line (empty when none was given or it does not exist).
     QString CommandLinePath() const { return m_commandLinePath; }
-    // The folder for files opened from archives.
+    // The folder for files opened from archives; empty when it could not be prepared (it is
+    // then never used, and what needs it fails with its own message).
     QString TempFolder() const { return m_tempFolder; }
     QString StatusText() const;
     void SetStatusText(const QString& text);

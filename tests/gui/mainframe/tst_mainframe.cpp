@@ -81,6 +81,7 @@ private slots:
     void init();
 
     void startWithoutArgumentEmptiesTheTemporaryFolder();
+    void temporaryFolderThatIsNotOursIsNeverUsed();
     void startWithArgument_data();
     void startWithArgument();
     void splitterEntriesRoundTrip();
@@ -153,6 +154,49 @@ void TestMainFrame::startWithoutArgumentEmptiesTheTemporaryFolder() {
     QVERIFY(QDir(TempFolder()).removeRecursively());
     CMainFrame second({});
     QVERIFY(QFileInfo(TempFolder()).isDir());
+}
+
+void TestMainFrame::temporaryFolderThatIsNotOursIsNeverUsed() {
+    // A link in the folder's place that we may not replace: another user's, or, where the
+    // test cannot hand it to another user, one in a folder we may not change.
+    const QString target = m_dir.filePath(QStringLiteral("link-target"));
+    QVERIFY(QDir().mkpath(target));
+    QDir(TempFolder()).removeRecursively();
+    QFile::remove(TempFolder());
+    QVERIFY(QFile::link(target, TempFolder()));
+    const QByteArray link = QFile::encodeName(TempFolder());
+    const bool asRoot = geteuid() == 0;
+    if (asRoot) {
+        QCOMPARE(lchown(link.constData(), 65534, 65534), 0);
+    } else {
+        QVERIFY(QFile::setPermissions(m_tmp, QFile::ReadOwner | QFile::ExeOwner));
+    }
+    const auto restore = qScopeGuard([&] {
+        QFile::setPermissions(m_tmp, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QFile::remove(TempFolder());
+    });
+
+    const QString folder = m_dir.filePath(QStringLiteral("templink"));
+    QVERIFY(MakeArchive(folder));
+    vz::SetOpenHook([](const QString&) { return true; });
+    const auto unhook = qScopeGuard([] { vz::SetOpenHook({}); });
+
+    CMainFrame frame({});
+    QVERIFY(frame.TempFolder().isEmpty());
+    CVelaArchiveTree* tree = frame.ArchiveTree();
+    QVERIFY(tree->TempFolder().isEmpty());
+    QVERIFY(QFileInfo(TempFolder()).isSymLink());
+
+    // Opening a file from an archive fails with its own message and writes nothing through
+    // the link.
+    const QModelIndex file = tree->Navigate(folder + QStringLiteral("/a.zip/x.txt"));
+    QCOMPARE(tree->PathOfItem(file), folder + QStringLiteral("/a.zip/x.txt"));
+    m_boxes.clear();
+    QVERIFY(!tree->OpenFromArchive(file));
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Unpacking File"));
+    QVERIFY(!tree->UnpackForDragOut(folder + QStringLiteral("/a.zip/x.txt"), nullptr));
+    QCOMPARE(vzt::ListTree(target), QStringList());
 }
 
 void TestMainFrame::startWithArgument_data() {
