@@ -184,6 +184,7 @@ void CVelaArchiveTree::RefreshItem(const QModelIndex& item) {
 
 void CVelaArchiveTree::ListItem(const QModelIndex& item) {
     WaitCursor wait;
+    m_listingFailed = false;
     CVelaTreeModel* model = TreeModel();
     model->RemoveChildren(item, Children::Unlisted);
     const QString path = PathOfItem(item);
@@ -245,7 +246,8 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
     const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
     std::unique_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
     if (!unpacker) {
-        // A recognised family without an unpacker (ACE) lists nothing.
+        // A recognised family without an unpacker (ACE) lists nothing, and says nothing: the
+        // item is left without children until it is collapsed and expanded again.
         TreeModel()->AppendItems(item, {});
         RefreshLayout();
         return;
@@ -261,10 +263,13 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
         unpacker->CloseArchive();
     });
     if (!opened || !listed) {
+        m_listingFailed = true;
         vz::ShowError(this, QStringLiteral("Error Opening Archive"),
                       QStringLiteral("Cannot open the archive."));
-        // The item goes back to its unread state, so that expanding it again tries again.
-        collapse(item);
+        // The item stays without children, and so without an expander, until it is collapsed
+        // and expanded again.
+        TreeModel()->AppendItems(item, {});
+        RefreshLayout();
         return;
     }
 
@@ -846,7 +851,7 @@ void CVelaArchiveTree::OnCreateFolder() {
     }
     model->SetChildState(parent, Children::Unlisted);
     expand(parent);
-    if (!parent.isValid() || model->ChildState(parent) != Children::Listed) {
+    if (!parent.isValid() || model->ChildState(parent) != Children::Listed || m_listingFailed) {
         // The listing failed and said so; nothing was created.
         packer.CloseArchive();
         return;

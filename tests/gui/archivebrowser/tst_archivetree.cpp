@@ -66,6 +66,7 @@ private slots:
     void reExpansionShowsTheArchiveAsItIsNow();
     void collapseMovesTheSelectionUp();
     void archiveThatDoesNotOpen();
+    void familyWithoutUnpacker();
     void navigateIntoAnArchive();
     void doubleClickNeverExpands();
     void statusTexts();
@@ -317,13 +318,63 @@ void TestArchiveTree::archiveThatDoesNotOpen() {
     QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Opening Archive"));
     QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
     QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
-    QVERIFY(!m_tree->isExpanded(archive));
-    // Navigating into it stops at the archive, after the same message.
+    // No children, and no expander either, until it is collapsed and expanded again.
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(model->rowCount(archive), 0);
+    QVERIFY(!model->hasChildren(archive));
+    // Navigating into it stops at the archive; there is nothing to expand.
     m_boxes.clear();
     const QModelIndex stop = m_tree->Navigate(bad + QStringLiteral("/inner/file.txt"));
     QCOMPARE(stop, archive);
+    QVERIFY(m_boxes.isEmpty());
+
+    // Collapsing gives the expander back; expanding tries again, and shows what is there now.
+    m_tree->collapse(archive);
+    QVERIFY(model->hasChildren(archive));
+    m_tree->expand(archive);
     QCOMPARE(m_boxes.size(), 1);
+    QVERIFY(!model->hasChildren(archive));
+    QVERIFY(MakeZip(bad, {{"fixed.txt", "f"}}, m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->collapse(archive);
+    m_tree->expand(archive);
+    QCOMPARE(Labels(model, archive), QStringList{"fixed.txt"});
+    QCOMPARE(m_boxes.size(), 1);
+}
+
+void TestArchiveTree::familyWithoutUnpacker() {
+    // ACE files are recognised as archives, but nothing reads them: they list as archives,
+    // expand to nothing without a message, and no operation on them succeeds.
+    m_tree->SetArchiveExtensions(AllExtensions() << QStringLiteral("ACE"));
+    QVERIFY(vzt::MakeTree(m_root, {{"data.ace", "**ACE** not really"}, {"sub/", {}}}));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex root = model->index(0, 0);
+    QCOMPARE(Labels(model, root), (QStringList{"sub", "data.ace"}));
+    const QModelIndex ace = m_tree->Navigate(m_root + QStringLiteral("/data.ace"));
+    QCOMPARE(model->Kind(ace), quint8(CVelaArchiveTree::kDiskArchive));
+    QVERIFY(model->hasChildren(ace));
+    QCOMPARE(m_tree->StatusText(ace), QStringLiteral("Invalid archive"));
+
+    m_tree->expand(ace);
+    QCOMPARE(model->rowCount(ace), 0);
+    QVERIFY(!model->hasChildren(ace));
+    QVERIFY(m_boxes.isEmpty());
+    m_tree->collapse(ace);
+    QVERIFY(model->hasChildren(ace));
+    m_tree->expand(ace);
+    QCOMPARE(model->rowCount(ace), 0);
+    QCOMPARE(m_tree->Navigate(m_root + QStringLiteral("/data.ace/x/y")), ace);
+
+    QVERIFY(!m_tree->ValidDropItem(ace).isValid());
+    QVERIFY(!m_tree->CommandStateOf(ace).rename);
+    QVERIFY(!m_tree->CommandStateOf(ace).createFolder);
+    QVERIFY(!m_tree->UnpackForDragOut(m_root + QStringLiteral("/data.ace/x"), nullptr));
+    QVERIFY(m_boxes.isEmpty());
+    QVERIFY(!m_tree->Unpack(m_root + QStringLiteral("/data.ace"), m_root + QStringLiteral("/sub"),
+                            nullptr));
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
+    QCOMPARE(vzt::ListTree(m_root + QStringLiteral("/sub")), QStringList());
 }
 
 void TestArchiveTree::navigateIntoAnArchive() {
