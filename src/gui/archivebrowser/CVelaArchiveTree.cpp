@@ -374,9 +374,31 @@ QModelIndex CVelaArchiveTree::ValidDropItem(const QModelIndex& item) {
     if (parts.innerPath.isEmpty()) {
         return item;
     }
-    // A folder at any depth of the archive takes drops, a file never. The listing that made
-    // the item knows which it is: no need to open the archive at every move of the cursor.
-    return TreeModel()->Kind(item) == kArchiveFolder ? item : QModelIndex();
+    CVelaTreeModel* model = TreeModel();
+    if (model->Kind(item) != kArchiveFolder) {
+        return {};  // files inside archives never take drops
+    }
+    // The item's own name (not its inner path) must name a folder of the archive: a folder at
+    // the top of the archive, and a deeper one only when a top-level folder has its name. The
+    // top level of the archive item is listed (the item lies below it) with every folder the
+    // archive has there, implied ones included, matched without regard to case: the same
+    // answer as asking the archive whether that name is a folder, without opening it at every
+    // move of the cursor.
+    QModelIndex archive = item.parent();
+    while (archive.isValid() && model->Kind(archive) != kDiskArchive) {
+        archive = archive.parent();
+    }
+    if (!archive.isValid() || model->ChildState(archive) != Children::Listed) {
+        return {};
+    }
+    const QString name = vz::LastComponent(parts.innerPath);
+    for (int row = 0; row < model->rowCount(archive); ++row) {
+        const QModelIndex top = model->index(row, 0, archive);
+        if (model->Kind(top) == kArchiveFolder && vz::EqualsNoCase(model->Label(top), name)) {
+            return item;
+        }
+    }
+    return {};
 }
 
 bool CVelaArchiveTree::AcceptsDropsNow() {

@@ -451,9 +451,15 @@ void TestArchiveTree::validDropItem_data() {
     QTest::newRow("disk folder") << "folder" << true;
     QTest::newRow("the root folder") << "" << true;
     QTest::newRow("zip archive") << "a.zip" << true;
+    // Inside a zip archive the item's own name must name a folder of the archive: a nested
+    // folder takes drops only when a top-level folder has its name.
     QTest::newRow("top folder in zip") << "a.zip/top" << true;
-    QTest::newRow("nested folder in zip") << "a.zip/top/inner" << true;
+    QTest::newRow("nested folder in zip") << "a.zip/top/inner" << false;
+    // (d.zip's top-level "inner" exists only as the path of a deeper entry; the names match
+    // without regard to case.)
+    QTest::newRow("nested folder named like a top folder") << "d.zip/top/Inner" << true;
     QTest::newRow("file in zip") << "a.zip/top/file.txt" << false;
+    QTest::newRow("file named like a top folder") << "d.zip/top/sub/inner" << false;
     QTest::newRow("jar archive") << "b.jar" << true;
     QTest::newRow("tar archive") << "c.tar" << false;
     QTest::newRow("folder in tar") << "c.tar/top" << false;
@@ -472,6 +478,9 @@ void TestArchiveTree::validDropItem() {
                  {QStringLiteral("-cf"), m_root + QStringLiteral("/c.tar"), QStringLiteral("top")},
                  scratch)
             .Ok());
+    QVERIFY(MakeZip(m_root + QStringLiteral("/d.zip"),
+                    {{"top/Inner/deep.txt", "d"}, {"top/sub/inner", "f"}, {"inner/other.txt", "o"}},
+                    scratch));
     m_tree->Populate(m_root);
     const QString path = relative.isEmpty() ? m_root : m_root + '/' + relative;
     const QModelIndex item = m_tree->Navigate(path);
