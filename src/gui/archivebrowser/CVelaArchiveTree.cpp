@@ -515,7 +515,8 @@ QIcon CVelaArchiveTree::IconFor(const QModelIndex& item) const {
             }
             return CItemIcons::IconForPlace(PathOfItem(item), false);
         case kDiskArchive:
-            return CItemIcons::IconForName(TreeModel()->Label(item));
+            // A file on disk: the platform's icon for the real file.
+            return CItemIcons::IconForPath(PathOfItem(item));
         default:
             return CItemIcons::IconForPath(PathOfItem(item));
     }
@@ -925,8 +926,8 @@ void CVelaArchiveTree::OnProperties() {
         vz::ExecModal(dialog);
         return;
     }
-    const QIcon icon = kind == kDiskArchive ? CItemIcons::IconForName(TreeModel()->Label(item))
-                                            : CItemIcons::FolderIcon();
+    const QIcon icon =
+        kind == kDiskArchive ? CItemIcons::IconForPath(path) : CItemIcons::FolderIcon();
     CArchiveFolderProperties dialog(path, description, icon, this);
     vz::ExecModal(dialog);
 }

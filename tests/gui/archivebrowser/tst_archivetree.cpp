@@ -1,11 +1,14 @@
 // The Archive Browser tree: what it lists, in which order, how it follows changes on disk,
 // how it fails, Navigate, the status texts and the drop questions.
 
+#include <QAbstractFileIconProvider>
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QPixmap>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -15,6 +18,7 @@
 #include "app/CVelaZipApp.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CItemIcons.h"
 #include "common/MessageBox.h"
 #include "settings/CSettingsStore.h"
 
@@ -46,6 +50,28 @@ QStringList Labels(CVelaTreeModel* model, const QModelIndex& parent) {
     return labels;
 }
 
+// An icon provider that remembers which paths it was asked about.
+class RecordingIconProvider : public QAbstractFileIconProvider {
+public:
+    RecordingIconProvider() {
+        QPixmap red(16, 16);
+        red.fill(Qt::red);
+        fileIcon = QIcon(red);
+        QPixmap blue(16, 16);
+        blue.fill(Qt::blue);
+        plainIcon = QIcon(blue);
+    }
+    QIcon icon(const QFileInfo& info) const override {
+        asked << info.filePath();
+        return fileIcon;
+    }
+    QIcon icon(IconType /*type*/) const override { return plainIcon; }
+
+    QIcon fileIcon;
+    QIcon plainIcon;
+    mutable QStringList asked;
+};
+
 }  // namespace
 
 class TestArchiveTree : public QObject {
@@ -73,6 +99,7 @@ private slots:
     void validDropItem_data();
     void validDropItem();
     void largeLevelInsertsInOneBatch();
+    void iconsOfDiskArchivesComeFromTheRealFile();
 
 private:
     QModelIndex ExpandPath(const QString& path);
@@ -510,6 +537,33 @@ void TestArchiveTree::largeLevelInsertsInOneBatch() {
     QCOMPARE(m_tree->TreeModel()->rowCount(archive), 3000);
     m_tree->collapse(archive);
     QCOMPARE(removed.size(), 1);
+}
+
+void TestArchiveTree::iconsOfDiskArchivesComeFromTheRealFile() {
+    RecordingIconProvider provider;
+    CItemIcons::SetFileIconProvider(&provider);
+    const auto restore = qScopeGuard([] { CItemIcons::SetFileIconProvider(nullptr); });
+    const QString zip = m_root + QStringLiteral("/pack.zip");
+    QVERIFY(MakeZip(zip, {{"inside.zip", "i"}, {"doc.txt", "d"}, {"sub/x.txt", "x"}},
+                    m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex archive = m_tree->Navigate(zip);
+    const auto iconOf = [&](const QModelIndex& item) {
+        return qvariant_cast<QIcon>(model->data(item, Qt::DecorationRole));
+    };
+    // The archive file: the provider's icon for the real path.
+    QCOMPARE(iconOf(archive).cacheKey(), provider.fileIcon.cacheKey());
+    QVERIFY(provider.asked.contains(zip));
+
+    // The entries inside: by their names alone, the disk never asked.
+    provider.asked.clear();
+    m_tree->expand(archive);
+    QCOMPARE(Labels(model, archive), (QStringList{"sub", "doc.txt", "inside.zip"}));
+    for (int row = 0; row < model->rowCount(archive); ++row) {
+        QVERIFY(!iconOf(model->index(row, 0, archive)).isNull());
+    }
+    QCOMPARE(provider.asked, QStringList());
 }
 
 QTEST_MAIN(TestArchiveTree)
