@@ -57,7 +57,11 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     setObjectName(QStringLiteral("MainFrame"));
     // The settings are read once, before any browser exists.
     CSettingsStore::Load(m_settings);
-    CreateClient();
+    // The window's place and size from the last run, before the panes take their shares of
+    // it.
+    const QByteArray geometry = CLayoutProfile::WindowGeometry();
+    const bool placed = !geometry.isEmpty() && restoreGeometry(geometry);
+    CreateClient(placed);
 
     m_look = vz::ValidLookId(CLayoutProfile::ApplicationLook());
     vz::ApplyLook(m_look);
@@ -67,6 +71,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     m_statusLabel->setObjectName(QStringLiteral("StatusPane"));
     m_statusLabel->setTextInteractionFlags(Qt::NoTextInteraction);
     statusBar()->addWidget(m_statusLabel, 1);
+    restoreState(CLayoutProfile::WindowState());
 
     // Both finder rows start hidden, whatever was saved; their sizes are kept.
     m_archiveColumn->ToggleSecondPane();
@@ -115,7 +120,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     m_tempFolder = tempReady ? vz::platform::TempFolderPath() : QString();
     archiveTree->SetTempFolder(m_tempFolder);
 
-    // Both browser histories start here, empty and recording, once browsing history exists.
+    ResetHistories();
 
     if (!m_settings.EnableShowTooltipForToolbars) {
         auto* blocker = new TooltipBlocker(this);
@@ -131,15 +136,21 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     archiveTree->setFocus();
 }
 
+void CMainFrame::ResetHistories() {}
+
 CMainFrame::~CMainFrame() = default;
 
-void CMainFrame::CreateClient() {
+void CMainFrame::CreateClient(bool placed) {
     QSize size(1000, 680);
-    if (QScreen* screen = QGuiApplication::primaryScreen()) {
-        const QSize available = screen->availableSize();
-        size = size.boundedTo(available * 9 / 10);
+    if (placed) {
+        size = normalGeometry().size();
+    } else {
+        if (QScreen* screen = QGuiApplication::primaryScreen()) {
+            const QSize available = screen->availableSize();
+            size = size.boundedTo(available * 9 / 10);
+        }
+        resize(size);
     }
-    resize(size);
     const int width = size.width();
     const int height = size.height() - 60;  // menu and status bar
 
@@ -413,10 +424,8 @@ void CMainFrame::OnAbout() {
 }
 
 QString CMainFrame::PathFromArguments(const QStringList& arguments) const {
-    if (arguments.isEmpty()) {
-        return {};
-    }
-    QString path = arguments.first();
+    // A path with blanks given without quotes arrives as several arguments.
+    QString path = arguments.join(QLatin1Char(' '));
     auto isQuote = [](QChar c) { return c == QLatin1Char('"') || c == QLatin1Char('\''); };
     while (!path.isEmpty() && path.front().isSpace())
         path.remove(0, 1);
@@ -448,6 +457,8 @@ void CMainFrame::closeEvent(QCloseEvent* event) {
         return;
     }
     m_mainSplitter->SaveState();
+    CLayoutProfile::SetWindowGeometry(saveGeometry());
+    CLayoutProfile::SetWindowState(saveState());
     event->accept();
 }
 

@@ -78,15 +78,21 @@ public:
     void OnSyncWithFileBrowser();
     void OnSyncWithArchiveBrowser();
 
-    // The command-line path rule: the first argument, trimmed of blanks and quotes, made
-    // absolute; kept when it exists, or when it leads into an existing archive.
+    // The command-line path rule: the arguments joined with one blank (an unquoted path with
+    // blanks arrives in pieces), trimmed of blanks and then quotes on the left, of blanks and
+    // then quotes on the right, made absolute; kept when it exists, or when it leads into an
+    // existing archive.
     QString PathFromArguments(const QStringList& arguments) const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void CreateClient();
+    // Both browser histories start empty, with recording on. Browsing history is not kept
+    // yet; this is where it starts when it is.
+    void ResetHistories();
+    // `placed`: the window already has its size from the last run.
+    void CreateClient(bool placed);
     void CreateMenus();
     void UpdateFinderCommands();
     void UpdateLookMarks();

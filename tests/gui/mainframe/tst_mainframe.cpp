@@ -85,6 +85,7 @@ private slots:
     void startWithArgument_data();
     void startWithArgument();
     void splitterEntriesRoundTrip();
+    void windowPlaceRoundTrip();
     void splitterStateText_data();
     void splitterStateText();
     void finderRowsStartHidden();
@@ -200,40 +201,38 @@ void TestMainFrame::temporaryFolderThatIsNotOursIsNeverUsed() {
 }
 
 void TestMainFrame::startWithArgument_data() {
-    QTest::addColumn<QString>("argument");  // "%1" stands for the case folder
-    QTest::addColumn<QString>("opened");    // the path the Archive Browser selects; empty: none
-    QTest::newRow("archive") << "%1/a.zip"
-                             << "%1/a.zip";
-    QTest::newRow("quoted, with blanks") << "  \"%1/a.zip\" "
-                                         << "%1/a.zip";
-    QTest::newRow("place inside the archive") << "%1/a.zip/docs/readme.txt"
-                                              << "%1/a.zip/docs/readme.txt";
-    QTest::newRow("relative, not cleaned") << "%1/./sub/../a.zip"
-                                           << "%1/a.zip";
-    QTest::newRow("folder") << "%1/sub"
-                            << "%1/sub";
-    QTest::newRow("does not exist") << "%1/nothing.zip"
-                                    << "";
-    QTest::newRow("not in the archive either") << "%1/nothing/a.zip/x"
-                                               << "";
+    QTest::addColumn<QStringList>("arguments");  // "%1" stands for the case folder
+    QTest::addColumn<QString>("opened");  // the path the Archive Browser selects; empty: none
+    QTest::newRow("archive") << QStringList{"%1/a.zip"} << "%1/a.zip";
+    QTest::newRow("quoted, with blanks") << QStringList{"  \"%1/a.zip\" "} << "%1/a.zip";
+    QTest::newRow("blank in the name, unquoted") << QStringList{"%1/a", "b.zip"} << "%1/a b.zip";
+    QTest::newRow("blank in the name, quoted in pieces")
+        << QStringList{"\"%1/a", "b.zip\""} << "%1/a b.zip";
+    QTest::newRow("place inside the archive")
+        << QStringList{"%1/a.zip/docs/readme.txt"} << "%1/a.zip/docs/readme.txt";
+    QTest::newRow("relative, not cleaned") << QStringList{"%1/./sub/../a.zip"} << "%1/a.zip";
+    QTest::newRow("folder") << QStringList{"%1/sub"} << "%1/sub";
+    QTest::newRow("does not exist") << QStringList{"%1/nothing.zip"} << "";
+    QTest::newRow("two paths are one that does not exist")
+        << QStringList{"%1/a.zip", "%1/sub"} << "";
+    QTest::newRow("not in the archive either") << QStringList{"%1/nothing/a.zip/x"} << "";
 }
 
 void TestMainFrame::startWithArgument() {
-    QFETCH(QString, argument);
+    QFETCH(QStringList, arguments);
     QFETCH(QString, opened);
     const QString folder = m_dir.filePath(QStringLiteral("args"));
     QDir(folder).removeRecursively();
-    QVERIFY(vzt::MakeTree(folder + QStringLiteral("/src"), {{"docs/readme.txt", "r"}}));
+    QVERIFY(MakeArchive(folder));
+    QVERIFY(QFile::copy(folder + QStringLiteral("/a.zip"), folder + QStringLiteral("/a b.zip")));
     QVERIFY(QDir().mkpath(folder + QStringLiteral("/sub")));
-    QVERIFY(
-        vzt::Run(QStringLiteral("zip"),
-                 {QStringLiteral("-qr"), folder + QStringLiteral("/a.zip"), QStringLiteral("docs")},
-                 folder + QStringLiteral("/src"))
-            .Ok());
     FillTempFolder();
     const QStringList before = vzt::ListTree(TempFolder());
 
-    CMainFrame frame({argument.arg(folder)});
+    for (QString& argument : arguments) {
+        argument = argument.arg(folder);
+    }
+    CMainFrame frame(arguments);
     QCOMPARE(frame.CommandLinePath(), opened.isEmpty() ? QString() : opened.arg(folder));
     // Any argument, even one that does not exist, leaves the temporary folder as it was.
     QCOMPARE(vzt::ListTree(TempFolder()), before);
@@ -275,6 +274,34 @@ void TestMainFrame::splitterEntriesRoundTrip() {
     QVERIFY(main[1].toInt() > main[3].toInt());
     QCOMPARE(CLayoutProfile::SplitterPos(1).section(' ', 2, 3), QStringLiteral("1 120"));
     QCOMPARE(CLayoutProfile::SplitterPos(2).section(' ', 2, 3), QStringLiteral("-1 170"));
+}
+
+void TestMainFrame::windowPlaceRoundTrip() {
+    QVERIFY(CLayoutProfile::WindowGeometry().isEmpty());
+    const QRect place(40, 50, 700, 500);
+    {
+        CMainFrame frame({});
+        frame.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&frame));
+        QVERIFY(frame.size() != place.size());
+        frame.setGeometry(place);
+        QVERIFY(frame.close());
+    }
+    QVERIFY(!CLayoutProfile::WindowGeometry().isEmpty());
+    {
+        CMainFrame frame({});
+        // The panes are laid out in the restored size, before the window is shown.
+        QCOMPARE(frame.size(), place.size());
+        frame.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&frame));
+        QCOMPARE(frame.geometry(), place);
+        frame.showMaximized();
+        QVERIFY(frame.close());
+    }
+    CMainFrame frame({});
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(frame.isMaximized());
 }
 
 void TestMainFrame::splitterStateText_data() {
