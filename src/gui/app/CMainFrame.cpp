@@ -30,6 +30,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/MessageBox.h"
+#include "common/ResponsiveCall.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
@@ -412,7 +413,9 @@ bool CMainFrame::BusyCheck() {
             return true;
         }
     }
-    return false;
+    // A listing or a commit waiting for its worker thread: it cannot be stopped, and it
+    // ends by itself; until then nothing closes under it.
+    return vz::ResponsiveCallRunning();
 }
 
 void CMainFrame::OnAbout() {

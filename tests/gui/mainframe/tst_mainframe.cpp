@@ -96,6 +96,7 @@ private slots:
     void homePageOpensInTheBrowser();
     void syncBetweenTheBrowsers();
     void busyCheckRefusesClose();
+    void closeIsRefusedWhileAListingRuns();
     void f6MovesBetweenPanes();
     void statusBarShowsTheSelection();
 
@@ -584,6 +585,33 @@ void TestMainFrame::busyCheckRefusesClose() {
     QCOMPARE(finder.stopRequests, 1);
     frame.EndOperation(CMainFrame::Operation::FinderSearch);
     QVERIFY(!frame.BusyCheck());
+    QVERIFY(frame.close());
+}
+
+void TestMainFrame::closeIsRefusedWhileAListingRuns() {
+    CMainFrame frame({});
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    // A close that arrives while a listing waits for its worker thread (the window system's
+    // close is not user input, so the listing's event loop delivers it).
+    std::atomic<bool> release{false};
+    bool sawCall = false;
+    bool closed = true;
+    QTimer::singleShot(0, &frame, [&] {
+        sawCall = vz::ResponsiveCallRunning();
+        closed = frame.close();
+        release = true;
+    });
+    vz::RunResponsive([&] {
+        // The guard only keeps a broken build from hanging the test run.
+        for (int i = 0; i < 600000 && !release; ++i) {
+            QThread::usleep(100);
+        }
+    });
+    QVERIFY(sawCall);
+    QVERIFY(!closed);
+    QVERIFY(frame.isVisible());
+    QVERIFY(!vz::ResponsiveCallRunning());
     QVERIFY(frame.close());
 }
 
