@@ -1,5 +1,6 @@
 // The main frame: start-up with and without an argument, the temporary folder, the splitter
-// entries, the finder rows, the visual styles, the command table and the busy check.
+// entries, the window's place, the finder rows, the visual styles, the command table, the
+// sync commands, the status bar and the busy check.
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -99,6 +100,7 @@ private slots:
     void closeIsRefusedWhileAListingRuns();
     void f6MovesBetweenPanes();
     void statusBarShowsTheSelection();
+    void statusBarShowsTheFileBrowserSelection();
 
 private:
     QString TempFolder() const { return m_tmp + QStringLiteral("/Vela-ZIP.Temp"); }
@@ -637,6 +639,24 @@ void TestMainFrame::statusBarShowsTheSelection() {
     QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 3 (including archives: 1)"));
     CVelaArchiveTree* tree = frame.ArchiveTree();
     tree->Navigate(folder + QStringLiteral("/one"));
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 0 (including archives: 0)"));
+}
+
+void TestMainFrame::statusBarShowsTheFileBrowserSelection() {
+    const QString folder = m_dir.filePath(QStringLiteral("filestatus"));
+    QVERIFY(
+        vzt::MakeTree(folder, {{"one/", {}}, {"two/", {}}, {"x.zip", {}}, {"plain.txt", "abc"}}));
+    CMainFrame frame({folder});
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 3 (including archives: 1)"));
+    CVelaFileTree* fileTree = frame.FileView()->Dock()->Tree();
+    // The File Browser counts files too.
+    fileTree->Navigate(folder);
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 4"));
+    fileTree->Navigate(folder + QStringLiteral("/plain.txt"));
+    QVERIFY2(frame.StatusText().startsWith(QStringLiteral("Size - 3 bytes, Modified - ")),
+             qPrintable(frame.StatusText()));
+    // And the Archive Browser's next selection takes the pane back.
+    frame.ArchiveTree()->Navigate(folder + QStringLiteral("/one"));
     QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 0 (including archives: 0)"));
 }
 
