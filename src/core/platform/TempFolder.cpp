@@ -24,8 +24,12 @@ bool PrepareTempFolder(bool empty) {
         // another user made there is never used, emptied or followed.
         if (st.st_uid != geteuid())
             return false;
-        if (S_ISDIR(st.st_mode))
-            return !empty || RemoveFolderContents(path, /*stopAtFirstFailure=*/false);
+        if (S_ISDIR(st.st_mode)) {
+            // Our own folder is ready whatever emptying leaves behind.
+            if (empty)
+                RemoveFolderContents(path, /*stopAtFirstFailure=*/false);
+            return true;
+        }
         if (unlink(bytes.constData()) != 0)
             return false;  // our own file or link in the way
     }

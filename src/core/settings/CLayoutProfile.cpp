@@ -73,3 +73,19 @@ void CLayoutProfile::SetColumnWidths(const QString& listName, const QList<int>& 
         parts << QString::number(width);
     Profile().setValue(ColumnsKey(listName), parts.join(QLatin1Char(' ')));
 }
+
+QByteArray CLayoutProfile::WindowGeometry() {
+    return Profile().value(QStringLiteral("Workspace/WindowGeometry")).toByteArray();
+}
+
+void CLayoutProfile::SetWindowGeometry(const QByteArray& geometry) {
+    Profile().setValue(QStringLiteral("Workspace/WindowGeometry"), geometry);
+}
+
+QByteArray CLayoutProfile::WindowState() {
+    return Profile().value(QStringLiteral("Workspace/WindowState")).toByteArray();
+}
+
+void CLayoutProfile::SetWindowState(const QByteArray& state) {
+    Profile().setValue(QStringLiteral("Workspace/WindowState"), state);
+}

@@ -1,8 +1,9 @@
 #pragma once
 // The window-layout profile: QSettings("Vela Systems", "velazip") in the native format.
-// It holds what is not in velazip.ini: the visual style, the splitter positions and the
-// column layouts of lists.
+// It holds what is not in velazip.ini: the visual style, the splitter positions, the
+// column layouts of lists and the main window's workspace (its place, size and state).
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -22,4 +23,11 @@ public:
     // Column layouts of lists ("ArchiveFinder_Columns" and the like), as integer lists.
     static QList<int> ColumnWidths(const QString& listName);
     static void SetColumnWidths(const QString& listName, const QList<int>& widths);
+
+    // Section "Workspace": the main window's geometry and its window state, as the window
+    // saves them (QWidget::saveGeometry, QMainWindow::saveState); empty when unset.
+    static QByteArray WindowGeometry();
+    static void SetWindowGeometry(const QByteArray& geometry);
+    static QByteArray WindowState();
+    static void SetWindowState(const QByteArray& state);
 };

@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
@@ -13,6 +14,7 @@
 #include <QShortcut>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QUrl>
 
 #include "app/CArchiveDock.h"
 #include "app/CArchiveDockToolbar.h"
@@ -28,6 +30,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/MessageBox.h"
+#include "common/ResponsiveCall.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
@@ -55,7 +58,11 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     setObjectName(QStringLiteral("MainFrame"));
     // The settings are read once, before any browser exists.
     CSettingsStore::Load(m_settings);
-    CreateClient();
+    // The window's place and size from the last run, before the panes take their shares of
+    // it.
+    const QByteArray geometry = CLayoutProfile::WindowGeometry();
+    const bool placed = !geometry.isEmpty() && restoreGeometry(geometry);
+    CreateClient(placed);
 
     m_look = vz::ValidLookId(CLayoutProfile::ApplicationLook());
     vz::ApplyLook(m_look);
@@ -65,6 +72,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     m_statusLabel->setObjectName(QStringLiteral("StatusPane"));
     m_statusLabel->setTextInteractionFlags(Qt::NoTextInteraction);
     statusBar()->addWidget(m_statusLabel, 1);
+    restoreState(CLayoutProfile::WindowState());
 
     // Both finder rows start hidden, whatever was saved; their sizes are kept.
     m_archiveColumn->ToggleSecondPane();
@@ -92,16 +100,28 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     archiveTree->Populate(QString());
     m_fileView->Dock()->FillRoots();
 
+    // The sync buttons join the two browsers.
+    if (QAction* sync =
+            vz::FindCommand(m_archiveView->Dock()->Toolbar(), vz::cmd::kSyncWithFileBrowser)) {
+        connect(sync, &QAction::triggered, this, &CMainFrame::OnSyncWithFileBrowser);
+    }
+    if (QAction* sync =
+            vz::FindCommand(m_fileView->Dock()->Toolbar(), vz::cmd::kSyncWithArchiveBrowser)) {
+        connect(sync, &QAction::triggered, this, &CMainFrame::OnSyncWithArchiveBrowser);
+    }
+
     m_commandLinePath = PathFromArguments(arguments);
     if (!m_commandLinePath.isEmpty()) {
         archiveTree->Navigate(m_commandLinePath);
     }
     // A second copy started with an argument must not delete what a first copy still uses.
-    vz::platform::PrepareTempFolder(arguments.isEmpty());
-    m_tempFolder = vz::platform::TempFolderPath();
+    // A folder that cannot be made ready (another user's, or a link we may not replace) is
+    // not reported and never used: what needs it fails with its own message.
+    const bool tempReady = vz::platform::PrepareTempFolder(arguments.isEmpty());
+    m_tempFolder = tempReady ? vz::platform::TempFolderPath() : QString();
     archiveTree->SetTempFolder(m_tempFolder);
 
-    // Both browser histories start here, empty and recording, once browsing history exists.
+    ResetHistories();
 
     if (!m_settings.EnableShowTooltipForToolbars) {
         auto* blocker = new TooltipBlocker(this);
@@ -117,15 +137,21 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     archiveTree->setFocus();
 }
 
+void CMainFrame::ResetHistories() {}
+
 CMainFrame::~CMainFrame() = default;
 
-void CMainFrame::CreateClient() {
+void CMainFrame::CreateClient(bool placed) {
     QSize size(1000, 680);
-    if (QScreen* screen = QGuiApplication::primaryScreen()) {
-        const QSize available = screen->availableSize();
-        size = size.boundedTo(available * 9 / 10);
+    if (placed) {
+        size = normalGeometry().size();
+    } else {
+        if (QScreen* screen = QGuiApplication::primaryScreen()) {
+            const QSize available = screen->availableSize();
+            size = size.boundedTo(available * 9 / 10);
+        }
+        resize(size);
     }
-    resize(size);
     const int width = size.width();
     const int height = size.height() - 60;  // menu and status bar
 
@@ -246,13 +272,13 @@ void CMainFrame::CreateMenus() {
     QAction* about = vz::NewCommand(this, kAbout, QStringLiteral("&About Vela-ZIP Archiver"),
                                     QStringLiteral("About"));
     connect(about, &QAction::triggered, this, &CMainFrame::OnAbout);
+    connect(homePage, &QAction::triggered, this, &CMainFrame::OnHomePage);
     help->addActions({helpTopics, homePage});
     help->addSeparator();
     help->addAction(about);
 
-    for (QAction* later :
-         {archiveBack, archiveForward, archiveClear, fileBack, fileForward, fileClear,
-          archiveBookmarks, fileBookmarks, options, helpTopics, homePage}) {
+    for (QAction* later : {archiveBack, archiveForward, archiveClear, fileBack, fileForward,
+                           fileClear, archiveBookmarks, fileBookmarks, options, helpTopics}) {
         later->setEnabled(false);
     }
 
@@ -387,7 +413,9 @@ bool CMainFrame::BusyCheck() {
             return true;
         }
     }
-    return false;
+    // A listing or a commit waiting for its worker thread: it cannot be stopped, and it
+    // ends by itself; until then nothing closes under it.
+    return vz::ResponsiveCallRunning();
 }
 
 void CMainFrame::OnAbout() {
@@ -399,10 +427,8 @@ void CMainFrame::OnAbout() {
 }
 
 QString CMainFrame::PathFromArguments(const QStringList& arguments) const {
-    if (arguments.isEmpty()) {
-        return {};
-    }
-    QString path = arguments.first();
+    // A path with blanks given without quotes arrives as several arguments.
+    QString path = arguments.join(QLatin1Char(' '));
     auto isQuote = [](QChar c) { return c == QLatin1Char('"') || c == QLatin1Char('\''); };
     while (!path.isEmpty() && path.front().isSpace())
         path.remove(0, 1);
@@ -434,5 +460,34 @@ void CMainFrame::closeEvent(QCloseEvent* event) {
         return;
     }
     m_mainSplitter->SaveState();
+    CLayoutProfile::SetWindowGeometry(saveGeometry());
+    CLayoutProfile::SetWindowState(saveState());
     event->accept();
+}
+
+void CMainFrame::OnHomePage() {
+    QDesktopServices::openUrl(QUrl(QString::fromLatin1(CVelaZipApp::kHomePageUrl)));
+}
+
+void CMainFrame::OnSyncWithFileBrowser() {
+    CVelaArchiveTree* archiveTree = ArchiveTree();
+    const QModelIndex item = archiveTree->SelectedItem();
+    if (!item.isValid()) {
+        return;
+    }
+    // Inside an archive the File Browser shows the archive file.
+    const QString path = archiveTree->PathOfItem(item);
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
+    const bool inside = !parts.archivePath.isEmpty() && !parts.innerPath.isEmpty() &&
+                        vz::ClassifyPath(path, archiveTree->ArchiveExtensions()) != 0;
+    m_fileView->Dock()->Tree()->Navigate(inside ? parts.archivePath : path);
+}
+
+void CMainFrame::OnSyncWithArchiveBrowser() {
+    CVelaFileTree* fileTree = m_fileView->Dock()->Tree();
+    const QModelIndex item = fileTree->SelectedItem();
+    if (!item.isValid()) {
+        return;
+    }
+    ArchiveTree()->Navigate(fileTree->PathOfItem(item));
 }

@@ -42,7 +42,8 @@ public:
 
     // The path given on the command line (empty when none was given or it does not exist).
     QString CommandLinePath() const { return m_commandLinePath; }
-    // The folder for files opened from archives.
+    // The folder for files opened from archives; empty when it could not be prepared (it is
+    // then never used, and what needs it fails with its own message).
     QString TempFolder() const { return m_tempFolder; }
     QString StatusText() const;
     void SetStatusText(const QString& text);
@@ -68,16 +69,30 @@ public:
     bool BusyCheck();
 
     void OnAbout();
+    // Opens the product's home page in the default browser.
+    void OnHomePage();
 
-    // The command-line path rule: the first argument, trimmed of blanks and quotes, made
-    // absolute; kept when it exists, or when it leads into an existing archive.
+    // The sync commands of the two browser toolbars: the Archive Browser's selected item (for
+    // an item inside an archive, the archive file) goes to the File Browser, and the File
+    // Browser's selected item goes to the Archive Browser.
+    void OnSyncWithFileBrowser();
+    void OnSyncWithArchiveBrowser();
+
+    // The command-line path rule: the arguments joined with one blank (an unquoted path with
+    // blanks arrives in pieces), trimmed of blanks and then quotes on the left, of blanks and
+    // then quotes on the right, made absolute; kept when it exists, or when it leads into an
+    // existing archive.
     QString PathFromArguments(const QStringList& arguments) const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void CreateClient();
+    // Both browser histories start empty, with recording on. Browsing history is not kept
+    // yet; this is where it starts when it is.
+    void ResetHistories();
+    // `placed`: the window already has its size from the last run.
+    void CreateClient(bool placed);
     void CreateMenus();
     void UpdateFinderCommands();
     void UpdateLookMarks();

@@ -53,6 +53,8 @@ class CVelaZipApp {
 public:
     static constexpr const char* kProductName = "Vela-ZIP Archiver";
     static constexpr const char* kVersion = "4.2";
+    // The product's home page, opened by "Vela-ZIP Archiver Home Page".
+    static constexpr const char* kHomePageUrl = "https://velasystems.example/velazip";
 
     // Names, locale for libarchive, the icon theme and the window icon. Call once, right
     // after the QApplication exists.

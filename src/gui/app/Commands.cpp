@@ -6,14 +6,17 @@
 
 namespace vz {
 
-QAction* NewCommand(QObject* parent, int id, const QString& text, const QString& prompt,
-                    const QString& tip, const QString& iconName) {
+QAction* NewCommand(QObject* parent, int id, const QString& text, const QString& description,
+                    const QString& shortName, const QString& iconName) {
     auto* action = new QAction(text, parent);
     action->setProperty("commandId", id);
-    if (!prompt.isEmpty()) {
-        action->setStatusTip(prompt);
+    if (!description.isEmpty()) {
+        action->setStatusTip(description);
     }
-    const QString toolTip = tip.isEmpty() ? prompt : tip;
+    if (!shortName.isEmpty()) {
+        action->setIconText(shortName);
+    }
+    const QString toolTip = description.isEmpty() ? shortName : description;
     if (!toolTip.isEmpty()) {
         action->setToolTip(toolTip);
     }

@@ -1,6 +1,8 @@
 #pragma once
-// The common layout of the two browsers' toolbars. History, bookmarks, drives and sync
-// arrive with their own features; until then their buttons are shown disabled.
+// The common layout of the two browsers' toolbars. Each button's tooltip is the command's
+// description, its text the short name. History, bookmarks and drives arrive with their own
+// features; until then their buttons are shown disabled. Sync is enabled; the main frame
+// connects it, since it joins the two browsers.
 
 #include <QString>
 
@@ -11,6 +13,7 @@ namespace vz {
 
 struct DockToolbarCommands {
     int back, forward, bookmarks, addBookmark, drives, sync;
+    // The tooltips (descriptions) of the buttons that differ between the two browsers.
     QString bookmarksTip, addBookmarkTip, syncTip;
 };
 

@@ -31,7 +31,9 @@ INIUNPACK TempFolderIni() {
 CArchiveUnpacking::CArchiveUnpacking(CVelaArchiveTree* tree) : m_tree(tree) {}
 
 QString CArchiveUnpacking::TempFolder() const {
-    return m_tempFolder.isEmpty() ? vz::platform::TempFolderPath() : m_tempFolder;
+    // Only the folder the main frame prepared: when it could not be (another user's folder
+    // or link in its place) there is none, and unpacking into it fails.
+    return m_tempFolder;
 }
 
 bool CArchiveUnpacking::DoubleClickOpening() const {

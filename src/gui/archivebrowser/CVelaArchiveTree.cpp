@@ -184,6 +184,7 @@ void CVelaArchiveTree::RefreshItem(const QModelIndex& item) {
 
 void CVelaArchiveTree::ListItem(const QModelIndex& item) {
     WaitCursor wait;
+    m_listingFailed = false;
     CVelaTreeModel* model = TreeModel();
     model->RemoveChildren(item, Children::Unlisted);
     const QString path = PathOfItem(item);
@@ -245,7 +246,8 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
     const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
     std::unique_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
     if (!unpacker) {
-        // A recognised family without an unpacker (ACE) lists nothing.
+        // A recognised family without an unpacker (ACE) lists nothing, and says nothing: the
+        // item is left without children until it is collapsed and expanded again.
         TreeModel()->AppendItems(item, {});
         RefreshLayout();
         return;
@@ -261,10 +263,13 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
         unpacker->CloseArchive();
     });
     if (!opened || !listed) {
+        m_listingFailed = true;
         vz::ShowError(this, QStringLiteral("Error Opening Archive"),
                       QStringLiteral("Cannot open the archive."));
-        // The item goes back to its unread state, so that expanding it again tries again.
-        collapse(item);
+        // The item stays without children, and so without an expander, until it is collapsed
+        // and expanded again.
+        TreeModel()->AppendItems(item, {});
+        RefreshLayout();
         return;
     }
 
@@ -369,9 +374,31 @@ QModelIndex CVelaArchiveTree::ValidDropItem(const QModelIndex& item) {
     if (parts.innerPath.isEmpty()) {
         return item;
     }
-    // A folder at any depth of the archive takes drops, a file never. The listing that made
-    // the item knows which it is: no need to open the archive at every move of the cursor.
-    return TreeModel()->Kind(item) == kArchiveFolder ? item : QModelIndex();
+    CVelaTreeModel* model = TreeModel();
+    if (model->Kind(item) != kArchiveFolder) {
+        return {};  // files inside archives never take drops
+    }
+    // The item's own name (not its inner path) must name a folder of the archive: a folder at
+    // the top of the archive, and a deeper one only when a top-level folder has its name. The
+    // top level of the archive item is listed (the item lies below it) with every folder the
+    // archive has there, implied ones included, matched without regard to case: the same
+    // answer as asking the archive whether that name is a folder, without opening it at every
+    // move of the cursor.
+    QModelIndex archive = item.parent();
+    while (archive.isValid() && model->Kind(archive) != kDiskArchive) {
+        archive = archive.parent();
+    }
+    if (!archive.isValid() || model->ChildState(archive) != Children::Listed) {
+        return {};
+    }
+    const QString name = vz::LastComponent(parts.innerPath);
+    for (int row = 0; row < model->rowCount(archive); ++row) {
+        const QModelIndex top = model->index(row, 0, archive);
+        if (model->Kind(top) == kArchiveFolder && vz::EqualsNoCase(model->Label(top), name)) {
+            return item;
+        }
+    }
+    return {};
 }
 
 bool CVelaArchiveTree::AcceptsDropsNow() {
@@ -488,7 +515,8 @@ QIcon CVelaArchiveTree::IconFor(const QModelIndex& item) const {
             }
             return CItemIcons::IconForPlace(PathOfItem(item), false);
         case kDiskArchive:
-            return CItemIcons::IconForName(TreeModel()->Label(item));
+            // A file on disk: the platform's icon for the real file.
+            return CItemIcons::IconForPath(PathOfItem(item));
         default:
             return CItemIcons::IconForPath(PathOfItem(item));
     }
@@ -846,7 +874,7 @@ void CVelaArchiveTree::OnCreateFolder() {
     }
     model->SetChildState(parent, Children::Unlisted);
     expand(parent);
-    if (!parent.isValid() || model->ChildState(parent) != Children::Listed) {
+    if (!parent.isValid() || model->ChildState(parent) != Children::Listed || m_listingFailed) {
         // The listing failed and said so; nothing was created.
         packer.CloseArchive();
         return;
@@ -898,8 +926,8 @@ void CVelaArchiveTree::OnProperties() {
         vz::ExecModal(dialog);
         return;
     }
-    const QIcon icon = kind == kDiskArchive ? CItemIcons::IconForName(TreeModel()->Label(item))
-                                            : CItemIcons::FolderIcon();
+    const QIcon icon =
+        kind == kDiskArchive ? CItemIcons::IconForPath(path) : CItemIcons::FolderIcon();
     CArchiveFolderProperties dialog(path, description, icon, this);
     vz::ExecModal(dialog);
 }

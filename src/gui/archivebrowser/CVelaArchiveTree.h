@@ -154,6 +154,8 @@ private:
     std::unique_ptr<CArchiveUnpacking> m_unpacking;
     std::unique_ptr<CArchiveAdding> m_adding;
     bool m_relistPending = false;
+    // Whether the last listing could not open its archive (and said so).
+    bool m_listingFailed = false;
 
     QAction* m_rename;
     QAction* m_delete;

@@ -13,9 +13,21 @@ QIcon StandardIcon(QStyle::StandardPixmap which) {
     return QApplication::style() ? QApplication::style()->standardIcon(which) : QIcon();
 }
 
-QFileIconProvider& Provider() {
+QAbstractFileIconProvider* g_provider = nullptr;
+
+QAbstractFileIconProvider& Provider() {
     static QFileIconProvider provider;
-    return provider;
+    return g_provider != nullptr ? *g_provider : provider;
+}
+
+QMimeDatabase& MimeDatabase() {
+    static QMimeDatabase db;
+    return db;
+}
+
+// The theme's icon for a MIME type, or a null icon.
+QIcon ThemeIcon(const QMimeType& mime) {
+    return QIcon::fromTheme(mime.iconName(), QIcon::fromTheme(mime.genericIconName()));
 }
 
 }  // namespace
@@ -51,15 +63,18 @@ QIcon CItemIcons::FolderIcon() {
     return icon;
 }
 
+void CItemIcons::SetFileIconProvider(QAbstractFileIconProvider* provider) {
+    g_provider = provider;
+}
+
 QIcon CItemIcons::IconForName(const QString& name) {
-    static QMimeDatabase db;
     static QHash<QString, QIcon> byMimeType;
-    const QMimeType mime = db.mimeTypeForFile(name, QMimeDatabase::MatchExtension);
+    const QMimeType mime = MimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension);
     auto it = byMimeType.constFind(mime.name());
     if (it != byMimeType.constEnd()) {
         return *it;
     }
-    QIcon icon = QIcon::fromTheme(mime.iconName(), QIcon::fromTheme(mime.genericIconName()));
+    QIcon icon = ThemeIcon(mime);
     if (icon.isNull()) {
         icon =
             QIcon::fromTheme(QStringLiteral("text-x-generic"), StandardIcon(QStyle::SP_FileIcon));
@@ -74,6 +89,20 @@ QIcon CItemIcons::IconForPath(const QString& path) {
         return FolderIcon();
     }
     QIcon icon = Provider().icon(info);
+    if (info.isFile()) {
+        // Outside a desktop session the provider knows only its plain file icon; the theme's
+        // icon of the file's real type (by its name and, where that is not enough, its
+        // contents) then says more.
+        const QIcon plain = Provider().icon(QAbstractFileIconProvider::File);
+        const bool isPlain = icon.isNull() || icon.cacheKey() == plain.cacheKey() ||
+                             (!plain.name().isEmpty() && icon.name() == plain.name());
+        if (isPlain) {
+            const QIcon typed = ThemeIcon(MimeDatabase().mimeTypeForFile(info));
+            if (!typed.isNull()) {
+                return typed;
+            }
+        }
+    }
     if (icon.isNull()) {
         icon = info.isDir() ? FolderIcon() : IconForName(info.fileName());
     }

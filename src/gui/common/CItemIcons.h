@@ -11,16 +11,22 @@
 #include <QIcon>
 #include <QString>
 
+class QAbstractFileIconProvider;
+
 class CItemIcons {
 public:
     // Picks an icon theme when the current one has no folder icon. Call once at start.
     static void SelectIconTheme();
+    // Replaces the platform's icon provider (null: the platform's again). The caller keeps
+    // ownership; tests use it to see which paths are asked.
+    static void SetFileIconProvider(QAbstractFileIconProvider* provider);
 
     // Closed folder (QIcon::Off) and open folder (QIcon::On).
     static QIcon FolderIcon();
     // The icon of an entry name by its extension alone.
     static QIcon IconForName(const QString& name);
-    // The icon of an existing file, folder or mount point.
+    // The icon of an existing file, folder or mount point, asked of the platform's icon
+    // provider with the real path.
     static QIcon IconForPath(const QString& path);
     // The icon of a top-level place: home, a removable medium or a fixed file system.
     static QIcon IconForPlace(const QString& path, bool removable);

@@ -233,6 +233,42 @@ private slots:
         QVERIFY(QFileInfo(folder).isDir());
         qunsetenv("TMPDIR");
     }
+
+    void tempFolderLinkIsNeverFollowed() {
+        const QString tmp = m_dir.path() + QStringLiteral("/linktmp");
+        QVERIFY(QDir().mkpath(tmp));
+        qputenv("TMPDIR", tmp.toUtf8());
+        const QString folder = TempFolderPath();
+        const QString target = m_dir.path() + QStringLiteral("/link-target");
+        QVERIFY(vzt::MakeTree(target, {{"keep.txt", "keep"}}));
+        const QStringList kept{QStringLiteral("keep.txt")};
+        const QByteArray link = QFile::encodeName(folder);
+
+        // Our own link in the folder's place is replaced by a real folder; what it led to
+        // stays as it was.
+        QVERIFY(QFile::link(target, folder));
+        QVERIFY(PrepareTempFolder(true));
+        QVERIFY(!QFileInfo(folder).isSymLink());
+        QVERIFY(QFileInfo(folder).isDir());
+        QCOMPARE(vzt::ListTree(target), kept);
+
+        // A link that is not ours (or that we may not replace) is refused, neither followed
+        // nor emptied.
+        QVERIFY(QDir(folder).removeRecursively());
+        QVERIFY(QFile::link(target, folder));
+        if (geteuid() == 0) {
+            QCOMPARE(lchown(link.constData(), 65534, 65534), 0);
+        } else {
+            QVERIFY(QFile::setPermissions(tmp, QFile::ReadOwner | QFile::ExeOwner));
+        }
+        QVERIFY(!PrepareTempFolder(true));
+        QVERIFY(!PrepareTempFolder(false));
+        QVERIFY(QFileInfo(folder).isSymLink());
+        QCOMPARE(vzt::ListTree(target), kept);
+        QFile::setPermissions(tmp, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QVERIFY(QFile::remove(folder));
+        qunsetenv("TMPDIR");
+    }
 };
 
 QTEST_GUILESS_MAIN(TestPlatform)

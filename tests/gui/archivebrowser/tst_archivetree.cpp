@@ -1,11 +1,14 @@
 // The Archive Browser tree: what it lists, in which order, how it follows changes on disk,
 // how it fails, Navigate, the status texts and the drop questions.
 
+#include <QAbstractFileIconProvider>
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QPixmap>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -15,6 +18,7 @@
 #include "app/CVelaZipApp.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CItemIcons.h"
 #include "common/MessageBox.h"
 #include "settings/CSettingsStore.h"
 
@@ -46,6 +50,28 @@ QStringList Labels(CVelaTreeModel* model, const QModelIndex& parent) {
     return labels;
 }
 
+// An icon provider that remembers which paths it was asked about.
+class RecordingIconProvider : public QAbstractFileIconProvider {
+public:
+    RecordingIconProvider() {
+        QPixmap red(16, 16);
+        red.fill(Qt::red);
+        fileIcon = QIcon(red);
+        QPixmap blue(16, 16);
+        blue.fill(Qt::blue);
+        plainIcon = QIcon(blue);
+    }
+    QIcon icon(const QFileInfo& info) const override {
+        asked << info.filePath();
+        return fileIcon;
+    }
+    QIcon icon(IconType /*type*/) const override { return plainIcon; }
+
+    QIcon fileIcon;
+    QIcon plainIcon;
+    mutable QStringList asked;
+};
+
 }  // namespace
 
 class TestArchiveTree : public QObject {
@@ -66,12 +92,14 @@ private slots:
     void reExpansionShowsTheArchiveAsItIsNow();
     void collapseMovesTheSelectionUp();
     void archiveThatDoesNotOpen();
+    void familyWithoutUnpacker();
     void navigateIntoAnArchive();
     void doubleClickNeverExpands();
     void statusTexts();
     void validDropItem_data();
     void validDropItem();
     void largeLevelInsertsInOneBatch();
+    void iconsOfDiskArchivesComeFromTheRealFile();
 
 private:
     QModelIndex ExpandPath(const QString& path);
@@ -317,13 +345,63 @@ void TestArchiveTree::archiveThatDoesNotOpen() {
     QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Opening Archive"));
     QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
     QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
-    QVERIFY(!m_tree->isExpanded(archive));
-    // Navigating into it stops at the archive, after the same message.
+    // No children, and no expander either, until it is collapsed and expanded again.
+    CVelaTreeModel* model = m_tree->TreeModel();
+    QCOMPARE(model->rowCount(archive), 0);
+    QVERIFY(!model->hasChildren(archive));
+    // Navigating into it stops at the archive; there is nothing to expand.
     m_boxes.clear();
     const QModelIndex stop = m_tree->Navigate(bad + QStringLiteral("/inner/file.txt"));
     QCOMPARE(stop, archive);
+    QVERIFY(m_boxes.isEmpty());
+
+    // Collapsing gives the expander back; expanding tries again, and shows what is there now.
+    m_tree->collapse(archive);
+    QVERIFY(model->hasChildren(archive));
+    m_tree->expand(archive);
     QCOMPARE(m_boxes.size(), 1);
+    QVERIFY(!model->hasChildren(archive));
+    QVERIFY(MakeZip(bad, {{"fixed.txt", "f"}}, m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->collapse(archive);
+    m_tree->expand(archive);
+    QCOMPARE(Labels(model, archive), QStringList{"fixed.txt"});
+    QCOMPARE(m_boxes.size(), 1);
+}
+
+void TestArchiveTree::familyWithoutUnpacker() {
+    // ACE files are recognised as archives, but nothing reads them: they list as archives,
+    // expand to nothing without a message, and no operation on them succeeds.
+    m_tree->SetArchiveExtensions(AllExtensions() << QStringLiteral("ACE"));
+    QVERIFY(vzt::MakeTree(m_root, {{"data.ace", "**ACE** not really"}, {"sub/", {}}}));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex root = model->index(0, 0);
+    QCOMPARE(Labels(model, root), (QStringList{"sub", "data.ace"}));
+    const QModelIndex ace = m_tree->Navigate(m_root + QStringLiteral("/data.ace"));
+    QCOMPARE(model->Kind(ace), quint8(CVelaArchiveTree::kDiskArchive));
+    QVERIFY(model->hasChildren(ace));
+    QCOMPARE(m_tree->StatusText(ace), QStringLiteral("Invalid archive"));
+
+    m_tree->expand(ace);
+    QCOMPARE(model->rowCount(ace), 0);
+    QVERIFY(!model->hasChildren(ace));
+    QVERIFY(m_boxes.isEmpty());
+    m_tree->collapse(ace);
+    QVERIFY(model->hasChildren(ace));
+    m_tree->expand(ace);
+    QCOMPARE(model->rowCount(ace), 0);
+    QCOMPARE(m_tree->Navigate(m_root + QStringLiteral("/data.ace/x/y")), ace);
+
+    QVERIFY(!m_tree->ValidDropItem(ace).isValid());
+    QVERIFY(!m_tree->CommandStateOf(ace).rename);
+    QVERIFY(!m_tree->CommandStateOf(ace).createFolder);
+    QVERIFY(!m_tree->UnpackForDragOut(m_root + QStringLiteral("/data.ace/x"), nullptr));
+    QVERIFY(m_boxes.isEmpty());
+    QVERIFY(!m_tree->Unpack(m_root + QStringLiteral("/data.ace"), m_root + QStringLiteral("/sub"),
+                            nullptr));
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
+    QCOMPARE(vzt::ListTree(m_root + QStringLiteral("/sub")), QStringList());
 }
 
 void TestArchiveTree::navigateIntoAnArchive() {
@@ -400,9 +478,15 @@ void TestArchiveTree::validDropItem_data() {
     QTest::newRow("disk folder") << "folder" << true;
     QTest::newRow("the root folder") << "" << true;
     QTest::newRow("zip archive") << "a.zip" << true;
+    // Inside a zip archive the item's own name must name a folder of the archive: a nested
+    // folder takes drops only when a top-level folder has its name.
     QTest::newRow("top folder in zip") << "a.zip/top" << true;
-    QTest::newRow("nested folder in zip") << "a.zip/top/inner" << true;
+    QTest::newRow("nested folder in zip") << "a.zip/top/inner" << false;
+    // (d.zip's top-level "inner" exists only as the path of a deeper entry; the names match
+    // without regard to case.)
+    QTest::newRow("nested folder named like a top folder") << "d.zip/top/Inner" << true;
     QTest::newRow("file in zip") << "a.zip/top/file.txt" << false;
+    QTest::newRow("file named like a top folder") << "d.zip/top/sub/inner" << false;
     QTest::newRow("jar archive") << "b.jar" << true;
     QTest::newRow("tar archive") << "c.tar" << false;
     QTest::newRow("folder in tar") << "c.tar/top" << false;
@@ -421,6 +505,9 @@ void TestArchiveTree::validDropItem() {
                  {QStringLiteral("-cf"), m_root + QStringLiteral("/c.tar"), QStringLiteral("top")},
                  scratch)
             .Ok());
+    QVERIFY(MakeZip(m_root + QStringLiteral("/d.zip"),
+                    {{"top/Inner/deep.txt", "d"}, {"top/sub/inner", "f"}, {"inner/other.txt", "o"}},
+                    scratch));
     m_tree->Populate(m_root);
     const QString path = relative.isEmpty() ? m_root : m_root + '/' + relative;
     const QModelIndex item = m_tree->Navigate(path);
@@ -450,6 +537,33 @@ void TestArchiveTree::largeLevelInsertsInOneBatch() {
     QCOMPARE(m_tree->TreeModel()->rowCount(archive), 3000);
     m_tree->collapse(archive);
     QCOMPARE(removed.size(), 1);
+}
+
+void TestArchiveTree::iconsOfDiskArchivesComeFromTheRealFile() {
+    RecordingIconProvider provider;
+    CItemIcons::SetFileIconProvider(&provider);
+    const auto restore = qScopeGuard([] { CItemIcons::SetFileIconProvider(nullptr); });
+    const QString zip = m_root + QStringLiteral("/pack.zip");
+    QVERIFY(MakeZip(zip, {{"inside.zip", "i"}, {"doc.txt", "d"}, {"sub/x.txt", "x"}},
+                    m_dir.filePath(QStringLiteral("scratch"))));
+    m_tree->Populate(m_root);
+    CVelaTreeModel* model = m_tree->TreeModel();
+    const QModelIndex archive = m_tree->Navigate(zip);
+    const auto iconOf = [&](const QModelIndex& item) {
+        return qvariant_cast<QIcon>(model->data(item, Qt::DecorationRole));
+    };
+    // The archive file: the provider's icon for the real path.
+    QCOMPARE(iconOf(archive).cacheKey(), provider.fileIcon.cacheKey());
+    QVERIFY(provider.asked.contains(zip));
+
+    // The entries inside: by their names alone, the disk never asked.
+    provider.asked.clear();
+    m_tree->expand(archive);
+    QCOMPARE(Labels(model, archive), (QStringList{"sub", "doc.txt", "inside.zip"}));
+    for (int row = 0; row < model->rowCount(archive); ++row) {
+        QVERIFY(!iconOf(model->index(row, 0, archive)).isNull());
+    }
+    QCOMPARE(provider.asked, QStringList());
 }
 
 QTEST_MAIN(TestArchiveTree)

@@ -1,19 +1,32 @@
 // The main frame: start-up with and without an argument, the temporary folder, the splitter
-// entries, the finder rows, the visual styles, the command table and the busy check.
+// entries, the window's place, the finder rows, the visual styles, the command table, the
+// sync commands, the status bar and the busy check.
 
+#include <sys/stat.h>
+#include <unistd.h>
 #include <QAction>
 #include <QApplication>
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
+#include <QToolBar>
+#include <QUrl>
+#include <atomic>
 #include <memory>
 
 #include "TestSupport.h"
+#include "app/CFileDock.h"
+#include "app/CFileView.h"
 #include "app/CMainFrame.h"
 #include "app/CVelaSplitter.h"
+#include "app/CVelaZipApp.h"
 #include "app/CommandIds.h"
 #include "app/Commands.h"
 #include "app/IProgressWindow.h"
@@ -21,6 +34,9 @@
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/MessageBox.h"
+#include "common/OpenWithDefault.h"
+#include "common/ResponsiveCall.h"
+#include "filebrowser/CVelaFileTree.h"
 #include "settings/CLayoutProfile.h"
 
 namespace {
@@ -36,7 +52,27 @@ QString MenuText(const CMainFrame& frame, int id) {
     return action != nullptr ? action->text() : QStringLiteral("<missing>");
 }
 
+// Makes `folder`/a.zip holding docs/readme.txt and x.txt.
+bool MakeArchive(const QString& folder) {
+    if (!vzt::MakeTree(folder + QStringLiteral("/src"), {{"docs/readme.txt", "r"}, {"x.txt", "x"}}))
+        return false;
+    return vzt::Run(QStringLiteral("zip"),
+                    {QStringLiteral("-qr"), folder + QStringLiteral("/a.zip"),
+                     QStringLiteral("docs"), QStringLiteral("x.txt")},
+                    folder + QStringLiteral("/src"))
+        .Ok();
+}
+
 }  // namespace
+
+// Receives the addresses the program asks the desktop to open.
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void Open(const QUrl& url) { urls << url; }
+};
 
 class TestMainFrame : public QObject {
     Q_OBJECT
@@ -46,18 +82,25 @@ private slots:
     void init();
 
     void startWithoutArgumentEmptiesTheTemporaryFolder();
+    void temporaryFolderThatIsNotOursIsNeverUsed();
     void startWithArgument_data();
     void startWithArgument();
     void splitterEntriesRoundTrip();
+    void windowPlaceRoundTrip();
     void splitterStateText_data();
     void splitterStateText();
     void finderRowsStartHidden();
     void visualStylePersists_data();
     void visualStylePersists();
     void commandTable();
+    void toolbarTooltipsAreTheDescriptions();
+    void homePageOpensInTheBrowser();
+    void syncBetweenTheBrowsers();
     void busyCheckRefusesClose();
+    void closeIsRefusedWhileAListingRuns();
     void f6MovesBetweenPanes();
     void statusBarShowsTheSelection();
+    void statusBarShowsTheFileBrowserSelection();
 
 private:
     QString TempFolder() const { return m_tmp + QStringLiteral("/Vela-ZIP.Temp"); }
@@ -117,41 +160,82 @@ void TestMainFrame::startWithoutArgumentEmptiesTheTemporaryFolder() {
     QVERIFY(QFileInfo(TempFolder()).isDir());
 }
 
+void TestMainFrame::temporaryFolderThatIsNotOursIsNeverUsed() {
+    // A link in the folder's place that we may not replace: another user's, or, where the
+    // test cannot hand it to another user, one in a folder we may not change.
+    const QString target = m_dir.filePath(QStringLiteral("link-target"));
+    QVERIFY(QDir().mkpath(target));
+    QDir(TempFolder()).removeRecursively();
+    QFile::remove(TempFolder());
+    QVERIFY(QFile::link(target, TempFolder()));
+    const QByteArray link = QFile::encodeName(TempFolder());
+    const bool asRoot = geteuid() == 0;
+    if (asRoot) {
+        QCOMPARE(lchown(link.constData(), 65534, 65534), 0);
+    } else {
+        QVERIFY(QFile::setPermissions(m_tmp, QFile::ReadOwner | QFile::ExeOwner));
+    }
+    const auto restore = qScopeGuard([&] {
+        QFile::setPermissions(m_tmp, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QFile::remove(TempFolder());
+    });
+
+    const QString folder = m_dir.filePath(QStringLiteral("templink"));
+    QVERIFY(MakeArchive(folder));
+    vz::SetOpenHook([](const QString&) { return true; });
+    const auto unhook = qScopeGuard([] { vz::SetOpenHook({}); });
+
+    CMainFrame frame({});
+    QVERIFY(frame.TempFolder().isEmpty());
+    CVelaArchiveTree* tree = frame.ArchiveTree();
+    QVERIFY(tree->TempFolder().isEmpty());
+    QVERIFY(QFileInfo(TempFolder()).isSymLink());
+
+    // Opening a file from an archive fails with its own message and writes nothing through
+    // the link.
+    const QModelIndex file = tree->Navigate(folder + QStringLiteral("/a.zip/x.txt"));
+    QCOMPARE(tree->PathOfItem(file), folder + QStringLiteral("/a.zip/x.txt"));
+    m_boxes.clear();
+    QVERIFY(!tree->OpenFromArchive(file));
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Unpacking File"));
+    QVERIFY(!tree->UnpackForDragOut(folder + QStringLiteral("/a.zip/x.txt"), nullptr));
+    QCOMPARE(vzt::ListTree(target), QStringList());
+}
+
 void TestMainFrame::startWithArgument_data() {
-    QTest::addColumn<QString>("argument");  // "%1" stands for the case folder
-    QTest::addColumn<QString>("opened");    // the path the Archive Browser selects; empty: none
-    QTest::newRow("archive") << "%1/a.zip"
-                             << "%1/a.zip";
-    QTest::newRow("quoted, with blanks") << "  \"%1/a.zip\" "
-                                         << "%1/a.zip";
-    QTest::newRow("place inside the archive") << "%1/a.zip/docs/readme.txt"
-                                              << "%1/a.zip/docs/readme.txt";
-    QTest::newRow("relative, not cleaned") << "%1/./sub/../a.zip"
-                                           << "%1/a.zip";
-    QTest::newRow("folder") << "%1/sub"
-                            << "%1/sub";
-    QTest::newRow("does not exist") << "%1/nothing.zip"
-                                    << "";
-    QTest::newRow("not in the archive either") << "%1/nothing/a.zip/x"
-                                               << "";
+    QTest::addColumn<QStringList>("arguments");  // "%1" stands for the case folder
+    QTest::addColumn<QString>("opened");  // the path the Archive Browser selects; empty: none
+    QTest::newRow("archive") << QStringList{"%1/a.zip"} << "%1/a.zip";
+    QTest::newRow("quoted, with blanks") << QStringList{"  \"%1/a.zip\" "} << "%1/a.zip";
+    QTest::newRow("blank in the name, unquoted") << QStringList{"%1/a", "b.zip"} << "%1/a b.zip";
+    QTest::newRow("blank in the name, quoted in pieces")
+        << QStringList{"\"%1/a", "b.zip\""} << "%1/a b.zip";
+    QTest::newRow("place inside the archive")
+        << QStringList{"%1/a.zip/docs/readme.txt"} << "%1/a.zip/docs/readme.txt";
+    QTest::newRow("relative, not cleaned") << QStringList{"%1/./sub/../a.zip"} << "%1/a.zip";
+    QTest::newRow("folder") << QStringList{"%1/sub"} << "%1/sub";
+    QTest::newRow("does not exist") << QStringList{"%1/nothing.zip"} << "";
+    QTest::newRow("two paths are one that does not exist")
+        << QStringList{"%1/a.zip", "%1/sub"} << "";
+    QTest::newRow("not in the archive either") << QStringList{"%1/nothing/a.zip/x"} << "";
 }
 
 void TestMainFrame::startWithArgument() {
-    QFETCH(QString, argument);
+    QFETCH(QStringList, arguments);
     QFETCH(QString, opened);
     const QString folder = m_dir.filePath(QStringLiteral("args"));
     QDir(folder).removeRecursively();
-    QVERIFY(vzt::MakeTree(folder + QStringLiteral("/src"), {{"docs/readme.txt", "r"}}));
+    QVERIFY(MakeArchive(folder));
+    QVERIFY(QFile::copy(folder + QStringLiteral("/a.zip"), folder + QStringLiteral("/a b.zip")));
     QVERIFY(QDir().mkpath(folder + QStringLiteral("/sub")));
-    QVERIFY(
-        vzt::Run(QStringLiteral("zip"),
-                 {QStringLiteral("-qr"), folder + QStringLiteral("/a.zip"), QStringLiteral("docs")},
-                 folder + QStringLiteral("/src"))
-            .Ok());
     FillTempFolder();
     const QStringList before = vzt::ListTree(TempFolder());
 
-    CMainFrame frame({argument.arg(folder)});
+    for (QString& argument : arguments) {
+        argument = argument.arg(folder);
+    }
+    CMainFrame frame(arguments);
     QCOMPARE(frame.CommandLinePath(), opened.isEmpty() ? QString() : opened.arg(folder));
     // Any argument, even one that does not exist, leaves the temporary folder as it was.
     QCOMPARE(vzt::ListTree(TempFolder()), before);
@@ -193,6 +277,34 @@ void TestMainFrame::splitterEntriesRoundTrip() {
     QVERIFY(main[1].toInt() > main[3].toInt());
     QCOMPARE(CLayoutProfile::SplitterPos(1).section(' ', 2, 3), QStringLiteral("1 120"));
     QCOMPARE(CLayoutProfile::SplitterPos(2).section(' ', 2, 3), QStringLiteral("-1 170"));
+}
+
+void TestMainFrame::windowPlaceRoundTrip() {
+    QVERIFY(CLayoutProfile::WindowGeometry().isEmpty());
+    const QRect place(40, 50, 700, 500);
+    {
+        CMainFrame frame({});
+        frame.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&frame));
+        QVERIFY(frame.size() != place.size());
+        frame.setGeometry(place);
+        QVERIFY(frame.close());
+    }
+    QVERIFY(!CLayoutProfile::WindowGeometry().isEmpty());
+    {
+        CMainFrame frame({});
+        // The panes are laid out in the restored size, before the window is shown.
+        QCOMPARE(frame.size(), place.size());
+        frame.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&frame));
+        QCOMPARE(frame.geometry(), place);
+        frame.showMaximized();
+        QVERIFY(frame.close());
+    }
+    CMainFrame frame({});
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(frame.isMaximized());
 }
 
 void TestMainFrame::splitterStateText_data() {
@@ -328,7 +440,7 @@ void TestMainFrame::commandTable() {
         {kFileBookmarksManager, "&File Bookmarks Manager...", false},
         {kOptions, "&Options...", false},
         {kHelpTopics, "&Help Topics", false},
-        {kHomePage, "Vela-ZIP Archiver Home Page", false},
+        {kHomePage, "Vela-ZIP Archiver Home Page", true},
     };
     for (const Row& row : rows) {
         QAction* action = vz::FindCommand(&frame, row.id);
@@ -336,31 +448,118 @@ void TestMainFrame::commandTable() {
         QCOMPARE(action->text(), QString::fromLatin1(row.text));
         QCOMPARE(action->isEnabled(), row.enabled);
     }
-    QCOMPARE(vz::FindCommand(&frame, kExit)->statusTip(), QStringLiteral("Quits the application"));
-    QCOMPARE(vz::FindCommand(&frame, kExit)->toolTip(), QStringLiteral("Exit"));
+    // The tooltip is the description, the short name the action's own text for buttons.
+    QAction* exit = vz::FindCommand(&frame, kExit);
+    QCOMPARE(exit->toolTip(), QStringLiteral("Quits the application"));
+    QCOMPARE(exit->statusTip(), QStringLiteral("Quits the application"));
+    QCOMPARE(exit->iconText(), QStringLiteral("Exit"));
+    QCOMPARE(vz::FindCommand(&frame, kArchiveHistoryBack)->toolTip(),
+             QStringLiteral("Back to previous history item"));
     QCOMPARE(vz::FindCommand(&frame, kArchiveHistoryBack)->shortcut(),
              QKeySequence(Qt::CTRL | Qt::Key_Left));
     QCOMPARE(vz::FindCommand(&frame, kFileHistoryForward)->shortcut(),
              QKeySequence(Qt::ALT | Qt::Key_Right));
-    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->statusTip(),
+    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->toolTip(),
              QStringLiteral(" Clear the file browser history"));
-    // The toolbar buttons of both browsers, disabled until their features arrive.
+    QCOMPARE(vz::FindCommand(&frame, kFileHistoryClear)->iconText(), QStringLiteral("Clear"));
+    // The toolbar buttons of both browsers: sync works, the rest waits for its feature.
     for (const int id : {kArchiveHistoryBackButton, kArchiveHistoryForwardButton,
-                         kArchiveBookmarksButton, kSyncWithFileBrowser, kAddArchiveBookmark,
-                         kFileHistoryBackButton, kFileHistoryForwardButton, kFileBookmarksButton,
-                         kSyncWithArchiveBrowser, kAddFileBookmark}) {
+                         kArchiveBookmarksButton, kAddArchiveBookmark, kFileHistoryBackButton,
+                         kFileHistoryForwardButton, kFileBookmarksButton, kAddFileBookmark}) {
         QAction* action = vz::FindCommand(&frame, id);
         QVERIFY2(action != nullptr, qPrintable(QString::number(id)));
         QVERIFY(!action->isEnabled());
     }
-    QCOMPARE(vz::FindCommand(&frame, kSyncWithFileBrowser)->statusTip(),
-             QStringLiteral("Sync with File Browser"));
+    QVERIFY(vz::FindCommand(&frame, kSyncWithFileBrowser)->isEnabled());
+    QVERIFY(vz::FindCommand(&frame, kSyncWithArchiveBrowser)->isEnabled());
 
     vz::FindCommand(&frame, kAbout)->trigger();
     QCOMPARE(m_boxes.size(), 1);
     QCOMPARE(m_boxes[0].caption, QStringLiteral("About Vela-ZIP Archiver"));
     QVERIFY(m_boxes[0].text.contains(QStringLiteral("Vela-ZIP Archiver")));
     QVERIFY(m_boxes[0].text.contains(QStringLiteral("Version 4.2")));
+}
+
+void TestMainFrame::toolbarTooltipsAreTheDescriptions() {
+    CMainFrame frame({});
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    using namespace vz::cmd;
+    struct Row {
+        int id;
+        const char* tooltip;
+        const char* shortName;
+    };
+    const Row rows[] = {
+        {kArchiveHistoryBackButton, "Back to previous history item", "Back"},
+        {kArchiveHistoryForwardButton, "Forward to next history item", "Forward"},
+        {kArchiveBookmarksButton, "Shows archive bookmarks", "Bookmarks"},
+        {kAddArchiveBookmark, "Adds selected item to archive bookmarks", "Add Bookmarks"},
+        {kSyncWithFileBrowser, "Sync with File Browser", "Sync"},
+        {kFileHistoryBackButton, "Back to previous history item", "Back"},
+        {kFileHistoryForwardButton, "Forward to next history item", "Forward"},
+        {kFileBookmarksButton, "Shows file bookmarks", "Bookmarks"},
+        {kAddFileBookmark, "Adds selected item to file bookmarks", "Add Bookmarks"},
+        {kSyncWithArchiveBrowser, "Sync with Archive Browser", "Sync"},
+    };
+    for (const Row& row : rows) {
+        QAction* action = vz::FindCommand(&frame, row.id);
+        QVERIFY2(action != nullptr, qPrintable(QString::number(row.id)));
+        QCOMPARE(action->iconText(), QString::fromLatin1(row.shortName));
+        // What the button shows under the cursor.
+        auto* toolbar = qobject_cast<QToolBar*>(action->parent());
+        QVERIFY(toolbar != nullptr);
+        QWidget* button = toolbar->widgetForAction(action);
+        QVERIFY(button != nullptr);
+        QCOMPARE(button->toolTip(), QString::fromLatin1(row.tooltip));
+    }
+}
+
+void TestMainFrame::homePageOpensInTheBrowser() {
+    CMainFrame frame({});
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "Open");
+    const auto unset =
+        qScopeGuard([] { QDesktopServices::unsetUrlHandler(QStringLiteral("https")); });
+    vz::FindCommand(&frame, vz::cmd::kHomePage)->trigger();
+    QCOMPARE(catcher.urls.size(), 1);
+    QCOMPARE(catcher.urls[0], QUrl(QString::fromLatin1(CVelaZipApp::kHomePageUrl)));
+    QVERIFY(catcher.urls[0].isValid());
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestMainFrame::syncBetweenTheBrowsers() {
+    const QString folder = m_dir.filePath(QStringLiteral("sync"));
+    QDir(folder).removeRecursively();
+    QVERIFY(MakeArchive(folder));
+    QVERIFY(QDir().mkpath(folder + QStringLiteral("/sub/deeper")));
+    const QString zip = folder + QStringLiteral("/a.zip");
+    CMainFrame frame({zip + QStringLiteral("/docs/readme.txt")});
+    CVelaArchiveTree* archiveTree = frame.ArchiveTree();
+    CVelaFileTree* fileTree = frame.FileView()->Dock()->Tree();
+    QAction* toFileBrowser = vz::FindCommand(&frame, vz::cmd::kSyncWithFileBrowser);
+    QAction* toArchiveBrowser = vz::FindCommand(&frame, vz::cmd::kSyncWithArchiveBrowser);
+    const auto selected = [](CVelaDragDropTree* tree) {
+        return tree->PathOfItem(tree->currentIndex());
+    };
+    QCOMPARE(selected(archiveTree), zip + QStringLiteral("/docs/readme.txt"));
+
+    // An entry inside an archive: the File Browser goes to the archive file.
+    toFileBrowser->trigger();
+    QCOMPARE(selected(fileTree), zip);
+    // A disk folder: the File Browser goes to that folder.
+    archiveTree->Navigate(folder + QStringLiteral("/sub/deeper"));
+    toFileBrowser->trigger();
+    QCOMPARE(selected(fileTree), folder + QStringLiteral("/sub/deeper"));
+
+    // The other way: the File Browser's selection, a folder or an archive file.
+    fileTree->Navigate(folder + QStringLiteral("/sub"));
+    toArchiveBrowser->trigger();
+    QCOMPARE(selected(archiveTree), folder + QStringLiteral("/sub"));
+    fileTree->Navigate(zip);
+    toArchiveBrowser->trigger();
+    QCOMPARE(selected(archiveTree), zip);
+    QVERIFY(m_boxes.isEmpty());
 }
 
 void TestMainFrame::busyCheckRefusesClose() {
@@ -391,6 +590,33 @@ void TestMainFrame::busyCheckRefusesClose() {
     QVERIFY(frame.close());
 }
 
+void TestMainFrame::closeIsRefusedWhileAListingRuns() {
+    CMainFrame frame({});
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    // A close that arrives while a listing waits for its worker thread (the window system's
+    // close is not user input, so the listing's event loop delivers it).
+    std::atomic<bool> release{false};
+    bool sawCall = false;
+    bool closed = true;
+    QTimer::singleShot(0, &frame, [&] {
+        sawCall = vz::ResponsiveCallRunning();
+        closed = frame.close();
+        release = true;
+    });
+    vz::RunResponsive([&] {
+        // The guard only keeps a broken build from hanging the test run.
+        for (int i = 0; i < 600000 && !release; ++i) {
+            QThread::usleep(100);
+        }
+    });
+    QVERIFY(sawCall);
+    QVERIFY(!closed);
+    QVERIFY(frame.isVisible());
+    QVERIFY(!vz::ResponsiveCallRunning());
+    QVERIFY(frame.close());
+}
+
 void TestMainFrame::f6MovesBetweenPanes() {
     CMainFrame frame({});
     frame.show();
@@ -413,6 +639,24 @@ void TestMainFrame::statusBarShowsTheSelection() {
     QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 3 (including archives: 1)"));
     CVelaArchiveTree* tree = frame.ArchiveTree();
     tree->Navigate(folder + QStringLiteral("/one"));
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 0 (including archives: 0)"));
+}
+
+void TestMainFrame::statusBarShowsTheFileBrowserSelection() {
+    const QString folder = m_dir.filePath(QStringLiteral("filestatus"));
+    QVERIFY(
+        vzt::MakeTree(folder, {{"one/", {}}, {"two/", {}}, {"x.zip", {}}, {"plain.txt", "abc"}}));
+    CMainFrame frame({folder});
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 3 (including archives: 1)"));
+    CVelaFileTree* fileTree = frame.FileView()->Dock()->Tree();
+    // The File Browser counts files too.
+    fileTree->Navigate(folder);
+    QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 4"));
+    fileTree->Navigate(folder + QStringLiteral("/plain.txt"));
+    QVERIFY2(frame.StatusText().startsWith(QStringLiteral("Size - 3 bytes, Modified - ")),
+             qPrintable(frame.StatusText()));
+    // And the Archive Browser's next selection takes the pane back.
+    frame.ArchiveTree()->Navigate(folder + QStringLiteral("/one"));
     QCOMPARE(frame.StatusText(), QStringLiteral("Objects: 0 (including archives: 0)"));
 }
 
