@@ -18,7 +18,8 @@
 // level are addressed through it ("backup.tar/docs").
 //
 // Safety: nothing is ever written outside DEST. Entries with absolute names or ".."
-// components, symbolic links whose target leads outside DEST and hard links to anything
+// components, symbolic links whose target leads outside DEST (judged through the links
+// already in DEST and those made earlier by the same unpack) and hard links to anything
 // not extracted by the same operation are refused and reported through the observer; the
 // rest is extracted. Existing symbolic links in DEST are never followed. DEST is made when
 // it does not exist. Every file is

@@ -11,7 +11,11 @@
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
 
+Q_DECLARE_METATYPE(std::vector<vzt::TarItem>)
+
 namespace {
+
+using LinkMap = QMap<QString, QString>;  // a link's name in the destination -> its target
 
 std::unique_ptr<CArchiveUnpacker> OpenPath(const QString& path) {
     auto u = vz::CreateUnpacker(vz::ClassifyPath(path, vzt::AllExtensions()));
@@ -92,6 +96,85 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(dest + "/sub/uplink").symLinkTarget(), dest + "/good.txt");
         QCOMPARE(vzt::ReadAll(dest + "/hard2"), QByteArray("good"));
         QVERIFY(!QFile::exists(dest + "/hard"));
+    }
+
+    // Links whose target text looks harmless but leads away through other links: those made
+    // earlier in the same unpack, and those already in the destination.
+    void linkChains_data() {
+        QTest::addColumn<std::vector<vzt::TarItem>>("items");
+        QTest::addColumn<LinkMap>("existingLinks");
+        QTest::addColumn<QStringList>("made");     // links that must exist
+        QTest::addColumn<QStringList>("refused");  // links that must not
+        const QString outside = "@OUTSIDE@";
+        QTest::newRow("dot, then up through it")
+            << std::vector<vzt::TarItem>{{"l1", {}, '2', "."}, {"l2", {}, '2', "l1/.."}}
+            << LinkMap{} << QStringList{"l1"} << QStringList{"l2"};
+        QTest::newRow("deeper dots, then up through them")
+            << std::vector<vzt::TarItem>{{"a/", {}, '5'},
+                                         {"a/here", {}, '2', "."},
+                                         {"a/up", {}, '2', "here/../.."}}
+            << LinkMap{} << QStringList{"a/here"} << QStringList{"a/up"};
+        QTest::newRow("through a link that points outside")
+            << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", outside}}
+            << QStringList{} << QStringList{"x"};
+        QTest::newRow("through a link that climbs out")
+            << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", "../outside"}}
+            << QStringList{} << QStringList{"x"};
+        QTest::newRow("up past a name that becomes a link later")
+            << std::vector<vzt::TarItem>{{"m", {}, '2', "later/.."}, {"later", {}, '2', "."}}
+            << LinkMap{} << QStringList{"later"} << QStringList{"m"};
+        QTest::newRow("a cycle") << std::vector<vzt::TarItem>{{"c1", {}, '2', "c2"},
+                                                              {"c2", {}, '2', "c1"},
+                                                              {"c3", {}, '2', "c1/x"}}
+                                 << LinkMap{} << QStringList{"c1", "c2"} << QStringList{"c3"};
+        // Chains that stay inside are made.
+        QTest::newRow("through a folder link, downwards")
+            << std::vector<vzt::TarItem>{{"sub/f.txt", "f"},
+                                         {"d", {}, '2', "sub"},
+                                         {"e", {}, '2', "d/f.txt"},
+                                         {"sub/back", {}, '2', "../d/f.txt"}}
+            << LinkMap{} << QStringList{"d", "e", "sub/back"} << QStringList{};
+    }
+    void linkChains() {
+        QFETCH(std::vector<vzt::TarItem>, items);
+        QFETCH(LinkMap, existingLinks);
+        QFETCH(QStringList, made);
+        QFETCH(QStringList, refused);
+        QTemporaryDir dir;
+        const QString outside = dir.filePath("outside");
+        const QString dest = dir.filePath("dest");
+        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(dest));
+        for (auto it = existingLinks.cbegin(); it != existingLinks.cend(); ++it) {
+            const QString target = it.value() == "@OUTSIDE@" ? outside : it.value();
+            QVERIFY(QFile::link(target, dest + "/" + it.key()));
+        }
+        const QString tar = dir.filePath("chain.tar");
+        QVERIFY(vzt::WriteAll(tar, vzt::Tar(items)));
+        auto u = OpenPath(tar);
+        QVERIFY(u);
+        TestObserver observer;
+        u->SetHandleDialogProgress(&observer);
+        QCOMPARE(u->UnpackArchive(dest), refused.isEmpty());
+        QCOMPARE(observer.reports.size(), refused.size());
+        for (const QString& name : refused) {
+            QVERIFY2(!QFileInfo(dest + "/" + name).isSymLink(), qPrintable(name));
+            QVERIFY(observer.reports.join('\n').contains(name));
+        }
+        for (const QString& name : made)
+            QVERIFY2(QFileInfo(dest + "/" + name).isSymLink(), qPrintable(name));
+        // Every link this unpack made resolves to a place inside the destination.
+        const QString root = QFileInfo(dest).canonicalFilePath();
+        for (const QString& path : vzt::ListTree(dest)) {
+            const QFileInfo link(dest + "/" + path);
+            if (!link.isSymLink() || existingLinks.contains(path))
+                continue;
+            const QString resolved = link.canonicalFilePath();  // empty when it dangles
+            QVERIFY2(resolved.isEmpty() || resolved == root || resolved.startsWith(root + "/"),
+                     qPrintable(path + " -> " + resolved));
+        }
+        QVERIFY(vzt::ListTree(outside).isEmpty());
+        if (QTest::currentDataTag() == QByteArray("through a folder link, downwards"))
+            QCOMPARE(vzt::ReadAll(dest + "/e"), QByteArray("f"));
     }
 
     // A link that already exists in the destination is never walked through.
