@@ -108,7 +108,8 @@ struct Selection {
     enum class Kind { Archive, Folder, File, Test } kind;
     QString inner;
     bool withoutPaths = false;
-    QString virtualPrefix;  // the tar level of a compressed tar ("backup.tar"), else empty
+    QString virtualPrefix;      // the tar level of a compressed tar ("backup.tar"), else empty
+    int filesBeforeWinner = 0;  // File: entries of that name passed over before the last one
 
     bool Selects(const QString& path, bool isFolder) const {
         switch (kind) {
@@ -280,6 +281,7 @@ struct CArchiveUnpacker::Impl {
                 break;
             }
             c.entry.info.path = DisplayPath(c.entry.info.path);
+            c.entry.passOrder = entries.size();
             entries.push_back(std::move(c.entry));
             if (entries.size() > kMaxEntries)
                 return Fail(QStringLiteral("The archive %1 holds too many entries.").arg(Where()));
@@ -287,34 +289,60 @@ struct CArchiveUnpacker::Impl {
         return true;
     }
 
+    // Several entries may carry the same name (without regard to case): the one that a
+    // reading pass meets last wins, for descriptions and for unpacking one file alike.
     const ListedEntry* FindEntry(const QString& inner) const {
         const ListedEntry* found = nullptr;
         for (const ListedEntry& e : entries)
-            if (!e.skip && EqualsNoCase(e.info.path, inner))
-                found = &e;  // the last one wins
+            if (!e.skip && EqualsNoCase(e.info.path, inner) &&
+                (!found || e.passOrder >= found->passOrder))
+                found = &e;
         return found;
+    }
+    // How many files of that name a pass meets before the one that wins.
+    int FilesBeforeWinner(const QString& inner) const {
+        int matches = 0;
+        for (const ListedEntry& e : entries)
+            if (!e.skip && !e.info.isFolder && EqualsNoCase(e.info.path, inner))
+                ++matches;
+        return std::max(0, matches - 1);
     }
 
     // What the central directory says of each zip entry's data: its CRC, and whether
-    // libzip must read it (an encrypted entry that libarchive cannot decrypt).
+    // libzip must read it (an encrypted entry that libarchive cannot decrypt). Kept per
+    // name, for every entry of that name in the order a pass meets them, since names may
+    // repeat.
     struct ZipFacts {
+        quint64 passOrder = 0;
+        qint64 directoryIndex = -1;
         quint32 crc = 0;
         bool crcKnown = false;
         bool viaLibzip = false;
     };
-    QHash<QString, ZipFacts> ExpectedZipFacts() const {
-        QHash<QString, ZipFacts> facts;
+    using ZipFactBook = QHash<QString, std::vector<ZipFacts>>;
+    ZipFactBook ExpectedZipFacts() const {
+        ZipFactBook facts;
         if (!listed || !ArchiveFamily::IsZipFamily(traits->family))
             return facts;
         facts.reserve(static_cast<qsizetype>(entries.size()));
         for (const ListedEntry& e : entries) {
-            if (e.skip || e.info.isFolder || e.info.isSymlink)
-                continue;
-            const bool libarchiveDecrypts = e.info.method == QLatin1String("Store") ||
-                                            e.info.method == QLatin1String("Deflate");
-            facts.insert(e.info.path, ZipFacts{e.info.crc, e.info.crcKnown,
-                                               e.info.encrypted && !libarchiveDecrypts});
+            ZipFacts f;
+            f.passOrder = e.passOrder;
+            f.directoryIndex = e.directoryIndex;
+            if (!e.skip && !e.info.isFolder && !e.info.isSymlink) {
+                const bool libarchiveDecrypts = e.info.method == QLatin1String("Store") ||
+                                                e.info.method == QLatin1String("Deflate");
+                f.crc = e.info.crc;
+                f.crcKnown = e.info.crcKnown;
+                f.viaLibzip = e.info.encrypted && !libarchiveDecrypts;
+            }
+            facts[e.info.path].push_back(f);
         }
+        for (auto it = facts.begin(); it != facts.end(); ++it)
+            if (it->size() > 1)
+                std::stable_sort(it->begin(), it->end(), [](const ZipFacts& a, const ZipFacts& b) {
+                    return a.passOrder < b.passOrder;
+                });
         return facts;
     }
 
@@ -378,7 +406,9 @@ struct CArchiveUnpacker::Impl {
             return st.cancelled;
         };
 
-        const QHash<QString, ZipFacts> zipFacts = ExpectedZipFacts();
+        const ZipFactBook zipFacts = ExpectedZipFacts();
+        QHash<QString, int> seen;  // entries of each name met so far
+        int fileMatches = 0;       // entries met so far that carry the one file's name
         ZipEntryData viaLibzip;
         QByteArray libzipBuffer;
         int index = -1;
@@ -401,9 +431,6 @@ struct CArchiveUnpacker::Impl {
                 break;
             }
             ++index;
-            if (index < st.resumeAt)
-                continue;
-
             ConvertedHeader c = ConvertHeader(h, *traits);
             ARCHIVEFILEFULLINFO& info = c.entry.info;
             if (IsStream() && !tarInside) {
@@ -412,7 +439,13 @@ struct CArchiveUnpacker::Impl {
                 info.sizeKnown = false;
             }
             info.path = DisplayPath(info.path);
-            if (!sel.Selects(info.path, info.isFolder))
+            const int occurrence = zipFacts.isEmpty() ? 0 : seen[info.path]++;
+            const bool selected = sel.Selects(info.path, info.isFolder);
+            // One file asked for by a name that several entries carry: only the last counts.
+            if (selected && sel.kind == Selection::Kind::File && !c.unsafe &&
+                !info.path.isEmpty() && fileMatches++ < sel.filesBeforeWinner)
+                continue;
+            if (index < st.resumeAt || !selected)
                 continue;
             if (c.unsafe || info.path.isEmpty()) {
                 if (!c.rawName.isEmpty() && c.rawName != QLatin1String(".") &&
@@ -516,14 +549,19 @@ struct CArchiveUnpacker::Impl {
             // libarchive does not always check the CRC of a zip entry (a stored entry with a
             // data descriptor, decrypted under a password that passed the header check by
             // chance): check it against the central directory.
-            const auto facts = zipFacts.constFind(info.path);
-            const bool checkCrc = facts != zipFacts.constEnd() && facts->crcKnown;
-            const bool fromLibzip = facts != zipFacts.constEnd() && facts->viaLibzip;
+            const auto book = zipFacts.constFind(info.path);
+            const ZipFacts* facts =
+                book != zipFacts.constEnd() && occurrence < static_cast<int>(book->size())
+                    ? &(*book)[static_cast<size_t>(occurrence)]
+                    : nullptr;
+            const bool checkCrc = facts && facts->crcKnown;
+            const bool fromLibzip = facts && facts->viaLibzip;
             uLong crc = crc32(0L, Z_NULL, 0);
             bool wrongPassword = false;
             QString libzipError;
             if (fromLibzip) {
-                switch (viaLibzip.Begin(volumes.first(), info.path, passwords)) {
+                switch (
+                    viaLibzip.Begin(volumes.first(), facts->directoryIndex, info.path, passwords)) {
                     case ZipEntryData::Status::Ok:
                         break;
                     case ZipEntryData::Status::Cancelled:
@@ -667,6 +705,11 @@ struct CArchiveUnpacker::Impl {
         if (!open)
             return Fail(QStringLiteral("No archive is open."));
         sel.virtualPrefix = tarInside ? streamName : QString();
+        if (sel.kind == Selection::Kind::File) {
+            if (EnsureListed())
+                sel.filesBeforeWinner = FilesBeforeWinner(sel.inner);
+            q->m_error.clear();
+        }
         std::unique_ptr<DestinationWriter> writer;
         if (sel.kind != Selection::Kind::Test) {
             writer = std::make_unique<DestinationWriter>();

@@ -99,7 +99,8 @@ public:
 
     // A password to try before asking the observer (the command line's --password).
     void SetPassword(const QString& password);
-    // The full record of the entry at `innerPath` (the last one of that name).
+    // The full record of the entry at `innerPath` (of several entries of that name, the one
+    // a reading pass meets last: the one that UnpackFile unpacks).
     bool GetEntryInfo(const QString& innerPath, ARCHIVEFILEFULLINFO& info);
 
     // One level below `innerFolder` (empty for the archive's root), in one pass.

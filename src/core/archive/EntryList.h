@@ -15,6 +15,14 @@ namespace vz {
 struct ListedEntry {
     ARCHIVEFILEFULLINFO info;
     bool skip = false;
+    // Where a reading pass meets the entry, compared between entries: a zip entry's local
+    // header offset (libarchive's seekable zip reader goes through the entries in that
+    // order, which need not be the order of the central directory), else the position in
+    // the listing.
+    quint64 passOrder = 0;
+    // A zip entry's position in the central directory (libzip's index); -1 when the entry
+    // was not listed from the central directory.
+    qint64 directoryIndex = -1;
 };
 
 struct NormalisedName {

@@ -262,6 +262,67 @@ private Q_SLOTS:
         QVERIFY(vzt::ListTree(dest.path()).isEmpty());
     }
 
+    // A zip archive may hold two entries of one name (an appending tool writes the newer one
+    // after the older). Each is checked against its own CRC, and the one written last wins:
+    // it is what the description tells and what unpacking the file gives.
+    void repeatedNames_data() {
+        QTest::addColumn<bool>("reversedDirectory");
+        QTest::newRow("directory in writing order") << false;
+        QTest::newRow("directory in reverse order") << true;
+    }
+    void repeatedNames() {
+        QFETCH(bool, reversedDirectory);
+        if (!vzt::HaveTool("python3"))
+            QSKIP("python3 is not installed: it writes the zip with a repeated name");
+        QTemporaryDir dir;
+        const QByteArray newer = "the second, longer version\n";
+        QVERIFY(vzt::WriteAll(dir.filePath("make.py"), R"(import struct, sys, warnings, zipfile
+warnings.simplefilter("ignore")
+with zipfile.ZipFile("d.zip", "w", zipfile.ZIP_DEFLATED) as z:
+    z.writestr("a.txt", "first version\n")
+    z.writestr("b.txt", "b\n")
+    z.writestr("a.txt", "the second, longer version\n")
+if len(sys.argv) > 1:
+    data = bytearray(open("d.zip", "rb").read())
+    end = data.rfind(b"PK\x05\x06")
+    count, size, start = struct.unpack("<HII", data[end + 10:end + 20])
+    records, at = [], start
+    for _ in range(count):
+        n, m, k = struct.unpack("<HHH", data[at + 28:at + 34])
+        records.append(data[at:at + 46 + n + m + k])
+        at += 46 + n + m + k
+    data[start:start + size] = b"".join(reversed(records))
+    open("d.zip", "wb").write(data)
+)"));
+        const auto made = vzt::Shell(
+            QString("python3 make.py%1").arg(reversedDirectory ? " reverse" : ""), dir.path());
+        QVERIFY2(made.Ok(), made.output.constData());
+        vzt::FamilyArchive a{dir.filePath("d.zip"), {}, false, true, {}};
+        INIUNPACK ini;
+        ini.AskBeforeOverwriting = false;
+        {
+            auto u = Open(a);
+            QVERIFY(u);
+            QVERIFY2(u->Test(), qPrintable(u->LastError()));
+            u->SetIni(ini);
+            QVERIFY2(u->UnpackArchive(dir.filePath("all")), qPrintable(u->LastError()));
+            QCOMPARE(vzt::ReadAll(dir.filePath("all/a.txt")), newer);
+            QCOMPARE(vzt::ReadAll(dir.filePath("all/b.txt")), QByteArray("b\n"));
+            QVERIFY2(u->GetFileOutputInfo("a.txt").startsWith("Size - 27 bytes"),
+                     qPrintable(u->GetFileOutputInfo("a.txt")));
+        }
+        {
+            auto u = Open(a);
+            u->SetIni(ini);
+            TestObserver o;
+            u->SetHandleDialogProgress(&o);
+            QVERIFY2(u->UnpackFile("A.TXT", dir.filePath("one")), qPrintable(u->LastError()));
+            QCOMPARE(vzt::ListTree(dir.filePath("one")), QStringList{"a.txt"});
+            QCOMPARE(vzt::ReadAll(dir.filePath("one/a.txt")), newer);
+            QVERIFY(o.reports.isEmpty());
+        }
+    }
+
     // A plain compressed file is one entry named after the archive without its suffix.
     void plainStreams_data() {
         QTest::addColumn<QString>("tool");
