@@ -252,6 +252,10 @@ struct CArchiveUnpacker::Impl {
             level.info.sizeKnown = level.info.packedSizeKnown = true;
             entries.push_back(level);
         }
+        // The compression of every entry, where the format tells it once for the archive: a
+        // filter around a tar, a cabinet's folders.
+        QString archiveMethod;
+        bool archiveMethodRead = false;
         HeaderReader headers(a);
         for (;;) {
             archive_entry* h = nullptr;
@@ -263,7 +267,15 @@ struct CArchiveUnpacker::Impl {
             if (step == HeaderReader::Step::Fatal)
                 return Fail(QStringLiteral("Cannot read the archive %1: %2.")
                                 .arg(Where(), LibarchiveError(a, "damaged archive")));
+            if (!archiveMethodRead) {
+                archiveMethodRead = true;
+                archiveMethod = FilterMethodName(archive_filter_code(a, 0));
+                if (archiveMethod.isEmpty() && traits->formats == FamilyTraits::Formats::Cab)
+                    archiveMethod = CabinetMethod(volumes.first());
+            }
             ConvertedHeader c = ConvertHeader(h, *traits);
+            if (!c.entry.info.isFolder && !archiveMethod.isEmpty())
+                c.entry.info.method = archiveMethod;
             if (IsStream() && !tarInside) {
                 // A plain compressed file: one entry named after the archive.
                 c.entry.info.path = streamName;

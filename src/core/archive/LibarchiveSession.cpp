@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStringDecoder>
@@ -128,6 +129,86 @@ bool CollectVolumes(const QString& path, int family, QStringList* volumes, QStri
     }
     *volumes << path;
     return true;
+}
+
+QString FilterMethodName(int filterCode) {
+    switch (filterCode) {
+        case ARCHIVE_FILTER_GZIP:
+            return QStringLiteral("Deflate");
+        case ARCHIVE_FILTER_BZIP2:
+            return QStringLiteral("BZip2");
+        case ARCHIVE_FILTER_XZ:
+            return QStringLiteral("XZ");
+        case ARCHIVE_FILTER_LZMA:
+            return QStringLiteral("LZMA");
+        case ARCHIVE_FILTER_LZIP:
+            return QStringLiteral("LZip");
+        case ARCHIVE_FILTER_ZSTD:
+            return QStringLiteral("Zstandard");
+        case ARCHIVE_FILTER_LZ4:
+            return QStringLiteral("LZ4");
+        case ARCHIVE_FILTER_COMPRESS:
+            return QStringLiteral("LZW");
+        default:
+            return QString();
+    }
+}
+
+QString CabinetMethod(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return QString();
+    // The header, its reserved area and the folder records lie in the first few KiB.
+    const QByteArray h = f.read(64 * 1024);
+    auto u8 = [&](qsizetype at) { return static_cast<quint8>(h.at(at)); };
+    auto u16 = [&](qsizetype at) { return static_cast<quint16>(u8(at) | (u8(at + 1) << 8)); };
+    if (h.size() < 36 || !h.startsWith("MSCF"))
+        return QString();
+    const int folders = u16(26);
+    const quint16 flags = u16(30);
+    qsizetype at = 36;
+    int folderReserve = 0;
+    if (flags & 0x0004) {  // reserved areas present
+        if (at + 4 > h.size())
+            return QString();
+        const int headerReserve = u16(at);
+        folderReserve = u8(at + 2);
+        at += 4 + headerReserve;
+    }
+    // The names of the previous and the next cabinet of a set, each with its disk name.
+    const int names = ((flags & 0x0001) ? 2 : 0) + ((flags & 0x0002) ? 2 : 0);
+    for (int i = 0; i < names; ++i) {
+        const qsizetype end = h.indexOf('\0', at);
+        if (end < 0)
+            return QString();
+        at = end + 1;
+    }
+    QString method;
+    for (int i = 0; i < folders; ++i, at += 8 + folderReserve) {
+        if (at + 8 > h.size())
+            return QString();
+        QString name;
+        switch (u16(at + 6) & 0x000F) {
+            case 0:
+                name = QStringLiteral("Store");
+                break;
+            case 1:
+                name = QStringLiteral("MSZIP");
+                break;
+            case 2:
+                name = QStringLiteral("Quantum");
+                break;
+            case 3:
+                name = QStringLiteral("LZX");
+                break;
+            default:
+                return QString();
+        }
+        if (!method.isEmpty() && method != name)
+            return QString();  // folders differ: the entry's own folder is not known here
+        method = name;
+    }
+    return method;
 }
 
 void PasswordBook::Add(const QString& password) {

@@ -22,7 +22,9 @@ struct FamilyTraits {
     enum class Formats { Zip, Cab, Rar, SevenZip, Tar, CompressedStream, Iso } formats;
     int streamFilter = 0;      // the libarchive filter code a compressed stream must have
     const char* streamMethod;  // method text of the stream ("Deflate", "BZip2")
-    const char* entryMethod;   // method text of every entry when the format does not tell
+    // Method text of every entry when the format does not tell it per entry (a plain tar, an
+    // image); empty when it cannot be known from the family alone.
+    const char* entryMethod;
     bool listWithLibzip = false;
     bool packedIsSize = false;  // entries are stored: packed size equals size
 };
@@ -32,6 +34,13 @@ const FamilyTraits* TraitsFor(int family);
 // (name.partN.rar, name.rar + name.r00..., name.001, name.002 ...). An incomplete set that
 // can be recognised as such gives false and a reason.
 bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error);
+
+// The compression that a filter (gzip, bzip2, xz, ...) applies around a whole archive, as a
+// method name; empty for none.
+QString FilterMethodName(int filterCode);
+// A cabinet's compression from its folder records ("Store", "MSZIP", "Quantum", "LZX") when
+// every folder uses the same one; empty otherwise or when the file is no cabinet.
+QString CabinetMethod(const QString& path);
 
 // Passwords for one archive: those given beforehand, then whatever the observer answers.
 // The user is asked at most kMaxAsks times per archive.

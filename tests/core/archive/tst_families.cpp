@@ -9,6 +9,7 @@
 #include "TestSupport.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "archive/DescriptionFields.h"
 
 namespace {
 
@@ -28,6 +29,26 @@ QStringList Names(const std::vector<ArchiveLevelFolder>& folders) {
     for (const auto& f : folders)
         n << f.name + (f.hasChildren ? "+" : "");
     return n;
+}
+
+// The compression method of a file and the ratio of a folder that each kind's descriptions
+// end with: the entry's own method where the format tells it, else the family's compression
+// where that applies to every entry, else "Unknown"; a folder's ratio is "Unknown" where the
+// format tells no packed sizes.
+std::pair<QString, QString> ExpectedLastFields(const QString& kind) {
+    if (kind.startsWith("zip") || kind == "jar" || kind == "xap" || kind == "sfx")
+        return {"Deflate", "100%"};
+    if (kind == "tar" || kind == "iso")
+        return {"Store", "100%"};
+    if (kind == "tgz" || kind == "tar.gz")
+        return {"Deflate", "Unknown"};
+    if (kind == "tbz2" || kind == "tar.bz2")
+        return {"BZip2", "Unknown"};
+    if (kind == "cab")
+        return {"MSZIP", "Unknown"};
+    if (kind == "cab-stored")
+        return {"Store", "Unknown"};
+    return {"Unknown", "Unknown"};  // 7z, split 7z and RAR
 }
 
 }  // namespace
@@ -95,14 +116,23 @@ private Q_SLOTS:
         QVERIFY(u->IsFolder(top + "DOCS/Deep"));  // case does not matter
         QVERIFY(!u->IsFolder(top + "docs/readme.md"));
 
-        // Descriptions: comma-separated "Label - value" fields.
+        // Descriptions: comma-separated "Label - value" fields. The properties dialogs cut
+        // the last one to the end of the text: a file's is always "Compression method", a
+        // folder's and the archive's always "Ratio".
         const QString file = u->GetFileOutputInfo(top + "docs/deep/inner/file.bin");
         QVERIFY2(file.startsWith("Size - 61 440 bytes"), qPrintable(file));
         QCOMPARE(file.contains("CRC - "), a.hasCrc);
+        const auto [method, folderRatio] = ExpectedLastFields(kind);
+        QVERIFY2(file.endsWith(", Compression method - " + method), qPrintable(file));
+        QCOMPARE(vz::CutFileDescription(file).method, method);
         const QString folder = u->GetFolderOutputInfo(top + "docs");
         QVERIFY2(folder.contains("Files - 2, Folders - 2"), qPrintable(folder));
-        QVERIFY2(u->GetArchiveOutputInfo().startsWith("Type - "),
-                 qPrintable(u->GetArchiveOutputInfo()));
+        QVERIFY2(folder.endsWith(", Ratio - " + folderRatio), qPrintable(folder));
+        QCOMPARE(vz::CutFolderDescription(folder).ratio, folderRatio);
+        const QString archive = u->GetArchiveOutputInfo();
+        QVERIFY2(archive.startsWith("Type - "), qPrintable(archive));
+        QVERIFY2(QRegularExpression(", Ratio - \\d+%$").match(archive).hasMatch(),
+                 qPrintable(archive));
 
         // The enumeration of the described interface sees the same entries.
         QVERIFY(u->FindFile());
@@ -346,8 +376,17 @@ if len(sys.argv) > 1:
         ArchiveLevel level;
         QVERIFY(u->ListLevel(QString(), level));
         QCOMPARE(level.files, QStringList{"notes.txt"});
+        const QString file = u->GetFileOutputInfo("notes.txt");
         if (tool == "gzip")
-            QVERIFY(u->GetFileOutputInfo("notes.txt").startsWith("Size - 10 000 bytes"));
+            QVERIFY(file.startsWith("Size - 10 000 bytes"));
+        QVERIFY2(file.endsWith(tool == "gzip" ? ", Compression method - Deflate"
+                                              : ", Compression method - BZip2"),
+                 qPrintable(file));
+        // bzip2 records no size: the ratio of the whole is not known.
+        const QString whole = u->GetArchiveOutputInfo();
+        QVERIFY2(tool == "gzip" ? QRegularExpression(", Ratio - \\d+%$").match(whole).hasMatch()
+                                : whole.endsWith(", Ratio - Unknown"),
+                 qPrintable(whole));
         QTemporaryDir dest;
         QVERIFY(u->UnpackArchive(dest.path()));
         QCOMPARE(vzt::ReadAll(dest.filePath("notes.txt")), text);
