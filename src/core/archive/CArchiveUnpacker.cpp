@@ -69,6 +69,13 @@ QString LibarchiveError(archive* a, const char* fallback) {
     return QString::fromUtf8(e ? e : fallback);
 }
 
+// Only zip entries can be decrypted; libarchive reads no encrypted RAR or 7z data (and says
+// so in words of its own, or with a decoder's error).
+QString CannotDecrypt(int family, const char* what) {
+    return QStringLiteral("encrypted %1 %2 cannot be read (only zip archives can be decrypted)")
+        .arg(ArchiveFamily::DisplayName(family), QLatin1String(what));
+}
+
 bool IsPasswordError(archive* a) {
     const char* e = archive_error_string(a);
     return e && (strcasestr(e, "passphrase") || strcasestr(e, "password"));
@@ -174,6 +181,8 @@ struct CArchiveUnpacker::Impl {
     // Gzip and bzip2: whether the stream holds a tar, and the name of its level.
     bool tarInside = false;
     QString streamName;
+    // RAR 5: which entries are encrypted (libarchive does not flag them).
+    Rar5Encryption rar5;
     // The listing, read on first need.
     bool listed = false;
     std::vector<ListedEntry> entries;
@@ -187,6 +196,27 @@ struct CArchiveUnpacker::Impl {
         return false;
     }
     QString Where() const { return q->m_path; }
+
+    // Why reading a header failed: encrypted headers, or encrypted entries in the way (the
+    // data of a solid block), are named as such; anything else gives libarchive's reason.
+    QString HeaderFailure(archive* a, bool atStart, const char* fallback) const {
+        const int family = traits->family;
+        if (!ArchiveFamily::IsZipFamily(family)) {
+            const bool encrypted = archive_read_has_encrypted_entries(a) > 0;
+            if (rar5.headers || (atStart && encrypted))
+                return QStringLiteral("its headers are encrypted, and ") +
+                       CannotDecrypt(family, "archives");
+            if (encrypted)
+                return QStringLiteral("it holds encrypted entries, and ") +
+                       CannotDecrypt(family, "entries");
+        }
+        return LibarchiveError(a, fallback);
+    }
+    // The entry at this position of a pass is encrypted although libarchive does not say so.
+    void MarkEncrypted(size_t headerIndex, ARCHIVEFILEFULLINFO& info) const {
+        if (headerIndex < rar5.entries.size() && rar5.entries[headerIndex])
+            info.encrypted = true;
+    }
 
     bool IsStream() const {
         return traits && traits->formats == FamilyTraits::Formats::CompressedStream;
@@ -212,7 +242,7 @@ struct CArchiveUnpacker::Impl {
             r = archive_read_next_header(s.Handle(), &h);
         if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF)
             return Fail(QStringLiteral("Cannot open the archive %1: %2.")
-                            .arg(Where(), LibarchiveError(s.Handle(), "not an archive")));
+                            .arg(Where(), HeaderFailure(s.Handle(), true, "not an archive")));
         if (IsStream()) {
             if (archive_filter_code(s.Handle(), 0) != traits->streamFilter)
                 return Fail(QStringLiteral("Cannot open the archive %1: it is not a %2 stream.")
@@ -256,8 +286,9 @@ struct CArchiveUnpacker::Impl {
         // filter around a tar, a cabinet's folders.
         QString archiveMethod;
         bool archiveMethodRead = false;
+        size_t headerIndex = 0;
         HeaderReader headers(a);
-        for (;;) {
+        for (;; ++headerIndex) {
             archive_entry* h = nullptr;
             const HeaderReader::Step step = headers.Next(&h);
             if (step == HeaderReader::Step::End)
@@ -265,8 +296,9 @@ struct CArchiveUnpacker::Impl {
             if (step == HeaderReader::Step::BadEntry)
                 continue;
             if (step == HeaderReader::Step::Fatal)
-                return Fail(QStringLiteral("Cannot read the archive %1: %2.")
-                                .arg(Where(), LibarchiveError(a, "damaged archive")));
+                return Fail(
+                    QStringLiteral("Cannot read the archive %1: %2.")
+                        .arg(Where(), HeaderFailure(a, entries.empty(), "damaged archive")));
             if (!archiveMethodRead) {
                 archiveMethodRead = true;
                 archiveMethod = FilterMethodName(archive_filter_code(a, 0));
@@ -274,6 +306,7 @@ struct CArchiveUnpacker::Impl {
                     archiveMethod = CabinetMethod(volumes.first());
             }
             ConvertedHeader c = ConvertHeader(h, *traits);
+            MarkEncrypted(headerIndex, c.entry.info);
             if (!c.entry.info.isFolder && !archiveMethod.isEmpty())
                 c.entry.info.method = archiveMethod;
             if (IsStream() && !tarInside) {
@@ -434,17 +467,18 @@ struct CArchiveUnpacker::Impl {
             if (step == HeaderReader::Step::BadEntry) {
                 ++index;
                 Report(st, QStringLiteral("Cannot read an entry of %1: %2.")
-                               .arg(Where(), LibarchiveError(a, "damaged header")));
+                               .arg(Where(), HeaderFailure(a, index == 0, "damaged header")));
                 continue;
             }
             if (step == HeaderReader::Step::Fatal) {
                 Report(st, QStringLiteral("Cannot read the archive %1: %2.")
-                               .arg(Where(), LibarchiveError(a, "damaged archive")));
+                               .arg(Where(), HeaderFailure(a, index < 0, "damaged archive")));
                 break;
             }
             ++index;
             ConvertedHeader c = ConvertHeader(h, *traits);
             ARCHIVEFILEFULLINFO& info = c.entry.info;
+            MarkEncrypted(static_cast<size_t>(index), info);
             if (IsStream() && !tarInside) {
                 info.path = streamName;
                 c.unsafe = false;
@@ -520,13 +554,12 @@ struct CArchiveUnpacker::Impl {
                 continue;
             }
 
-            // Encrypted data of a format whose encryption libarchive cannot undo (RAR, 7z).
-            if (info.encrypted &&
-                !(archive_read_format_capabilities(a) & ARCHIVE_READ_FORMAT_CAPS_ENCRYPT_DATA)) {
-                Report(st,
-                       QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and encrypted "
-                                      "%3 entries cannot be read.")
-                           .arg(info.path, Where(), ArchiveFamily::DisplayName(traits->family)));
+            // Encrypted data of a family whose encryption libarchive cannot undo (RAR, 7z).
+            // (libarchive's "capabilities" tell that a format can carry encryption, not that
+            // it can decrypt it.)
+            if (info.encrypted && !ArchiveFamily::IsZipFamily(traits->family)) {
+                Report(st, QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and %3.")
+                               .arg(info.path, Where(), CannotDecrypt(traits->family, "entries")));
                 continue;
             }
 
@@ -779,6 +812,7 @@ bool CArchiveUnpacker::OpenArchive(const QString& path) {
     QString err;
     if (!CollectVolumes(path, m_family, &d->volumes, &err))
         return d->Fail(err);
+    d->rar5 = m_family == ArchiveFamily::Rar ? ScanRar5Encryption(d->volumes) : Rar5Encryption{};
     d->compressedTotal = 0;
     for (const QString& v : d->volumes)
         d->compressedTotal += QFileInfo(v).size();

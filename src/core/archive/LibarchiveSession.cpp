@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStringDecoder>
+#include <limits>
 
 #include "archive/ArchiveFamily.h"
 
@@ -209,6 +210,96 @@ QString CabinetMethod(const QString& path) {
         method = name;
     }
     return method;
+}
+
+namespace {
+
+// A RAR 5 variable-length integer: seven bits per byte, low first; false past `end`.
+bool ReadVint(const uchar*& p, const uchar* end, quint64* value) {
+    *value = 0;
+    for (int shift = 0; p < end && shift < 64; shift += 7) {
+        const uchar b = *p++;
+        *value |= static_cast<quint64>(b & 0x7F) << shift;
+        if (!(b & 0x80))
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Rar5Encryption ScanRar5Encryption(const QStringList& volumes) {
+    static const QByteArray kSignature("Rar!\x1a\x07\x01\x00", 8);
+    constexpr qint64 kMaxHeader = 2 * 1024 * 1024;
+    constexpr size_t kMaxScanned = 50'000'000;
+    Rar5Encryption found;
+    for (const QString& volume : volumes) {
+        QFile f(volume);
+        if (!f.open(QIODevice::ReadOnly))
+            return found;
+        // A self-extracting archive has its signature after the program.
+        const qint64 start = f.peek(1 << 20).indexOf(kSignature);
+        if (start < 0)
+            return volume == volumes.first() ? Rar5Encryption{} : found;
+        qint64 pos = start + kSignature.size();
+        for (;;) {
+            // CRC32, the header size, then the header: type, flags, sizes, fields, extra area.
+            if (!f.seek(pos))
+                return found;
+            const QByteArray lead = f.read(4 + 10);
+            const uchar* p = reinterpret_cast<const uchar*>(lead.constData()) + 4;
+            const uchar* leadEnd = reinterpret_cast<const uchar*>(lead.constData()) + lead.size();
+            quint64 headerSize = 0;
+            if (lead.size() < 5 || !ReadVint(p, leadEnd, &headerSize) || headerSize == 0 ||
+                headerSize > static_cast<quint64>(kMaxHeader))
+                return found;
+            const qint64 headerAt = pos + (p - reinterpret_cast<const uchar*>(lead.constData()));
+            if (!f.seek(headerAt))
+                return found;
+            const QByteArray header = f.read(static_cast<qint64>(headerSize));
+            if (header.size() != static_cast<int>(headerSize))
+                return found;
+            const uchar* h = reinterpret_cast<const uchar*>(header.constData());
+            const uchar* end = h + header.size();
+            quint64 type = 0, flags = 0, extraSize = 0, dataSize = 0;
+            if (!ReadVint(h, end, &type) || !ReadVint(h, end, &flags) ||
+                ((flags & 0x0001) && !ReadVint(h, end, &extraSize)) ||
+                ((flags & 0x0002) && !ReadVint(h, end, &dataSize)) ||
+                extraSize > static_cast<quint64>(end - h))
+                return found;
+            if (type == 4) {  // the archive encryption header: every header after it
+                found.headers = true;
+                return found;
+            }
+            if (type == 5)  // the end of this volume
+                break;
+            // A file header, unless it continues a file from the previous volume. Its extra
+            // area (at the end of the header) holds a file encryption record (type 1) when
+            // the file is encrypted.
+            if (type == 2 && !(flags & 0x0008)) {
+                bool encrypted = false;
+                const uchar* x = end - extraSize;
+                while (x < end) {
+                    quint64 recordSize = 0, recordType = 0;
+                    if (!ReadVint(x, end, &recordSize) ||
+                        recordSize > static_cast<quint64>(end - x))
+                        break;
+                    const uchar* next = x + recordSize;
+                    if (ReadVint(x, next, &recordType) && recordType == 1)
+                        encrypted = true;
+                    x = next;
+                }
+                found.entries.push_back(encrypted);
+                if (found.entries.size() > kMaxScanned)
+                    return found;
+            }
+            const qint64 next = headerAt + static_cast<qint64>(headerSize);
+            if (dataSize > static_cast<quint64>(std::numeric_limits<qint64>::max() - next))
+                return found;
+            pos = next + static_cast<qint64>(dataSize);
+        }
+    }
+    return found;
 }
 
 void PasswordBook::Add(const QString& password) {

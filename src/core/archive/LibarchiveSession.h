@@ -42,6 +42,16 @@ QString FilterMethodName(int filterCode);
 // every folder uses the same one; empty otherwise or when the file is no cabinet.
 QString CabinetMethod(const QString& path);
 
+// Which entries of a RAR 5 archive (or volume set) are encrypted, in the order libarchive
+// reads their headers, and whether its headers themselves are encrypted. libarchive does
+// not flag encrypted RAR 5 entries, it fails on their data with a decoder's error. Empty
+// for a RAR 4 archive (libarchive flags those itself) or a file that cannot be read.
+struct Rar5Encryption {
+    bool headers = false;
+    std::vector<bool> entries;
+};
+Rar5Encryption ScanRar5Encryption(const QStringList& volumes);
+
 // Passwords for one archive: those given beforehand, then whatever the observer answers.
 // The user is asked at most kMaxAsks times per archive.
 class PasswordBook {

@@ -6,6 +6,7 @@
 
 #include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
+#include "RarWriter.h"
 #include "TestObserver.h"
 #include "TestSupport.h"
 #include "archive/ArchiveClassifier.h"
@@ -335,6 +336,61 @@ private Q_SLOTS:
         QVERIFY(u->WasCancelled());
         QCOMPARE(vzt::ListTree(dest), QStringList{"a.bin"});
         QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(3 << 20, 1));
+    }
+
+    // Only zip entries can be decrypted: encrypted 7z and RAR entries fail with that reason
+    // (not with a decoder's error), and the rest of the archive is unpacked.
+    void encryptedEntriesOfOtherFamilies_data() {
+        QTest::addColumn<QString>("command");  // makes x.7z or x.rar; empty: the RAR writer
+        QTest::addColumn<QString>("archive");
+        QTest::addColumn<QStringList>("unpacked");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("7z") << "7zz a -bso0 -psecret x.7z a.txt b.bin"
+                            << "x.7z" << QStringList{}
+                            << "b.bin from %1: it is encrypted, and encrypted 7-Zip entries "
+                               "cannot be read (only zip archives can be decrypted).";
+        QTest::newRow("7z with encrypted headers")
+            << "7zz a -bso0 -psecret -mhe=on x.7z a.txt b.bin"
+            << "x.7z" << QStringList{}
+            << "Cannot open the archive %1: its headers are encrypted, and encrypted 7-Zip "
+               "archives cannot be read (only zip archives can be decrypted).";
+        QTest::newRow("RAR") << QString() << "x.rar" << QStringList{"a.txt"}
+                             << "b.bin from %1: it is encrypted, and encrypted RAR entries "
+                                "cannot be read (only zip archives can be decrypted).";
+    }
+    void encryptedEntriesOfOtherFamilies() {
+        QFETCH(QString, command);
+        QFETCH(QString, archive);
+        QFETCH(QStringList, unpacked);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        const QByteArray bin = vzt::RandomBytes(30000, 4);
+        QVERIFY(vzt::MakeTree(dir.filePath("src"), {{"a.txt", "hello"}, {"b.bin", bin}}));
+        const QString path = dir.filePath(archive);
+        if (command.isEmpty()) {
+            QVERIFY(
+                vzt::WriteStoredRar(path, {{"a.txt", "hello"}, {"b.bin", bin, false, 0, true}}));
+        } else {
+            const auto r = vzt::Shell(command.replace(" x.", " ../x."), dir.filePath("src"));
+            QVERIFY2(r.Ok(), r.output.constData());
+        }
+        const QString expected = reason.arg(path);
+        CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
+        if (!vz::OpenForFamily(u, path)) {
+            QCOMPARE(u.LastError(), expected);
+            return;
+        }
+        TestObserver observer;
+        u.SetHandleDialogProgress(&observer);
+        QVERIFY(!u.UnpackArchive(dir.filePath("dest")));
+        QVERIFY2(observer.reports.join('\n').contains(expected),
+                 qPrintable(observer.reports.join('\n')));
+        QCOMPARE(vzt::ListTree(dir.filePath("dest")), unpacked);
+        QVERIFY(!u.Test());
+        QVERIFY2(u.LastError().contains("only zip archives can be decrypted"),
+                 qPrintable(u.LastError()));
+        QVERIFY2(u.GetFileOutputInfo("b.bin").endsWith(", encrypted"),
+                 qPrintable(u.GetFileOutputInfo("b.bin")));
     }
 
     void passwords_data() {
