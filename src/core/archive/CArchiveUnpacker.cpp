@@ -802,6 +802,14 @@ void CArchiveUnpacker::SetPassword(const QString& password) {
 }
 
 bool CArchiveUnpacker::OpenArchive(const QString& path) {
+    return Open(path, false);
+}
+
+bool CArchiveUnpacker::OpenMultiVolumeArchive(const QString& firstVolumePath) {
+    return Open(firstVolumePath, true);
+}
+
+bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     CloseArchive();
     m_error.clear();
     m_path = path;
@@ -810,7 +818,8 @@ bool CArchiveUnpacker::OpenArchive(const QString& path) {
     if (!QFileInfo(path).isFile())
         return d->Fail(QStringLiteral("Cannot open the archive %1: no such file.").arg(path));
     QString err;
-    if (!CollectVolumes(path, m_family, &d->volumes, &err))
+    if (!(numberedVolumes ? CollectNumberedVolumes(path, &d->volumes, &err)
+                          : CollectVolumes(path, m_family, &d->volumes, &err)))
         return d->Fail(err);
     d->rar5 = m_family == ArchiveFamily::Rar ? ScanRar5Encryption(d->volumes) : Rar5Encryption{};
     d->compressedTotal = 0;
@@ -829,10 +838,6 @@ bool CArchiveUnpacker::OpenArchive(const QString& path) {
         d->volumes.clear();
     }
     return ok;
-}
-
-bool CArchiveUnpacker::OpenMultiVolumeArchive(const QString& firstVolumePath) {
-    return OpenArchive(firstVolumePath);
 }
 
 bool CArchiveUnpacker::FindFile() {

@@ -70,6 +70,8 @@ public:
     void SetWndFileTree(IItemListener* listener);
 
     bool OpenArchive(const QString& path);
+    // Opens a set name.001, name.002, ... by its first volume, whatever family the unpacker
+    // was made for (the volumes are read in order as one file).
     bool OpenMultiVolumeArchive(const QString& firstVolumePath);
 
     // Enumeration: FindFile once, then FindNextFileW followed by GetFileShortInfo until
@@ -119,6 +121,8 @@ public:
     bool WasCancelled() const { return m_cancelled; }
 
 private:
+    bool Open(const QString& path, bool numberedVolumes);
+
     struct Impl;
     std::unique_ptr<Impl> d;
     int m_family;

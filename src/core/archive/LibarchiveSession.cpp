@@ -104,30 +104,8 @@ bool CollectVolumes(const QString& path, int family, QStringList* volumes, QStri
             CollectOldStyleRarParts(path, volumes);
         return true;
     }
-    if (family == ArchiveFamily::SevenZipVolumes) {
-        if (!path.endsWith(QLatin1String(".001"))) {
-            *volumes << path;
-            return true;
-        }
-        const QString stem = path.left(path.size() - 4);
-        qint64 total = 0;
-        for (int n = 1; n < 100000; ++n) {
-            const QString part = stem + QStringLiteral(".%1").arg(n, 3, 10, QLatin1Char('0'));
-            const QFileInfo fi(part);
-            if (!fi.isFile())
-                break;
-            *volumes << part;
-            total += fi.size();
-        }
-        const qint64 expected = Expected7zSize(path);
-        if (expected > 0 && total < expected) {
-            *error =
-                QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
-                    .arg(QDir::toNativeSeparators(path), QFileInfo(volumes->last()).fileName());
-            return false;
-        }
-        return true;
-    }
+    if (family == ArchiveFamily::SevenZipVolumes)
+        return CollectNumberedVolumes(path, volumes, error);
     *volumes << path;
     return true;
 }
@@ -300,6 +278,31 @@ Rar5Encryption ScanRar5Encryption(const QStringList& volumes) {
         }
     }
     return found;
+}
+
+bool CollectNumberedVolumes(const QString& path, QStringList* volumes, QString* error) {
+    volumes->clear();
+    if (!path.endsWith(QLatin1String(".001"))) {
+        *volumes << path;
+        return true;
+    }
+    const QString stem = path.left(path.size() - 4);
+    qint64 total = 0;
+    for (int n = 1; n < 100000; ++n) {
+        const QString part = stem + QStringLiteral(".%1").arg(n, 3, 10, QLatin1Char('0'));
+        const QFileInfo fi(part);
+        if (!fi.isFile())
+            break;
+        *volumes << part;
+        total += fi.size();
+    }
+    const qint64 expected = Expected7zSize(path);
+    if (expected > 0 && total < expected) {
+        *error = QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
+                     .arg(QDir::toNativeSeparators(path), QFileInfo(volumes->last()).fileName());
+        return false;
+    }
+    return true;
 }
 
 void PasswordBook::Add(const QString& password) {

@@ -34,6 +34,10 @@ const FamilyTraits* TraitsFor(int family);
 // (name.partN.rar, name.rar + name.r00..., name.001, name.002 ...). An incomplete set that
 // can be recognised as such gives false and a reason.
 bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error);
+// The volumes of a set opened by its first volume name.001: name.001, name.002, ... in order
+// (a path that does not end in ".001" is a set of one). A 7z set that is shorter than its
+// first volume says gives false and names the gap.
+bool CollectNumberedVolumes(const QString& firstVolume, QStringList* volumes, QString* error);
 
 // The compression that a filter (gzip, bzip2, xz, ...) applies around a whole archive, as a
 // method name; empty for none.

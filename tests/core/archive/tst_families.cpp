@@ -221,6 +221,28 @@ private Q_SLOTS:
         }
     }
 
+    // OpenMultiVolumeArchive reads every volume of a ".001" set, whichever unpacker opens it;
+    // a set with a volume missing does not open and names the gap.
+    void multiVolumeOpen() {
+        QTemporaryDir dir;
+        const QByteArray big = vzt::RandomBytes(90000, 11);
+        QVERIFY(vzt::WriteAll(dir.filePath("src/big.bin"), big));
+        QVERIFY(vzt::Shell("7zz a -bso0 -v30k ../set.7z big.bin", dir.filePath("src")).Ok());
+        const QString first = dir.filePath("set.7z.001");
+        QVERIFY(QFile::exists(dir.filePath("set.7z.003")));
+        {
+            C7zUnpacker u;
+            QVERIFY2(u.OpenMultiVolumeArchive(first), qPrintable(u.LastError()));
+            QVERIFY2(u.UnpackArchive(dir.filePath("out")), qPrintable(u.LastError()));
+            QCOMPARE(vzt::ReadAll(dir.filePath("out/big.bin")), big);
+        }
+        QVERIFY(QFile::remove(dir.filePath("set.7z.002")));
+        C7zUnpacker u;
+        QVERIFY(!u.OpenMultiVolumeArchive(first));
+        QVERIFY2(u.LastError().contains("incomplete") && u.LastError().contains("set.7z.001"),
+                 qPrintable(u.LastError()));
+    }
+
     // Folders that exist only as the path of deeper entries still list, level by level.
     void impliedFolders_data() {
         QTest::addColumn<QString>("command");
