@@ -41,8 +41,23 @@ const FamilyTraits* TraitsFor(int family) {
 
 namespace {
 
-// name.partN.rar with any number of digits: every part from 1 up, same width.
-bool CollectRarParts(const QString& path, QStringList* volumes) {
+// Whether the folder of `path` holds a part of the same set numbered above `missing`: then
+// the set has a gap, not an end. `namePattern` matches a part's file name and captures its
+// number.
+bool PartBeyond(const QString& path, const QString& namePattern, int missing) {
+    const QRegularExpression re(namePattern, QRegularExpression::CaseInsensitiveOption);
+    const QFileInfo info(path);
+    for (const QString& name : info.dir().entryList(QDir::Files)) {
+        const QRegularExpressionMatch m = re.match(name);
+        if (m.hasMatch() && m.captured(1).toLongLong() > missing)
+            return true;
+    }
+    return false;
+}
+
+// name.partN.rar with any number of digits: every part from 1 up, same width. A part missing
+// before others that exist is named in `missing`.
+bool CollectRarParts(const QString& path, QStringList* volumes, QString* missing) {
     static const QRegularExpression partRe(QStringLiteral("^(.*)\\.part(\\d+)\\.rar$"),
                                            QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch m = partRe.match(path);
@@ -54,23 +69,35 @@ bool CollectRarParts(const QString& path, QStringList* volumes) {
     for (int n = 1;; ++n) {
         const QString part =
             QStringLiteral("%1.part%2%3").arg(base).arg(n, width, 10, QLatin1Char('0')).arg(ext);
-        if (!QFileInfo(part).isFile())
+        if (!QFileInfo(part).isFile()) {
+            const QString pattern =
+                QStringLiteral("^%1\\.part(\\d+)\\.rar$")
+                    .arg(QRegularExpression::escape(QFileInfo(base).fileName()));
+            if (PartBeyond(path, pattern, n))
+                *missing = QFileInfo(part).fileName();
             break;
+        }
         *volumes << part;
     }
-    return !volumes->isEmpty();
+    return !volumes->isEmpty() || !missing->isEmpty();
 }
 
 // name.rar followed by name.r00, name.r01, ...
-void CollectOldStyleRarParts(const QString& path, QStringList* volumes) {
+void CollectOldStyleRarParts(const QString& path, QStringList* volumes, QString* missing) {
     *volumes << path;
     const QString stem = path.left(path.size() - 4);
     const bool upper = path.endsWith(QLatin1String(".RAR"));
     for (int n = 0; n < 1000; ++n) {
         const QString part = stem + (upper ? QStringLiteral(".R%1") : QStringLiteral(".r%1"))
                                         .arg(n, 2, 10, QLatin1Char('0'));
-        if (!QFileInfo(part).isFile())
+        if (!QFileInfo(part).isFile()) {
+            const QString pattern =
+                QStringLiteral("^%1\\.r(\\d+)$")
+                    .arg(QRegularExpression::escape(QFileInfo(stem).fileName()));
+            if (PartBeyond(path, pattern, n))
+                *missing = QFileInfo(part).fileName();
             break;
+        }
         *volumes << part;
     }
 }
@@ -100,8 +127,16 @@ qint64 Expected7zSize(const QString& firstVolume) {
 bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error) {
     volumes->clear();
     if (family == ArchiveFamily::Rar) {
-        if (!CollectRarParts(path, volumes))
-            CollectOldStyleRarParts(path, volumes);
+        // libarchive, given a set with a part missing, fails with a decoder's error (or
+        // writes a spanning file short): a gap is named before anything is read.
+        QString missing;
+        if (!CollectRarParts(path, volumes, &missing))
+            CollectOldStyleRarParts(path, volumes, &missing);
+        if (!missing.isEmpty()) {
+            *error = QStringLiteral("The volume set %1 is incomplete: %2 is missing.")
+                         .arg(QDir::toNativeSeparators(path), missing);
+            return false;
+        }
         return true;
     }
     if (family == ArchiveFamily::SevenZipVolumes)
