@@ -14,8 +14,11 @@
 //                         (folders are not made); with paths DEST/<entry path>.
 // A gzip or bzip2 stream that holds a tar shows that tar as one folder-like level named after
 // the archive without its compression suffix ("backup.tar" for backup.tar.gz and backup.tgz);
-// UnpackArchive writes the tar's contents as `tar -x` would, folders and files inside the
-// level are addressed through it ("backup.tar/docs").
+// folders and files inside the level are addressed through it ("backup.tar/docs"). The level
+// is part of their inner path, so with paths UnpackFolder("backup.tar/docs") and
+// UnpackFile("backup.tar/docs/a.txt") write DEST/backup.tar/docs/..., while UnpackArchive
+// leaves the level out and writes the tar's contents as `tar -x` would (DEST/docs/...).
+// Without paths the level never shows.
 //
 // Safety: nothing is ever written outside DEST. Entries with absolute names or ".."
 // components, symbolic links whose target leads outside DEST (judged through the links
