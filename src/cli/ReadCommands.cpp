@@ -26,14 +26,16 @@ bool TakeNothingMore(const Args& args, int expected, const QString& usage) {
     return true;
 }
 
-// An archive path opened with its family's unpacker; reports the failure itself.
+// An archive path opened with its family's unpacker; reports the failure itself, except
+// that of a recognised archive no unpacker reads (ACE) when `listsNothing` is given: that
+// archive lists no entries.
 struct OpenedArchive {
     std::unique_ptr<CArchiveUnpacker> unpacker;
     vz::ArchivePathParts parts;
     int family = 0;
 };
 
-bool OpenPath(const QString& path, OpenedArchive* out) {
+bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = nullptr) {
     const QStringList& recognised = Settings().EnabledExtensions;
     out->family = vz::ClassifyPath(path, recognised);
     out->parts = vz::SplitArchivePath(path);
@@ -45,8 +47,10 @@ bool OpenPath(const QString& path, OpenedArchive* out) {
     }
     out->unpacker = vz::CreateUnpacker(out->family);
     if (!out->unpacker) {
-        PrintError(QStringLiteral("%1: no unpacker reads %2 archives")
-                       .arg(path, ArchiveFamily::DisplayName(out->family)));
+        if (listsNothing)
+            *listsNothing = true;
+        else
+            PrintError(QStringLiteral("%1: %2").arg(path, vz::NoUnpackerReason(out->family)));
         return false;
     }
     if (!vz::OpenForFamily(*out->unpacker, out->parts.archivePath)) {
@@ -114,8 +118,9 @@ int List(Args args) {
     if (!all && QFileInfo(path).isDir())
         return ListDiskFolder(path);
     OpenedArchive a;
-    if (!OpenPath(path, &a))
-        return kFailed;
+    bool listsNothing = false;
+    if (!OpenPath(path, &a, &listsNothing))
+        return listsNothing ? kOk : kFailed;
     if (all) {
         const std::vector<ARCHIVEFILEFULLINFO>* entries = nullptr;
         if (!a.unpacker->AllEntries(entries)) {

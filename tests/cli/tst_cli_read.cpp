@@ -77,6 +77,28 @@ private Q_SLOTS:
         QVERIFY(Cli({"--help"}).output.contains("--files-without-paths"));
     }
 
+    // An ACE file is an archive (code 5) that lists no entries and that nothing unpacks.
+    void aceArchives() {
+        const QString ace = m_dir.filePath("data.ace");
+        QVERIFY(vzt::WriteAll(ace, "**ACE**"));
+        QCOMPARE(Cli({"classify", ace}).output, QByteArray("5\n"));
+        for (const QStringList& list :
+             {QStringList{"list", ace}, QStringList{"list", "--all", ace}}) {
+            const auto r = Cli(list);
+            QCOMPARE(r.exitCode, 0);
+            QCOMPARE(r.output, QByteArray());
+        }
+        const QByteArray failure =
+            "velazip-cli: " + ace.toUtf8() + ": ACE archives cannot be read\n";
+        auto r = Cli({"extract", ace, m_dir.filePath("ace-out")});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output, failure);
+        QVERIFY(!QFileInfo::exists(m_dir.filePath("ace-out")));
+        r = Cli({"test", ace});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output, failure);
+    }
+
     // The settings give the defaults; options override them for one run.
     void extractFollowsSettingsAndOptions() {
         const QString out = m_dir.filePath("x1");

@@ -987,6 +987,12 @@ std::unique_ptr<CArchiveUnpacker> CreateUnpacker(int family) {
     }
 }
 
+QString NoUnpackerReason(int family) {
+    if (family == ArchiveFamily::Ace)
+        return QStringLiteral("ACE archives cannot be read");
+    return QStringLiteral("it is not an archive");
+}
+
 bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath) {
     if (unpacker.Family() == ArchiveFamily::SevenZipVolumes)
         return unpacker.OpenMultiVolumeArchive(archivePath);

@@ -170,8 +170,11 @@ public:
 };
 
 namespace vz {
-// The unpacker that serves a family code; null for 0, ACE and unknown codes.
+// The unpacker that serves a family code; null for 0, ACE and unknown codes. An ACE file is
+// an archive that lists no entries and that no operation can unpack.
 std::unique_ptr<CArchiveUnpacker> CreateUnpacker(int family);
+// Why a family has no unpacker, in words for the user: "ACE archives cannot be read".
+QString NoUnpackerReason(int family);
 // Opens `archivePath` the way its family requires (multi-volume 7z by its first volume).
 bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath);
 // The description text of a path (the archive itself, a folder or a file in it), as the

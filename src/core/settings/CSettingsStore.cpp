@@ -140,8 +140,15 @@ constexpr Key kKeys[] = {
 constexpr int kMinHistory = 5;
 constexpr int kMaxHistory = 20;
 
-const QString kZip = QStringLiteral("ZIP");
 const QString kExe = QStringLiteral("EXE");
+
+// Never written to "Additional archives" and never switched off.
+bool AlwaysRecognised(const QString& ext) {
+    for (const QString& always : CSettingsStore::AlwaysRecognisedExtensions())
+        if (vz::EqualsNoCase(ext, always))
+            return true;
+    return false;
+}
 
 int ParseInteger(const QString& text, const char* readDefault) {
     bool ok = false;
@@ -177,7 +184,7 @@ void ReadKey(const CIniFile& ini, const Key& k, R& record) {
             record.*k.text = ReadText(ini, k.section, k.key, k.readDefault);
             break;
         case Kind::Extensions:
-            record.EnabledExtensions = QStringList{kZip};
+            record.EnabledExtensions = CSettingsStore::AlwaysRecognisedExtensions();
             record.DisabledExtensions.clear();
             for (const QString& ext : CSettingsStore::AdditionalArchiveExtensions()) {
                 const QString value =
@@ -213,14 +220,14 @@ void WriteCurrent(CIniFile& ini, const Key& k, const R& record) {
             SetText(ini, k.section, k.key, record.*k.text);
             break;
         case Kind::Extensions:
-            // Zip archives cannot be switched off, so "ZIP" is never written.
+            // Zip and ACE archives cannot be switched off: their keys are never written.
             for (const QString& ext : record.EnabledExtensions) {
-                if (!vz::EqualsNoCase(ext, kZip))
+                if (!AlwaysRecognised(ext))
                     SetText(ini, k.section, ext.toUpper().toUtf8().constData(),
                             QStringLiteral("1"));
             }
             for (const QString& ext : record.DisabledExtensions) {
-                if (!vz::EqualsNoCase(ext, kZip))
+                if (!AlwaysRecognised(ext))
                     SetText(ini, k.section, ext.toUpper().toUtf8().constData(),
                             QStringLiteral("0"));
             }
@@ -272,6 +279,11 @@ const QStringList& CSettingsStore::AdditionalArchiveExtensions() {
         QStringLiteral("BZ2"), QStringLiteral("BZIP2"), QStringLiteral("TAR"),
         QStringLiteral("TGZ"), QStringLiteral("TBZ"),   QStringLiteral("TBZ2"),
         QStringLiteral("ISO"), QStringLiteral("EXE")};
+    return list;
+}
+
+const QStringList& CSettingsStore::AlwaysRecognisedExtensions() {
+    static const QStringList list{QStringLiteral("ZIP"), QStringLiteral("ACE")};
     return list;
 }
 

@@ -19,6 +19,11 @@ public:
     // The seventeen "Additional archives" extensions, upper-case, without dots, in order:
     // CAB RAR JAR XAP 7Z 001 GZ GZIP BZ BZ2 BZIP2 TAR TGZ TBZ TBZ2 ISO EXE.
     static const QStringList& AdditionalArchiveExtensions();
+    // The extensions that are always recognised, in this order at the head of the enabled
+    // list: "ZIP" (zip archives cannot be switched off) and "ACE" (an ACE file is an archive,
+    // although no unpacker reads it). Neither is a key of "Additional archives": both are
+    // left out when the current values are saved.
+    static const QStringList& AlwaysRecognisedExtensions();
     // The sixteen dotted extensions used for file associations (the list above without EXE).
     static const QStringList& AssociationExtensions();
 
