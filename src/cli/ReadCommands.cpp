@@ -40,9 +40,12 @@ bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = null
     out->family = vz::ClassifyPath(path, recognised);
     out->parts = vz::SplitArchivePath(path);
     if (out->family == 0) {
-        PrintError(
-            QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
-                .arg(path));
+        if (out->parts.archivePath.isEmpty() && !QFileInfo::exists(path))
+            PrintError(QStringLiteral("%1: no such file").arg(path));
+        else
+            PrintError(
+                QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
+                    .arg(path));
         return false;
     }
     out->unpacker = vz::CreateUnpacker(out->family);
@@ -227,22 +230,36 @@ int Extract(Args args) {
     OpenedArchive a;
     if (!OpenPath(path, &a))
         return kFailed;
+    // What PATH names is settled before anything is made in DEST.
+    const QString& inner = a.parts.innerPath;
+    bool isFolder = false;
+    if (!inner.isEmpty()) {
+        ARCHIVEFILEFULLINFO entry;
+        isFolder = a.unpacker->IsFolder(inner);
+        if (!isFolder && !a.unpacker->GetEntryInfo(inner, entry)) {
+            const QString why = a.unpacker->LastError();
+            PrintError(why.isEmpty()
+                           ? QStringLiteral("%1: no such file or folder in the archive").arg(path)
+                           : why);
+            return kFailed;
+        }
+    }
     if (!QDir().mkpath(dest)) {
         PrintError(QStringLiteral("%1: cannot create the destination folder").arg(dest));
         return kFailed;
     }
     Observer observer(mode);
+    observer.SetHoldLastReport(true);
     observer.SetShowProgress(progress && StdinIsTerminal());
     InstallInterruptHandler();
     a.unpacker->SetIni(ini);
     a.unpacker->SetHandleDialogProgress(&observer);
     a.unpacker->SetPassword(password);
-    const QString& inner = a.parts.innerPath;
     bool done;
     if (inner.isEmpty()) {
         a.unpacker->InitScan();
         done = a.unpacker->UnpackArchive(dest);
-    } else if (a.unpacker->IsFolder(inner)) {
+    } else if (isFolder) {
         done = a.unpacker->UnpackFolder(inner, dest);
     } else {
         done = a.unpacker->UnpackFile(inner, dest);
@@ -266,6 +283,7 @@ int Test(Args args) {
     if (!OpenPath(path, &a))
         return kFailed;
     Observer observer(OverwriteMode::Never);
+    observer.SetHoldLastReport(true);
     InstallInterruptHandler();
     a.unpacker->SetHandleDialogProgress(&observer);
     a.unpacker->SetPassword(password);
