@@ -134,7 +134,8 @@ int List(Args args) {
         out.reserve(static_cast<int>(entries->size()) * 64);
         char size[24];
         for (const ARCHIVEFILEFULLINFO& e : *entries) {
-            out += e.isFolder ? "d " : e.isSymlink ? "l " : "f ";
+            out += e.isFolder ? 'd' : e.isSymlink ? 'l' : 'f';
+            out += e.refused ? "! " : "  ";
             if (e.isFolder || !e.sizeKnown)
                 snprintf(size, sizeof size, "%14s ", e.isFolder ? "-" : "?");
             else

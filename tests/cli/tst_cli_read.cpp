@@ -100,6 +100,19 @@ private Q_SLOTS:
         QCOMPARE(r.output, failure);
     }
 
+    // "list --all" shows every entry, also those refused for their names, marked with "!".
+    void listAllShowsRefusedEntries() {
+        const QString zip = m_dir.filePath("hostile.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{"../evil.txt", "evil"}, {"ok.txt", "fine"}})));
+        const auto r = Cli({"list", "--all", zip});
+        QCOMPARE(r.exitCode, 0);
+        const QList<QByteArray> lines = r.output.trimmed().split('\n');
+        QCOMPARE(lines.size(), 2);
+        QVERIFY2(lines[0].startsWith("f! ") && lines[0].endsWith(" ../evil.txt"), lines[0]);
+        QVERIFY2(lines[1].startsWith("f  ") && lines[1].endsWith(" ok.txt"), lines[1]);
+        QCOMPARE(Cli({"list", zip}).output, QByteArray("ok.txt\n"));
+    }
+
     // Each failure is one line "PATH: reason" (or the one entry's report, which names the
     // archive), exit code 1, and an extraction that cannot start leaves no DEST behind.
     void failureLines_data() {

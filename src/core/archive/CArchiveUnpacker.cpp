@@ -313,6 +313,7 @@ struct CArchiveUnpacker::Impl {
                 // A plain compressed file: one entry named after the archive.
                 c.entry.info.path = streamName;
                 c.entry.skip = false;
+                c.entry.refusedName.clear();
                 c.entry.info.method = QString::fromLatin1(traits->streamMethod);
                 quint64 size = 0;
                 c.entry.info.sizeKnown =
@@ -956,9 +957,15 @@ bool CArchiveUnpacker::AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entri
         return false;
     m_allEntries.clear();
     m_allEntries.reserve(d->entries.size());
-    for (const ListedEntry& e : d->entries)
-        if (!e.skip)
+    for (const ListedEntry& e : d->entries) {
+        if (!e.skip) {
             m_allEntries.push_back(e.info);
+        } else if (!e.refusedName.isEmpty()) {
+            m_allEntries.push_back(e.info);
+            m_allEntries.back().path = e.refusedName;
+            m_allEntries.back().refused = true;
+        }
+    }
     entries = &m_allEntries;
     return true;
 }

@@ -112,7 +112,9 @@ public:
     bool ListLevel(const QString& innerFolder, ArchiveLevel& level);
     // Whether anything lies below `innerFolder`.
     bool HasEntriesBelow(const QString& innerFolder);
-    // Every entry, in archive order (skipped entries included, marked).
+    // Every entry, in archive order: also those refused for a name that leads outside the
+    // destination (marked `refused`, under their name as the archive has it); not the
+    // nameless ones listing drops (the root "." of an image).
     bool AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries);
     // Reads every entry's data and checks it.
     bool Test();

@@ -15,6 +15,9 @@ namespace vz {
 struct ListedEntry {
     ARCHIVEFILEFULLINFO info;
     bool skip = false;
+    // The name as the archive has it, of an entry refused for that name (absolute, or with
+    // ".." components); empty otherwise.
+    QString refusedName;
     // Where a reading pass meets the entry, compared between entries: a zip entry's local
     // header offset (libarchive's seekable zip reader goes through the entries in that
     // order, which need not be the order of the central directory), else the position in

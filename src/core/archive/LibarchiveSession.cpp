@@ -473,6 +473,8 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
     info.path = n.path;
     c.unsafe = n.unsafe;
     c.entry.skip = n.unsafe || n.path.isEmpty();
+    if (n.unsafe)
+        c.entry.refusedName = c.rawName;
 
     const mode_t type = archive_entry_filetype(h);
     info.isFolder = type == AE_IFDIR || n.trailingSlash;

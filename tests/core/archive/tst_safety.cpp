@@ -56,6 +56,12 @@ private Q_SLOTS:
         ArchiveLevel level;
         QVERIFY(u->ListLevel(QString(), level));
         QCOMPARE(level.files, QStringList{"ok.txt"});  // the hostile entry is not listed
+        // ... but every entry is there for those who ask for all, marked, as it is named.
+        const std::vector<ARCHIVEFILEFULLINFO>* all = nullptr;
+        QVERIFY(u->AllEntries(all));
+        QCOMPARE(all->size(), size_t(2));
+        QVERIFY(all->at(0).refused && !all->at(1).refused);
+        QCOMPARE(all->at(0).path, QString::fromUtf8(name));
         TestObserver observer;
         u->SetHandleDialogProgress(&observer);
         QVERIFY(!u->UnpackArchive(dest));  // refused and reported ...
