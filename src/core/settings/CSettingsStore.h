@@ -4,7 +4,8 @@
 // Every key has a read default (assumed when the key is missing, the member initialisers of
 // CSettingsRecord) and a file default (written into a new file); where the two differ the
 // difference is deliberate. Section and key names match without regard to case, unknown
-// sections and keys survive a save, values are plain UTF-8 text. An unreadable or
+// sections and keys survive a save, values are plain UTF-8 text of which the first 1024
+// characters are read; an integer is read from its leading digits ("7x" is 7). An unreadable or
 // malformed file yields the defaults; nothing here reports an error.
 
 #include <QString>

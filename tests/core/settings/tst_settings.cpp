@@ -229,6 +229,12 @@ private slots:
         QTest::newRow("21") << QByteArray("21") << 5;
         QTest::newRow("-3") << QByteArray("-3") << 5;
         QTest::newRow("abc") << QByteArray("abc") << 5;
+        QTest::newRow("7x: the leading digits") << QByteArray("7x") << 7;
+        QTest::newRow("+8") << QByteArray("+8") << 8;
+        QTest::newRow("21 steps") << QByteArray("21 steps") << 5;
+        QTest::newRow("x7") << QByteArray("x7") << 5;
+        QTest::newRow("a sign alone") << QByteArray("-") << 5;
+        QTest::newRow("beyond int") << QByteArray("99999999999") << 5;
         QTest::newRow("empty") << QByteArray("") << 5;
         QTest::newRow("5") << QByteArray("5") << 5;
         QTest::newRow("12") << QByteArray("12") << 12;
@@ -245,12 +251,19 @@ private slots:
 
     void integersOtherThanHistory() {
         const CSettingsRecord r = LoadWith(
-            "[Creation and adding]\nCompressionLevel=-2\nCompressionMethod=junk\n"
-            "[Encryption]\nEncryptionMethod=3\n[Interface]\nDraggingImageForModeClearType=0\n");
-        QCOMPARE(r.CompressionLevel, -2);
+            "[Creation and adding]\nCompressionLevel=-2x\nCompressionMethod=junk\n"
+            "[Encryption]\nEncryptionMethod=3;AES\n[Interface]\nDraggingImageForModeClearType=0\n");
+        QCOMPARE(r.CompressionLevel, -2);  // the leading digits, with their sign
         QCOMPARE(r.CompressionMethod, 0);  // no number: the read default
         QCOMPARE(r.EncryptionMethod, 3);
         QCOMPARE(r.DraggingImageForModeClearType, 0);
+    }
+
+    // A value is read up to 1024 characters.
+    void longValuesAreCut() {
+        const QByteArray folder = "/" + QByteArray(1500, 'd');
+        const CSettingsRecord r = LoadWith("[CloudDrives]\nDropboxUserFolder=" + folder + "\n");
+        QCOMPARE(r.DropboxUserFolder, QString::fromLatin1(folder.left(1024)));
     }
 
     void extensionValues_data() {
