@@ -257,7 +257,7 @@ Rar5Encryption ScanRar5Encryption(const QStringList& volumes) {
         qint64 pos = start + kSignature.size();
         for (;;) {
             // CRC32, the header size, then the header: type, flags, sizes, fields, extra area.
-            if (!f.seek(pos))
+            if (pos >= f.size() || !f.seek(pos))
                 return found;
             const QByteArray lead = f.read(4 + 10);
             const uchar* p = reinterpret_cast<const uchar*>(lead.constData()) + 4;
