@@ -180,22 +180,48 @@ bool Observer::AskPassword(const QString& archivePath, const QString& entryPath,
 
 void Observer::Report(const QString& message) {
     ++m_reports;
-    PrintError(message);
+    Flush();
+    if (m_holdLast)
+        m_held = message;
+    else
+        PrintError(message);
+}
+
+void Observer::Flush() {
+    if (!m_held.isEmpty())
+        PrintError(TakeHeld());
+}
+
+QString Observer::TakeHeld() {
+    QString held;
+    held.swap(m_held);
+    return held;
 }
 
 QString FailureLine(const QString& path, const QString& destination, const QString& password,
-                    const Observer& observer, bool cancelled, const QString& lastError) {
-    if (observer.DeclinedPassword())
+                    Observer& observer, bool cancelled, const QString& lastError) {
+    if (observer.DeclinedPassword()) {
+        // A lone report says the same as this line.
+        if (observer.Reports() == 1)
+            observer.TakeHeld();
+        observer.Flush();
         return password.isEmpty()
                    ? QStringLiteral("%1: a password is required (give it with --password)")
                          .arg(path)
                    : QStringLiteral("%1: the password is wrong").arg(path);
-    if (cancelled)
+    }
+    if (cancelled) {
+        observer.Flush();
         return destination.isEmpty() ? QStringLiteral("%1: stopped").arg(path)
                                      : QStringLiteral("%1: stopped; what was finished stays in %2")
                                            .arg(path, destination);
-    if (observer.Reports() == 1)
-        return QStringLiteral("%1: 1 entry failed (see above)").arg(path);
+    }
+    if (observer.Reports() == 1) {
+        const QString only = observer.TakeHeld();
+        if (!only.isEmpty())
+            return only;
+    }
+    observer.Flush();
     if (observer.Reports() > 1)
         return QStringLiteral("%1: %2 entries failed (see above)")
             .arg(path)

@@ -47,10 +47,15 @@ bool ParseOverwriteMode(const QString& text, OverwriteMode* mode);
 // The observer of a command: reports go to standard error; questions are asked on the
 // terminal when there is one and the mode says "ask", else answered by the mode
 // (without a terminal "ask" skips the item and reports it). Ctrl+C stops the operation
-// cleanly.
+// cleanly. With SetHoldLastReport the latest report is held back until the next one or the
+// end, so that an operation that fails with one report prints that report as its one
+// failure line (FailureLine).
 class Observer : public IOperationObserver {
 public:
     explicit Observer(OverwriteMode mode) : m_mode(mode) {}
+    ~Observer() override { Flush(); }
+    Observer(const Observer&) = delete;
+    Observer& operator=(const Observer&) = delete;
     void Progress(int percent, const QString& currentName) override;
     bool StopRequested() override;
     ReplaceAnswer AskOverwrite(const OverwriteQuestion& question) override;
@@ -58,9 +63,14 @@ public:
                      QString* password) override;
     void Report(const QString& message) override;
     void SetShowProgress(bool on) { m_showProgress = on; }
+    void SetHoldLastReport(bool on) { m_holdLast = on; }
     // Whether a password question went unanswered because no terminal was there.
     bool DeclinedPassword() const { return m_declinedPassword; }
     int Reports() const { return m_reports; }
+    // Prints the report held back, if any.
+    void Flush();
+    // The report held back (and no longer held).
+    QString TakeHeld();
 
 private:
     OverwriteMode m_mode;
@@ -69,11 +79,14 @@ private:
     int m_lastPercent = -1;
     bool m_declinedPassword = false;
     int m_reports = 0;
+    bool m_holdLast = false;
+    QString m_held;
 };
 
-// The one line that ends a failed unpack or test.
+// The one line that ends a failed unpack or test: the one report when there was one (it
+// names the entry and the archive), else "PATH: reason".
 QString FailureLine(const QString& path, const QString& destination, const QString& password,
-                    const Observer& observer, bool cancelled, const QString& lastError);
+                    Observer& observer, bool cancelled, const QString& lastError);
 
 // Installs the Ctrl+C handler that Observer::StopRequested reads.
 void InstallInterruptHandler();

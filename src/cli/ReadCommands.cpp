@@ -26,27 +26,34 @@ bool TakeNothingMore(const Args& args, int expected, const QString& usage) {
     return true;
 }
 
-// An archive path opened with its family's unpacker; reports the failure itself.
+// An archive path opened with its family's unpacker; reports the failure itself, except
+// that of a recognised archive no unpacker reads (ACE) when `listsNothing` is given: that
+// archive lists no entries.
 struct OpenedArchive {
     std::unique_ptr<CArchiveUnpacker> unpacker;
     vz::ArchivePathParts parts;
     int family = 0;
 };
 
-bool OpenPath(const QString& path, OpenedArchive* out) {
+bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = nullptr) {
     const QStringList& recognised = Settings().EnabledExtensions;
     out->family = vz::ClassifyPath(path, recognised);
     out->parts = vz::SplitArchivePath(path);
     if (out->family == 0) {
-        PrintError(
-            QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
-                .arg(path));
+        if (out->parts.archivePath.isEmpty() && !QFileInfo::exists(path))
+            PrintError(QStringLiteral("%1: no such file").arg(path));
+        else
+            PrintError(
+                QStringLiteral("%1: not an archive (or its type is switched off in the settings)")
+                    .arg(path));
         return false;
     }
     out->unpacker = vz::CreateUnpacker(out->family);
     if (!out->unpacker) {
-        PrintError(QStringLiteral("%1: no unpacker reads %2 archives")
-                       .arg(path, ArchiveFamily::DisplayName(out->family)));
+        if (listsNothing)
+            *listsNothing = true;
+        else
+            PrintError(QStringLiteral("%1: %2").arg(path, vz::NoUnpackerReason(out->family)));
         return false;
     }
     if (!vz::OpenForFamily(*out->unpacker, out->parts.archivePath)) {
@@ -114,8 +121,9 @@ int List(Args args) {
     if (!all && QFileInfo(path).isDir())
         return ListDiskFolder(path);
     OpenedArchive a;
-    if (!OpenPath(path, &a))
-        return kFailed;
+    bool listsNothing = false;
+    if (!OpenPath(path, &a, &listsNothing))
+        return listsNothing ? kOk : kFailed;
     if (all) {
         const std::vector<ARCHIVEFILEFULLINFO>* entries = nullptr;
         if (!a.unpacker->AllEntries(entries)) {
@@ -126,7 +134,8 @@ int List(Args args) {
         out.reserve(static_cast<int>(entries->size()) * 64);
         char size[24];
         for (const ARCHIVEFILEFULLINFO& e : *entries) {
-            out += e.isFolder ? "d " : e.isSymlink ? "l " : "f ";
+            out += e.isFolder ? 'd' : e.isSymlink ? 'l' : 'f';
+            out += e.refused ? "! " : "  ";
             if (e.isFolder || !e.sizeKnown)
                 snprintf(size, sizeof size, "%14s ", e.isFolder ? "-" : "?");
             else
@@ -222,22 +231,36 @@ int Extract(Args args) {
     OpenedArchive a;
     if (!OpenPath(path, &a))
         return kFailed;
+    // What PATH names is settled before anything is made in DEST.
+    const QString& inner = a.parts.innerPath;
+    bool isFolder = false;
+    if (!inner.isEmpty()) {
+        ARCHIVEFILEFULLINFO entry;
+        isFolder = a.unpacker->IsFolder(inner);
+        if (!isFolder && !a.unpacker->GetEntryInfo(inner, entry)) {
+            const QString why = a.unpacker->LastError();
+            PrintError(why.isEmpty()
+                           ? QStringLiteral("%1: no such file or folder in the archive").arg(path)
+                           : why);
+            return kFailed;
+        }
+    }
     if (!QDir().mkpath(dest)) {
         PrintError(QStringLiteral("%1: cannot create the destination folder").arg(dest));
         return kFailed;
     }
     Observer observer(mode);
+    observer.SetHoldLastReport(true);
     observer.SetShowProgress(progress && StdinIsTerminal());
     InstallInterruptHandler();
     a.unpacker->SetIni(ini);
     a.unpacker->SetHandleDialogProgress(&observer);
     a.unpacker->SetPassword(password);
-    const QString& inner = a.parts.innerPath;
     bool done;
     if (inner.isEmpty()) {
         a.unpacker->InitScan();
         done = a.unpacker->UnpackArchive(dest);
-    } else if (a.unpacker->IsFolder(inner)) {
+    } else if (isFolder) {
         done = a.unpacker->UnpackFolder(inner, dest);
     } else {
         done = a.unpacker->UnpackFile(inner, dest);
@@ -261,6 +284,7 @@ int Test(Args args) {
     if (!OpenPath(path, &a))
         return kFailed;
     Observer observer(OverwriteMode::Never);
+    observer.SetHoldLastReport(true);
     InstallInterruptHandler();
     a.unpacker->SetHandleDialogProgress(&observer);
     a.unpacker->SetPassword(password);

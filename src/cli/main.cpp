@@ -19,7 +19,10 @@ sets, 7z and split 7z sets by ".001", gz, bz2, tar, tgz, tbz2, iso):
                            case-insensitive order. PATH may lie inside an archive
                            (a.zip/docs) or be a disk folder (sub-folders, then archives)
   list --all ARCHIVE       print every entry: type (d folder, f file, l link), size,
-                           modified time and inner path
+                           modified time and inner path. A "!" after the type marks an
+                           entry that is refused because its name leads outside any
+                           destination (absolute, or with ".."): it is shown under its
+                           name as the archive has it, and never listed or unpacked
   info PATH                print the description of an archive, or of a folder or a
                            file inside one
   extract [options] PATH DEST

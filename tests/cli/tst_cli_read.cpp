@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
 #include "TestSupport.h"
 
@@ -75,6 +76,85 @@ private Q_SLOTS:
         QCOMPARE(Cli({"extract", m_zip}).exitCode, 2);
         QCOMPARE(Cli({"--help"}).exitCode, 0);
         QVERIFY(Cli({"--help"}).output.contains("--files-without-paths"));
+    }
+
+    // An ACE file is an archive (code 5) that lists no entries and that nothing unpacks.
+    void aceArchives() {
+        const QString ace = m_dir.filePath("data.ace");
+        QVERIFY(vzt::WriteAll(ace, "**ACE**"));
+        QCOMPARE(Cli({"classify", ace}).output, QByteArray("5\n"));
+        for (const QStringList& list :
+             {QStringList{"list", ace}, QStringList{"list", "--all", ace}}) {
+            const auto r = Cli(list);
+            QCOMPARE(r.exitCode, 0);
+            QCOMPARE(r.output, QByteArray());
+        }
+        const QByteArray failure =
+            "velazip-cli: " + ace.toUtf8() + ": ACE archives cannot be read\n";
+        auto r = Cli({"extract", ace, m_dir.filePath("ace-out")});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output, failure);
+        QVERIFY(!QFileInfo::exists(m_dir.filePath("ace-out")));
+        r = Cli({"test", ace});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.output, failure);
+    }
+
+    // "list --all" shows every entry, also those refused for their names, marked with "!".
+    void listAllShowsRefusedEntries() {
+        const QString zip = m_dir.filePath("hostile.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{"../evil.txt", "evil"}, {"ok.txt", "fine"}})));
+        const auto r = Cli({"list", "--all", zip});
+        QCOMPARE(r.exitCode, 0);
+        const QList<QByteArray> lines = r.output.trimmed().split('\n');
+        QCOMPARE(lines.size(), 2);
+        QVERIFY2(lines[0].startsWith("f! ") && lines[0].endsWith(" ../evil.txt"), lines[0]);
+        QVERIFY2(lines[1].startsWith("f  ") && lines[1].endsWith(" ok.txt"), lines[1]);
+        QCOMPARE(Cli({"list", zip}).output, QByteArray("ok.txt\n"));
+    }
+
+    // Each failure is one line "PATH: reason" (or the one entry's report, which names the
+    // archive), exit code 1, and an extraction that cannot start leaves no DEST behind.
+    void failureLines_data() {
+        QTest::addColumn<QStringList>("args");  // @ZIP@ the test zip, @DIR@ its folder
+        QTest::addColumn<QString>("line");
+        QTest::newRow("extract: no such inner path")
+            << QStringList{"extract", "@ZIP@/nothere", "@DIR@/dest"}
+            << "@ZIP@/nothere: no such file or folder in the archive";
+        QTest::newRow("extract: no such archive")
+            << QStringList{"extract", "@DIR@/missing.zip", "@DIR@/dest"}
+            << "@DIR@/missing.zip: no such file";
+        QTest::newRow("list: no such archive")
+            << QStringList{"list", "@DIR@/missing.zip"} << "@DIR@/missing.zip: no such file";
+        QTest::newRow("info: no such archive, path inside it")
+            << QStringList{"info", "@DIR@/missing.zip/a.txt"}
+            << "@DIR@/missing.zip/a.txt: no such file";
+        QTest::newRow("list: a file that is no archive")
+            << QStringList{"list", "@DIR@/src/alpha.txt"}
+            << "@DIR@/src/alpha.txt: not an archive (or its type is switched off in the settings)";
+        QTest::newRow("extract: the one file asked for is damaged")
+            << QStringList{"extract", "@DIR@/crc.zip/a.txt", "@DIR@/dest"}
+            << "Cannot unpack a.txt from @DIR@/crc.zip: its data is damaged (CRC error).";
+        QTest::newRow("extract: one entry of the archive is damaged")
+            << QStringList{"extract", "@DIR@/crc.zip", "@DIR@/dest2"}
+            << "Cannot unpack a.txt from @DIR@/crc.zip: its data is damaged (CRC error).";
+    }
+    void failureLines() {
+        QFETCH(QStringList, args);
+        QFETCH(QString, line);
+        QByteArray crc = vzt::StoredZip({{"a.txt", "original data"}, {"b.txt", "more"}});
+        crc[crc.indexOf("original")] = 'O';
+        QVERIFY(vzt::WriteAll(m_dir.filePath("crc.zip"), crc));
+        auto fill = [&](QString s) {
+            return s.replace("@ZIP@", m_zip).replace("@DIR@", m_dir.path());
+        };
+        for (QString& a : args)
+            a = fill(a);
+        const auto r = Cli(args);
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.output), "velazip-cli: " + fill(line) + "\n");
+        if (args.first() == "extract" && !args.at(1).contains("crc.zip"))
+            QVERIFY(!QFileInfo::exists(args.last()));
     }
 
     // The settings give the defaults; options override them for one run.

@@ -16,7 +16,7 @@ QStringList FamilyKinds() {
 }
 
 QStringList AllExtensions() {
-    return {"ZIP", "CAB", "RAR",   "JAR", "XAP", "7Z",  "001",  "GZ",  "GZIP",
+    return {"ZIP", "ACE", "CAB",   "RAR", "JAR", "XAP", "7Z",   "001", "GZ", "GZIP",
             "BZ",  "BZ2", "BZIP2", "TAR", "TGZ", "TBZ", "TBZ2", "ISO", "EXE"};
 }
 

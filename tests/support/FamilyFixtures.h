@@ -23,7 +23,8 @@ struct FamilyArchive {
 // archive of `kind` named x.<extension>.
 FamilyArchive MakeFamilyArchive(const QString& kind, const QString& source, const QString& outDir);
 
-// The recognised extensions with every type switched on (EXE included).
+// The recognised extensions with every type switched on (EXE included), as the settings give
+// them: "ZIP" and "ACE" first.
 QStringList AllExtensions();
 
 }  // namespace vzt

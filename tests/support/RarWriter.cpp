@@ -74,6 +74,8 @@ QByteArray FileHeader(const RarItem& item, const QByteArray& piece, quint16 spli
     quint16 flags = 0x8000 | splitFlags;  // LONG_BLOCK
     if (item.folder)
         flags |= 0x00E0;  // directory
+    if (item.encrypted)
+        flags |= 0x0004;  // FHD_PASSWORD
     return Block(0x74, flags, body) + piece;
 }
 

@@ -14,6 +14,8 @@ struct RarItem {
     QByteArray data;
     bool folder = false;
     qint64 mtime = 1700000000;
+    // Marks the file as encrypted (its data stays as it is: no reader here decrypts RAR).
+    bool encrypted = false;
 };
 
 // Writes one archive. Returns false when the file cannot be written.

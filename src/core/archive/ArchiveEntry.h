@@ -49,6 +49,9 @@ struct ARCHIVEFILEFULLINFO {
     QString method;          // compression method name, empty when the format does not tell
     bool encrypted = false;
     QString encryption;  // "Zip 2.0", "AES-256", ... when the format tells
+    // Set (by AllEntries only) for an entry that is neither listed nor unpacked because its
+    // name leads outside the destination; `path` is then its name as the archive has it.
+    bool refused = false;
 };
 
 // Every family reports the same records; the family names stay for callers that speak of one.

@@ -69,6 +69,13 @@ QString LibarchiveError(archive* a, const char* fallback) {
     return QString::fromUtf8(e ? e : fallback);
 }
 
+// Only zip entries can be decrypted; libarchive reads no encrypted RAR or 7z data (and says
+// so in words of its own, or with a decoder's error).
+QString CannotDecrypt(int family, const char* what) {
+    return QStringLiteral("encrypted %1 %2 cannot be read (only zip archives can be decrypted)")
+        .arg(ArchiveFamily::DisplayName(family), QLatin1String(what));
+}
+
 bool IsPasswordError(archive* a) {
     const char* e = archive_error_string(a);
     return e && (strcasestr(e, "passphrase") || strcasestr(e, "password"));
@@ -108,7 +115,8 @@ struct Selection {
     enum class Kind { Archive, Folder, File, Test } kind;
     QString inner;
     bool withoutPaths = false;
-    QString virtualPrefix;  // the tar level of a compressed tar ("backup.tar"), else empty
+    QString virtualPrefix;      // the tar level of a compressed tar ("backup.tar"), else empty
+    int filesBeforeWinner = 0;  // File: entries of that name passed over before the last one
 
     bool Selects(const QString& path, bool isFolder) const {
         switch (kind) {
@@ -173,6 +181,8 @@ struct CArchiveUnpacker::Impl {
     // Gzip and bzip2: whether the stream holds a tar, and the name of its level.
     bool tarInside = false;
     QString streamName;
+    // RAR 5: which entries are encrypted (libarchive does not flag them).
+    Rar5Encryption rar5;
     // The listing, read on first need.
     bool listed = false;
     std::vector<ListedEntry> entries;
@@ -186,6 +196,27 @@ struct CArchiveUnpacker::Impl {
         return false;
     }
     QString Where() const { return q->m_path; }
+
+    // Why reading a header failed: encrypted headers, or encrypted entries in the way (the
+    // data of a solid block), are named as such; anything else gives libarchive's reason.
+    QString HeaderFailure(archive* a, bool atStart, const char* fallback) const {
+        const int family = traits->family;
+        if (!ArchiveFamily::IsZipFamily(family)) {
+            const bool encrypted = archive_read_has_encrypted_entries(a) > 0;
+            if (rar5.headers || (atStart && encrypted))
+                return QStringLiteral("its headers are encrypted, and ") +
+                       CannotDecrypt(family, "archives");
+            if (encrypted)
+                return QStringLiteral("it holds encrypted entries, and ") +
+                       CannotDecrypt(family, "entries");
+        }
+        return LibarchiveError(a, fallback);
+    }
+    // The entry at this position of a pass is encrypted although libarchive does not say so.
+    void MarkEncrypted(size_t headerIndex, ARCHIVEFILEFULLINFO& info) const {
+        if (headerIndex < rar5.entries.size() && rar5.entries[headerIndex])
+            info.encrypted = true;
+    }
 
     bool IsStream() const {
         return traits && traits->formats == FamilyTraits::Formats::CompressedStream;
@@ -211,7 +242,7 @@ struct CArchiveUnpacker::Impl {
             r = archive_read_next_header(s.Handle(), &h);
         if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF)
             return Fail(QStringLiteral("Cannot open the archive %1: %2.")
-                            .arg(Where(), LibarchiveError(s.Handle(), "not an archive")));
+                            .arg(Where(), HeaderFailure(s.Handle(), true, "not an archive")));
         if (IsStream()) {
             if (archive_filter_code(s.Handle(), 0) != traits->streamFilter)
                 return Fail(QStringLiteral("Cannot open the archive %1: it is not a %2 stream.")
@@ -251,8 +282,13 @@ struct CArchiveUnpacker::Impl {
             level.info.sizeKnown = level.info.packedSizeKnown = true;
             entries.push_back(level);
         }
+        // The compression of every entry, where the format tells it once for the archive: a
+        // filter around a tar, a cabinet's folders.
+        QString archiveMethod;
+        bool archiveMethodRead = false;
+        size_t headerIndex = 0;
         HeaderReader headers(a);
-        for (;;) {
+        for (;; ++headerIndex) {
             archive_entry* h = nullptr;
             const HeaderReader::Step step = headers.Next(&h);
             if (step == HeaderReader::Step::End)
@@ -260,13 +296,24 @@ struct CArchiveUnpacker::Impl {
             if (step == HeaderReader::Step::BadEntry)
                 continue;
             if (step == HeaderReader::Step::Fatal)
-                return Fail(QStringLiteral("Cannot read the archive %1: %2.")
-                                .arg(Where(), LibarchiveError(a, "damaged archive")));
+                return Fail(
+                    QStringLiteral("Cannot read the archive %1: %2.")
+                        .arg(Where(), HeaderFailure(a, entries.empty(), "damaged archive")));
+            if (!archiveMethodRead) {
+                archiveMethodRead = true;
+                archiveMethod = FilterMethodName(archive_filter_code(a, 0));
+                if (archiveMethod.isEmpty() && traits->formats == FamilyTraits::Formats::Cab)
+                    archiveMethod = CabinetMethod(volumes.first());
+            }
             ConvertedHeader c = ConvertHeader(h, *traits);
+            MarkEncrypted(headerIndex, c.entry.info);
+            if (!c.entry.info.isFolder && !archiveMethod.isEmpty())
+                c.entry.info.method = archiveMethod;
             if (IsStream() && !tarInside) {
                 // A plain compressed file: one entry named after the archive.
                 c.entry.info.path = streamName;
                 c.entry.skip = false;
+                c.entry.refusedName.clear();
                 c.entry.info.method = QString::fromLatin1(traits->streamMethod);
                 quint64 size = 0;
                 c.entry.info.sizeKnown =
@@ -280,6 +327,7 @@ struct CArchiveUnpacker::Impl {
                 break;
             }
             c.entry.info.path = DisplayPath(c.entry.info.path);
+            c.entry.passOrder = entries.size();
             entries.push_back(std::move(c.entry));
             if (entries.size() > kMaxEntries)
                 return Fail(QStringLiteral("The archive %1 holds too many entries.").arg(Where()));
@@ -287,34 +335,60 @@ struct CArchiveUnpacker::Impl {
         return true;
     }
 
+    // Several entries may carry the same name (without regard to case): the one that a
+    // reading pass meets last wins, for descriptions and for unpacking one file alike.
     const ListedEntry* FindEntry(const QString& inner) const {
         const ListedEntry* found = nullptr;
         for (const ListedEntry& e : entries)
-            if (!e.skip && EqualsNoCase(e.info.path, inner))
-                found = &e;  // the last one wins
+            if (!e.skip && EqualsNoCase(e.info.path, inner) &&
+                (!found || e.passOrder >= found->passOrder))
+                found = &e;
         return found;
+    }
+    // How many files of that name a pass meets before the one that wins.
+    int FilesBeforeWinner(const QString& inner) const {
+        int matches = 0;
+        for (const ListedEntry& e : entries)
+            if (!e.skip && !e.info.isFolder && EqualsNoCase(e.info.path, inner))
+                ++matches;
+        return std::max(0, matches - 1);
     }
 
     // What the central directory says of each zip entry's data: its CRC, and whether
-    // libzip must read it (an encrypted entry that libarchive cannot decrypt).
+    // libzip must read it (an encrypted entry that libarchive cannot decrypt). Kept per
+    // name, for every entry of that name in the order a pass meets them, since names may
+    // repeat.
     struct ZipFacts {
+        quint64 passOrder = 0;
+        qint64 directoryIndex = -1;
         quint32 crc = 0;
         bool crcKnown = false;
         bool viaLibzip = false;
     };
-    QHash<QString, ZipFacts> ExpectedZipFacts() const {
-        QHash<QString, ZipFacts> facts;
+    using ZipFactBook = QHash<QString, std::vector<ZipFacts>>;
+    ZipFactBook ExpectedZipFacts() const {
+        ZipFactBook facts;
         if (!listed || !ArchiveFamily::IsZipFamily(traits->family))
             return facts;
         facts.reserve(static_cast<qsizetype>(entries.size()));
         for (const ListedEntry& e : entries) {
-            if (e.skip || e.info.isFolder || e.info.isSymlink)
-                continue;
-            const bool libarchiveDecrypts = e.info.method == QLatin1String("Store") ||
-                                            e.info.method == QLatin1String("Deflate");
-            facts.insert(e.info.path, ZipFacts{e.info.crc, e.info.crcKnown,
-                                               e.info.encrypted && !libarchiveDecrypts});
+            ZipFacts f;
+            f.passOrder = e.passOrder;
+            f.directoryIndex = e.directoryIndex;
+            if (!e.skip && !e.info.isFolder && !e.info.isSymlink) {
+                const bool libarchiveDecrypts = e.info.method == QLatin1String("Store") ||
+                                                e.info.method == QLatin1String("Deflate");
+                f.crc = e.info.crc;
+                f.crcKnown = e.info.crcKnown;
+                f.viaLibzip = e.info.encrypted && !libarchiveDecrypts;
+            }
+            facts[e.info.path].push_back(f);
         }
+        for (auto it = facts.begin(); it != facts.end(); ++it)
+            if (it->size() > 1)
+                std::stable_sort(it->begin(), it->end(), [](const ZipFacts& a, const ZipFacts& b) {
+                    return a.passOrder < b.passOrder;
+                });
         return facts;
     }
 
@@ -378,7 +452,9 @@ struct CArchiveUnpacker::Impl {
             return st.cancelled;
         };
 
-        const QHash<QString, ZipFacts> zipFacts = ExpectedZipFacts();
+        const ZipFactBook zipFacts = ExpectedZipFacts();
+        QHash<QString, int> seen;  // entries of each name met so far
+        int fileMatches = 0;       // entries met so far that carry the one file's name
         ZipEntryData viaLibzip;
         QByteArray libzipBuffer;
         int index = -1;
@@ -392,27 +468,31 @@ struct CArchiveUnpacker::Impl {
             if (step == HeaderReader::Step::BadEntry) {
                 ++index;
                 Report(st, QStringLiteral("Cannot read an entry of %1: %2.")
-                               .arg(Where(), LibarchiveError(a, "damaged header")));
+                               .arg(Where(), HeaderFailure(a, index == 0, "damaged header")));
                 continue;
             }
             if (step == HeaderReader::Step::Fatal) {
                 Report(st, QStringLiteral("Cannot read the archive %1: %2.")
-                               .arg(Where(), LibarchiveError(a, "damaged archive")));
+                               .arg(Where(), HeaderFailure(a, index < 0, "damaged archive")));
                 break;
             }
             ++index;
-            if (index < st.resumeAt)
-                continue;
-
             ConvertedHeader c = ConvertHeader(h, *traits);
             ARCHIVEFILEFULLINFO& info = c.entry.info;
+            MarkEncrypted(static_cast<size_t>(index), info);
             if (IsStream() && !tarInside) {
                 info.path = streamName;
                 c.unsafe = false;
                 info.sizeKnown = false;
             }
             info.path = DisplayPath(info.path);
-            if (!sel.Selects(info.path, info.isFolder))
+            const int occurrence = zipFacts.isEmpty() ? 0 : seen[info.path]++;
+            const bool selected = sel.Selects(info.path, info.isFolder);
+            // One file asked for by a name that several entries carry: only the last counts.
+            if (selected && sel.kind == Selection::Kind::File && !c.unsafe &&
+                !info.path.isEmpty() && fileMatches++ < sel.filesBeforeWinner)
+                continue;
+            if (index < st.resumeAt || !selected)
                 continue;
             if (c.unsafe || info.path.isEmpty()) {
                 if (!c.rawName.isEmpty() && c.rawName != QLatin1String(".") &&
@@ -475,13 +555,12 @@ struct CArchiveUnpacker::Impl {
                 continue;
             }
 
-            // Encrypted data of a format whose encryption libarchive cannot undo (RAR, 7z).
-            if (info.encrypted &&
-                !(archive_read_format_capabilities(a) & ARCHIVE_READ_FORMAT_CAPS_ENCRYPT_DATA)) {
-                Report(st,
-                       QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and encrypted "
-                                      "%3 entries cannot be read.")
-                           .arg(info.path, Where(), ArchiveFamily::DisplayName(traits->family)));
+            // Encrypted data of a family whose encryption libarchive cannot undo (RAR, 7z).
+            // (libarchive's "capabilities" tell that a format can carry encryption, not that
+            // it can decrypt it.)
+            if (info.encrypted && !ArchiveFamily::IsZipFamily(traits->family)) {
+                Report(st, QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and %3.")
+                               .arg(info.path, Where(), CannotDecrypt(traits->family, "entries")));
                 continue;
             }
 
@@ -516,14 +595,19 @@ struct CArchiveUnpacker::Impl {
             // libarchive does not always check the CRC of a zip entry (a stored entry with a
             // data descriptor, decrypted under a password that passed the header check by
             // chance): check it against the central directory.
-            const auto facts = zipFacts.constFind(info.path);
-            const bool checkCrc = facts != zipFacts.constEnd() && facts->crcKnown;
-            const bool fromLibzip = facts != zipFacts.constEnd() && facts->viaLibzip;
+            const auto book = zipFacts.constFind(info.path);
+            const ZipFacts* facts =
+                book != zipFacts.constEnd() && occurrence < static_cast<int>(book->size())
+                    ? &(*book)[static_cast<size_t>(occurrence)]
+                    : nullptr;
+            const bool checkCrc = facts && facts->crcKnown;
+            const bool fromLibzip = facts && facts->viaLibzip;
             uLong crc = crc32(0L, Z_NULL, 0);
             bool wrongPassword = false;
             QString libzipError;
             if (fromLibzip) {
-                switch (viaLibzip.Begin(volumes.first(), info.path, passwords)) {
+                switch (
+                    viaLibzip.Begin(volumes.first(), facts->directoryIndex, info.path, passwords)) {
                     case ZipEntryData::Status::Ok:
                         break;
                     case ZipEntryData::Status::Cancelled:
@@ -667,6 +751,11 @@ struct CArchiveUnpacker::Impl {
         if (!open)
             return Fail(QStringLiteral("No archive is open."));
         sel.virtualPrefix = tarInside ? streamName : QString();
+        if (sel.kind == Selection::Kind::File) {
+            if (EnsureListed())
+                sel.filesBeforeWinner = FilesBeforeWinner(sel.inner);
+            q->m_error.clear();
+        }
         std::unique_ptr<DestinationWriter> writer;
         if (sel.kind != Selection::Kind::Test) {
             writer = std::make_unique<DestinationWriter>();
@@ -714,6 +803,14 @@ void CArchiveUnpacker::SetPassword(const QString& password) {
 }
 
 bool CArchiveUnpacker::OpenArchive(const QString& path) {
+    return Open(path, false);
+}
+
+bool CArchiveUnpacker::OpenMultiVolumeArchive(const QString& firstVolumePath) {
+    return Open(firstVolumePath, true);
+}
+
+bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     CloseArchive();
     m_error.clear();
     m_path = path;
@@ -722,8 +819,10 @@ bool CArchiveUnpacker::OpenArchive(const QString& path) {
     if (!QFileInfo(path).isFile())
         return d->Fail(QStringLiteral("Cannot open the archive %1: no such file.").arg(path));
     QString err;
-    if (!CollectVolumes(path, m_family, &d->volumes, &err))
+    if (!(numberedVolumes ? CollectNumberedVolumes(path, &d->volumes, &err)
+                          : CollectVolumes(path, m_family, &d->volumes, &err)))
         return d->Fail(err);
+    d->rar5 = m_family == ArchiveFamily::Rar ? ScanRar5Encryption(d->volumes) : Rar5Encryption{};
     d->compressedTotal = 0;
     for (const QString& v : d->volumes)
         d->compressedTotal += QFileInfo(v).size();
@@ -740,10 +839,6 @@ bool CArchiveUnpacker::OpenArchive(const QString& path) {
         d->volumes.clear();
     }
     return ok;
-}
-
-bool CArchiveUnpacker::OpenMultiVolumeArchive(const QString& firstVolumePath) {
-    return OpenArchive(firstVolumePath);
 }
 
 bool CArchiveUnpacker::FindFile() {
@@ -862,9 +957,15 @@ bool CArchiveUnpacker::AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entri
         return false;
     m_allEntries.clear();
     m_allEntries.reserve(d->entries.size());
-    for (const ListedEntry& e : d->entries)
-        if (!e.skip)
+    for (const ListedEntry& e : d->entries) {
+        if (!e.skip) {
             m_allEntries.push_back(e.info);
+        } else if (!e.refusedName.isEmpty()) {
+            m_allEntries.push_back(e.info);
+            m_allEntries.back().path = e.refusedName;
+            m_allEntries.back().refused = true;
+        }
+    }
     entries = &m_allEntries;
     return true;
 }
@@ -891,6 +992,12 @@ std::unique_ptr<CArchiveUnpacker> CreateUnpacker(int family) {
         default:
             return nullptr;
     }
+}
+
+QString NoUnpackerReason(int family) {
+    if (family == ArchiveFamily::Ace)
+        return QStringLiteral("ACE archives cannot be read");
+    return QStringLiteral("it is not an archive");
 }
 
 bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath) {

@@ -14,11 +14,15 @@
 //                         (folders are not made); with paths DEST/<entry path>.
 // A gzip or bzip2 stream that holds a tar shows that tar as one folder-like level named after
 // the archive without its compression suffix ("backup.tar" for backup.tar.gz and backup.tgz);
-// UnpackArchive writes the tar's contents as `tar -x` would, folders and files inside the
-// level are addressed through it ("backup.tar/docs").
+// folders and files inside the level are addressed through it ("backup.tar/docs"). The level
+// is part of their inner path, so with paths UnpackFolder("backup.tar/docs") and
+// UnpackFile("backup.tar/docs/a.txt") write DEST/backup.tar/docs/..., while UnpackArchive
+// leaves the level out and writes the tar's contents as `tar -x` would (DEST/docs/...).
+// Without paths the level never shows.
 //
 // Safety: nothing is ever written outside DEST. Entries with absolute names or ".."
-// components, symbolic links whose target leads outside DEST and hard links to anything
+// components, symbolic links whose target leads outside DEST (judged through the links
+// already in DEST and those made earlier by the same unpack) and hard links to anything
 // not extracted by the same operation are refused and reported through the observer; the
 // rest is extracted. Existing symbolic links in DEST are never followed. DEST is made when
 // it does not exist. Every file is
@@ -69,6 +73,8 @@ public:
     void SetWndFileTree(IItemListener* listener);
 
     bool OpenArchive(const QString& path);
+    // Opens a set name.001, name.002, ... by its first volume, whatever family the unpacker
+    // was made for (the volumes are read in order as one file).
     bool OpenMultiVolumeArchive(const QString& firstVolumePath);
 
     // Enumeration: FindFile once, then FindNextFileW followed by GetFileShortInfo until
@@ -98,14 +104,17 @@ public:
 
     // A password to try before asking the observer (the command line's --password).
     void SetPassword(const QString& password);
-    // The full record of the entry at `innerPath` (the last one of that name).
+    // The full record of the entry at `innerPath` (of several entries of that name, the one
+    // a reading pass meets last: the one that UnpackFile unpacks).
     bool GetEntryInfo(const QString& innerPath, ARCHIVEFILEFULLINFO& info);
 
     // One level below `innerFolder` (empty for the archive's root), in one pass.
     bool ListLevel(const QString& innerFolder, ArchiveLevel& level);
     // Whether anything lies below `innerFolder`.
     bool HasEntriesBelow(const QString& innerFolder);
-    // Every entry, in archive order (skipped entries included, marked).
+    // Every entry, in archive order: also those refused for a name that leads outside the
+    // destination (marked `refused`, under their name as the archive has it); not the
+    // nameless ones listing drops (the root "." of an image).
     bool AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries);
     // Reads every entry's data and checks it.
     bool Test();
@@ -117,6 +126,8 @@ public:
     bool WasCancelled() const { return m_cancelled; }
 
 private:
+    bool Open(const QString& path, bool numberedVolumes);
+
     struct Impl;
     std::unique_ptr<Impl> d;
     int m_family;
@@ -161,8 +172,11 @@ public:
 };
 
 namespace vz {
-// The unpacker that serves a family code; null for 0, ACE and unknown codes.
+// The unpacker that serves a family code; null for 0, ACE and unknown codes. An ACE file is
+// an archive that lists no entries and that no operation can unpack.
 std::unique_ptr<CArchiveUnpacker> CreateUnpacker(int family);
+// Why a family has no unpacker, in words for the user: "ACE archives cannot be read".
+QString NoUnpackerReason(int family);
 // Opens `archivePath` the way its family requires (multi-volume 7z by its first volume).
 bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath);
 // The description text of a path (the archive itself, a folder or a file in it), as the

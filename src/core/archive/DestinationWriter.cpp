@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <QFile>
 #include <QRandomGenerator>
 #include <algorithm>
+#include <deque>
 
 #include "archive/ArchiveEntry.h"
 
@@ -28,6 +30,9 @@ bool ValidComponent(const QString& c) {
     return !c.isEmpty() && c != QLatin1String(".") && c != QLatin1String("..") &&
            !c.contains(QLatin1Char('/')) && !c.contains(QChar(0));
 }
+
+// Links followed while judging one link's target (the kernel's own limit is 40).
+constexpr int kMaxLinkHops = 40;
 
 ItemFacts FactsOf(const struct stat& st, const QString& path) {
     ItemFacts f;
@@ -269,20 +274,62 @@ void DestinationWriter::AbortFile() {
     m_tempName.clear();
 }
 
-bool DestinationWriter::LinkStaysInside(const QStringList& linkComponents, const QString& target) {
+bool DestinationWriter::LinkStaysInside(const QStringList& linkComponents,
+                                        const QString& target) const {
     if (target.isEmpty() || target.startsWith(QLatin1Char('/')))
         return false;
-    int depth = linkComponents.size() - 1;  // folders above the link, inside the destination
-    const QStringList parts = target.split(QLatin1Char('/'));
-    for (const QString& p : parts) {
-        if (p.isEmpty() || p == QLatin1String("."))
+    // The folders the walk stands in, from the destination down. Each is a real folder (or,
+    // for the link's own folders, one that OpenFolder makes), so its parent is fixed.
+    QStringList at = linkComponents.mid(0, linkComponents.size() - 1);
+    std::deque<QString> rest;
+    for (const QString& part : target.split(QLatin1Char('/')))
+        rest.push_back(part);
+    // Once the walk has gone through a symbolic link, or past anything that is not an
+    // existing folder, a ".." is refused: that link may be replaced, that name may become a
+    // link later in this unpack, and either would change where the ".." leads.
+    bool throughLink = false;
+    bool pastExisting = false;
+    int hops = 0;
+    while (!rest.empty()) {
+        const QString part = rest.front();
+        rest.pop_front();
+        if (part.isEmpty() || part == QLatin1String("."))
             continue;
-        if (p == QLatin1String("..")) {
-            if (--depth < 0)
+        if (part == QLatin1String("..")) {
+            if (throughLink || pastExisting || at.isEmpty())
                 return false;
-        } else {
-            ++depth;
+            at.removeLast();
+            continue;
         }
+        if (pastExisting)
+            continue;  // only names follow: the walk goes deeper, never back up
+        const QByteArray here = Encode((at + QStringList{part}).join(QLatin1Char('/')));
+        struct stat st;
+        if (fstatat(m_root, here.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+            pastExisting = true;
+            continue;
+        }
+        if (S_ISDIR(st.st_mode)) {
+            at << part;
+            continue;
+        }
+        if (!S_ISLNK(st.st_mode)) {
+            pastExisting = true;  // a file (which a link may yet replace)
+            continue;
+        }
+        // A link already there (from before, or made earlier in this unpack): walk its
+        // target in its place.
+        if (++hops > kMaxLinkHops)
+            return false;
+        char buffer[PATH_MAX];
+        const ssize_t n = readlinkat(m_root, here.constData(), buffer, sizeof buffer);
+        if (n <= 0 || static_cast<size_t>(n) >= sizeof buffer || buffer[0] == '/')
+            return false;
+        const QStringList inner =
+            QFile::decodeName(QByteArray(buffer, static_cast<int>(n))).split(QLatin1Char('/'));
+        for (auto it = inner.crbegin(); it != inner.crend(); ++it)
+            rest.push_front(*it);
+        throughLink = true;
     }
     return true;
 }

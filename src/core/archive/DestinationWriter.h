@@ -47,11 +47,14 @@ public:
 
     QString Error() const { return m_error; }
 
-    // Whether a link target, read relative to the folder of `linkComponents`, stays inside
-    // the destination.
-    static bool LinkStaysInside(const QStringList& linkComponents, const QString& target);
-
 private:
+    // Whether a link at `linkComponents` with this target leads to a place inside the
+    // destination, judged by what the destination holds now: links already there (from
+    // before, or made earlier by this writer) are followed, an absolute target or one that
+    // climbs above the destination is refused, and so is a ".." that comes after a link or
+    // after a name that does not exist yet (either could change later and carry the ".."
+    // outside).
+    bool LinkStaysInside(const QStringList& linkComponents, const QString& target) const;
     int OpenFolder(const QStringList& components, int count, bool create);
     Result PrepareTarget(int dirFd, const QString& name, const QStringList& components,
                          const ItemFacts& incoming);

@@ -221,8 +221,10 @@ QString DescribeFolder(const ArchiveTotals& t) {
         Field(f, "Packed", Bytes(t.packed));
     Field(f, "Files", GroupDigits(t.files));
     Field(f, "Folders", GroupDigits(t.folders));
-    if (t.sizeKnown && t.packedKnown && t.size)
-        Field(f, "Ratio", RatioText(t.size, t.packed));
+    if (!t.sizeKnown || !t.packedKnown)
+        Field(f, "Ratio", QStringLiteral("Unknown"));
+    else
+        Field(f, "Ratio", t.size ? RatioText(t.size, t.packed) : QStringLiteral("0%"));
     return f.join(QStringLiteral(", "));
 }
 
@@ -246,15 +248,12 @@ QString DescribeFile(const ARCHIVEFILEFULLINFO& info) {
     if (info.crcKnown)
         Field(f, "CRC", QStringLiteral("%1").arg(info.crc, 8, 16, QLatin1Char('0')).toUpper());
     QString method = info.method;
-    if (info.isSymlink)
-        method = method.isEmpty() ? QStringLiteral("Link") : method;
-    if (info.encrypted) {
-        const QString how =
-            info.encryption.isEmpty() ? QStringLiteral("encrypted") : info.encryption;
-        method = method.isEmpty() ? how : method + QStringLiteral(", ") + how;
-    }
-    if (!method.isEmpty())
-        Field(f, "Compression method", method);
+    if (method.isEmpty())
+        method = info.isSymlink ? QStringLiteral("Link") : QStringLiteral("Unknown");
+    if (info.encrypted)
+        method += QStringLiteral(", ") +
+                  (info.encryption.isEmpty() ? QStringLiteral("encrypted") : info.encryption);
+    Field(f, "Compression method", method);
     return f.join(QStringLiteral(", "));
 }
 

@@ -15,6 +15,17 @@ namespace vz {
 struct ListedEntry {
     ARCHIVEFILEFULLINFO info;
     bool skip = false;
+    // The name as the archive has it, of an entry refused for that name (absolute, or with
+    // ".." components); empty otherwise.
+    QString refusedName;
+    // Where a reading pass meets the entry, compared between entries: a zip entry's local
+    // header offset (libarchive's seekable zip reader goes through the entries in that
+    // order, which need not be the order of the central directory), else the position in
+    // the listing.
+    quint64 passOrder = 0;
+    // A zip entry's position in the central directory (libzip's index); -1 when the entry
+    // was not listed from the central directory.
+    qint64 directoryIndex = -1;
 };
 
 struct NormalisedName {
@@ -40,9 +51,18 @@ bool HasEntriesBelow(const std::vector<ListedEntry>& entries, const QString& fol
 // Whether the inner path names a folder: a folder entry, or the path of deeper entries.
 bool IsFolderPath(const std::vector<ListedEntry>& entries, const QString& innerPath);
 
-// Description texts: comma-separated fields "Label - value". A folder's fields end with
-// "Ratio", a file's with "Compression method"; fields whose value the format does not give
-// are left out.
+// Description texts: comma-separated fields "Label - value". The properties dialogs cut the
+// last field to the end of the text, so it is always there:
+//  - a folder's (and the archive's) fields end with "Ratio": packed as a percentage of
+//    size; "0%" when there is nothing to pack (no bytes below the folder); "Unknown" when
+//    the format does not tell a packed size (7z, RAR and cabinet entries, a compressed tar)
+//    or a size (a bzip2 stream);
+//  - a file's fields end with "Compression method": the entry's method, or the family's
+//    own compression where that applies to every entry ("Deflate" for a gzip-held tar,
+//    "BZip2" for a bzip2-held one, "Store" for a plain tar and an image), else "Unknown"
+//    (7z and RAR, which libarchive does not tell per entry).
+// Other fields whose value the format does not give (a size, a packed size, the file's
+// ratio, a time, a CRC) are left out.
 struct ArchiveTotals {
     quint64 size = 0;
     bool sizeKnown = true;
@@ -55,7 +75,7 @@ ArchiveTotals Totals(const std::vector<ListedEntry>& entries, const QString& fol
 QString DescribeFolder(const ArchiveTotals& totals);
 QString DescribeArchive(const QString& familyName, ArchiveTotals totals, quint64 archiveFileSize);
 QString DescribeFile(const ARCHIVEFILEFULLINFO& info);
-// "35%": packed as a percentage of size; empty when either is unknown or size is 0.
+// "35%": packed as a percentage of size; empty when size is 0.
 QString RatioText(quint64 size, quint64 packed);
 
 }  // namespace vz

@@ -5,9 +5,11 @@
 #include <sys/stat.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStringDecoder>
+#include <limits>
 
 #include "archive/ArchiveFamily.h"
 
@@ -39,8 +41,23 @@ const FamilyTraits* TraitsFor(int family) {
 
 namespace {
 
-// name.partN.rar with any number of digits: every part from 1 up, same width.
-bool CollectRarParts(const QString& path, QStringList* volumes) {
+// Whether the folder of `path` holds a part of the same set numbered above `missing`: then
+// the set has a gap, not an end. `namePattern` matches a part's file name and captures its
+// number.
+bool PartBeyond(const QString& path, const QString& namePattern, int missing) {
+    const QRegularExpression re(namePattern, QRegularExpression::CaseInsensitiveOption);
+    const QFileInfo info(path);
+    for (const QString& name : info.dir().entryList(QDir::Files)) {
+        const QRegularExpressionMatch m = re.match(name);
+        if (m.hasMatch() && m.captured(1).toLongLong() > missing)
+            return true;
+    }
+    return false;
+}
+
+// name.partN.rar with any number of digits: every part from 1 up, same width. A part missing
+// before others that exist is named in `missing`.
+bool CollectRarParts(const QString& path, QStringList* volumes, QString* missing) {
     static const QRegularExpression partRe(QStringLiteral("^(.*)\\.part(\\d+)\\.rar$"),
                                            QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch m = partRe.match(path);
@@ -52,23 +69,35 @@ bool CollectRarParts(const QString& path, QStringList* volumes) {
     for (int n = 1;; ++n) {
         const QString part =
             QStringLiteral("%1.part%2%3").arg(base).arg(n, width, 10, QLatin1Char('0')).arg(ext);
-        if (!QFileInfo(part).isFile())
+        if (!QFileInfo(part).isFile()) {
+            const QString pattern =
+                QStringLiteral("^%1\\.part(\\d+)\\.rar$")
+                    .arg(QRegularExpression::escape(QFileInfo(base).fileName()));
+            if (PartBeyond(path, pattern, n))
+                *missing = QFileInfo(part).fileName();
             break;
+        }
         *volumes << part;
     }
-    return !volumes->isEmpty();
+    return !volumes->isEmpty() || !missing->isEmpty();
 }
 
 // name.rar followed by name.r00, name.r01, ...
-void CollectOldStyleRarParts(const QString& path, QStringList* volumes) {
+void CollectOldStyleRarParts(const QString& path, QStringList* volumes, QString* missing) {
     *volumes << path;
     const QString stem = path.left(path.size() - 4);
     const bool upper = path.endsWith(QLatin1String(".RAR"));
     for (int n = 0; n < 1000; ++n) {
         const QString part = stem + (upper ? QStringLiteral(".R%1") : QStringLiteral(".r%1"))
                                         .arg(n, 2, 10, QLatin1Char('0'));
-        if (!QFileInfo(part).isFile())
+        if (!QFileInfo(part).isFile()) {
+            const QString pattern =
+                QStringLiteral("^%1\\.r(\\d+)$")
+                    .arg(QRegularExpression::escape(QFileInfo(stem).fileName()));
+            if (PartBeyond(path, pattern, n))
+                *missing = QFileInfo(part).fileName();
             break;
+        }
         *volumes << part;
     }
 }
@@ -98,35 +127,216 @@ qint64 Expected7zSize(const QString& firstVolume) {
 bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error) {
     volumes->clear();
     if (family == ArchiveFamily::Rar) {
-        if (!CollectRarParts(path, volumes))
-            CollectOldStyleRarParts(path, volumes);
-        return true;
-    }
-    if (family == ArchiveFamily::SevenZipVolumes) {
-        if (!path.endsWith(QLatin1String(".001"))) {
-            *volumes << path;
-            return true;
-        }
-        const QString stem = path.left(path.size() - 4);
-        qint64 total = 0;
-        for (int n = 1; n < 100000; ++n) {
-            const QString part = stem + QStringLiteral(".%1").arg(n, 3, 10, QLatin1Char('0'));
-            const QFileInfo fi(part);
-            if (!fi.isFile())
-                break;
-            *volumes << part;
-            total += fi.size();
-        }
-        const qint64 expected = Expected7zSize(path);
-        if (expected > 0 && total < expected) {
-            *error =
-                QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
-                    .arg(QDir::toNativeSeparators(path), QFileInfo(volumes->last()).fileName());
+        // libarchive, given a set with a part missing, fails with a decoder's error (or
+        // writes a spanning file short): a gap is named before anything is read.
+        QString missing;
+        if (!CollectRarParts(path, volumes, &missing))
+            CollectOldStyleRarParts(path, volumes, &missing);
+        if (!missing.isEmpty()) {
+            *error = QStringLiteral("The volume set %1 is incomplete: %2 is missing.")
+                         .arg(QDir::toNativeSeparators(path), missing);
             return false;
         }
         return true;
     }
+    if (family == ArchiveFamily::SevenZipVolumes)
+        return CollectNumberedVolumes(path, volumes, error);
     *volumes << path;
+    return true;
+}
+
+QString FilterMethodName(int filterCode) {
+    switch (filterCode) {
+        case ARCHIVE_FILTER_GZIP:
+            return QStringLiteral("Deflate");
+        case ARCHIVE_FILTER_BZIP2:
+            return QStringLiteral("BZip2");
+        case ARCHIVE_FILTER_XZ:
+            return QStringLiteral("XZ");
+        case ARCHIVE_FILTER_LZMA:
+            return QStringLiteral("LZMA");
+        case ARCHIVE_FILTER_LZIP:
+            return QStringLiteral("LZip");
+        case ARCHIVE_FILTER_ZSTD:
+            return QStringLiteral("Zstandard");
+        case ARCHIVE_FILTER_LZ4:
+            return QStringLiteral("LZ4");
+        case ARCHIVE_FILTER_COMPRESS:
+            return QStringLiteral("LZW");
+        default:
+            return QString();
+    }
+}
+
+QString CabinetMethod(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return QString();
+    // The header, its reserved area and the folder records lie in the first few KiB.
+    const QByteArray h = f.read(64 * 1024);
+    auto u8 = [&](qsizetype at) { return static_cast<quint8>(h.at(at)); };
+    auto u16 = [&](qsizetype at) { return static_cast<quint16>(u8(at) | (u8(at + 1) << 8)); };
+    if (h.size() < 36 || !h.startsWith("MSCF"))
+        return QString();
+    const int folders = u16(26);
+    const quint16 flags = u16(30);
+    qsizetype at = 36;
+    int folderReserve = 0;
+    if (flags & 0x0004) {  // reserved areas present
+        if (at + 4 > h.size())
+            return QString();
+        const int headerReserve = u16(at);
+        folderReserve = u8(at + 2);
+        at += 4 + headerReserve;
+    }
+    // The names of the previous and the next cabinet of a set, each with its disk name.
+    const int names = ((flags & 0x0001) ? 2 : 0) + ((flags & 0x0002) ? 2 : 0);
+    for (int i = 0; i < names; ++i) {
+        const qsizetype end = h.indexOf('\0', at);
+        if (end < 0)
+            return QString();
+        at = end + 1;
+    }
+    QString method;
+    for (int i = 0; i < folders; ++i, at += 8 + folderReserve) {
+        if (at + 8 > h.size())
+            return QString();
+        QString name;
+        switch (u16(at + 6) & 0x000F) {
+            case 0:
+                name = QStringLiteral("Store");
+                break;
+            case 1:
+                name = QStringLiteral("MSZIP");
+                break;
+            case 2:
+                name = QStringLiteral("Quantum");
+                break;
+            case 3:
+                name = QStringLiteral("LZX");
+                break;
+            default:
+                return QString();
+        }
+        if (!method.isEmpty() && method != name)
+            return QString();  // folders differ: the entry's own folder is not known here
+        method = name;
+    }
+    return method;
+}
+
+namespace {
+
+// A RAR 5 variable-length integer: seven bits per byte, low first; false past `end`.
+bool ReadVint(const uchar*& p, const uchar* end, quint64* value) {
+    *value = 0;
+    for (int shift = 0; p < end && shift < 64; shift += 7) {
+        const uchar b = *p++;
+        *value |= static_cast<quint64>(b & 0x7F) << shift;
+        if (!(b & 0x80))
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Rar5Encryption ScanRar5Encryption(const QStringList& volumes) {
+    static const QByteArray kSignature("Rar!\x1a\x07\x01\x00", 8);
+    constexpr qint64 kMaxHeader = 2 * 1024 * 1024;
+    constexpr size_t kMaxScanned = 50'000'000;
+    Rar5Encryption found;
+    for (const QString& volume : volumes) {
+        QFile f(volume);
+        if (!f.open(QIODevice::ReadOnly))
+            return found;
+        // A self-extracting archive has its signature after the program.
+        const qint64 start = f.peek(1 << 20).indexOf(kSignature);
+        if (start < 0)
+            return volume == volumes.first() ? Rar5Encryption{} : found;
+        qint64 pos = start + kSignature.size();
+        for (;;) {
+            // CRC32, the header size, then the header: type, flags, sizes, fields, extra area.
+            if (pos >= f.size() || !f.seek(pos))
+                return found;
+            const QByteArray lead = f.read(4 + 10);
+            const uchar* p = reinterpret_cast<const uchar*>(lead.constData()) + 4;
+            const uchar* leadEnd = reinterpret_cast<const uchar*>(lead.constData()) + lead.size();
+            quint64 headerSize = 0;
+            if (lead.size() < 5 || !ReadVint(p, leadEnd, &headerSize) || headerSize == 0 ||
+                headerSize > static_cast<quint64>(kMaxHeader))
+                return found;
+            const qint64 headerAt = pos + (p - reinterpret_cast<const uchar*>(lead.constData()));
+            if (!f.seek(headerAt))
+                return found;
+            const QByteArray header = f.read(static_cast<qint64>(headerSize));
+            if (header.size() != static_cast<int>(headerSize))
+                return found;
+            const uchar* h = reinterpret_cast<const uchar*>(header.constData());
+            const uchar* end = h + header.size();
+            quint64 type = 0, flags = 0, extraSize = 0, dataSize = 0;
+            if (!ReadVint(h, end, &type) || !ReadVint(h, end, &flags) ||
+                ((flags & 0x0001) && !ReadVint(h, end, &extraSize)) ||
+                ((flags & 0x0002) && !ReadVint(h, end, &dataSize)) ||
+                extraSize > static_cast<quint64>(end - h))
+                return found;
+            if (type == 4) {  // the archive encryption header: every header after it
+                found.headers = true;
+                return found;
+            }
+            if (type == 5)  // the end of this volume
+                break;
+            // A file header, unless it continues a file from the previous volume. Its extra
+            // area (at the end of the header) holds a file encryption record (type 1) when
+            // the file is encrypted.
+            if (type == 2 && !(flags & 0x0008)) {
+                bool encrypted = false;
+                const uchar* x = end - extraSize;
+                while (x < end) {
+                    quint64 recordSize = 0, recordType = 0;
+                    if (!ReadVint(x, end, &recordSize) ||
+                        recordSize > static_cast<quint64>(end - x))
+                        break;
+                    const uchar* next = x + recordSize;
+                    if (ReadVint(x, next, &recordType) && recordType == 1)
+                        encrypted = true;
+                    x = next;
+                }
+                found.entries.push_back(encrypted);
+                if (found.entries.size() > kMaxScanned)
+                    return found;
+            }
+            const qint64 next = headerAt + static_cast<qint64>(headerSize);
+            if (dataSize > static_cast<quint64>(std::numeric_limits<qint64>::max() - next))
+                return found;
+            pos = next + static_cast<qint64>(dataSize);
+        }
+    }
+    return found;
+}
+
+bool CollectNumberedVolumes(const QString& path, QStringList* volumes, QString* error) {
+    volumes->clear();
+    if (!path.endsWith(QLatin1String(".001"))) {
+        *volumes << path;
+        return true;
+    }
+    const QString stem = path.left(path.size() - 4);
+    qint64 total = 0;
+    for (int n = 1; n < 100000; ++n) {
+        const QString part = stem + QStringLiteral(".%1").arg(n, 3, 10, QLatin1Char('0'));
+        const QFileInfo fi(part);
+        if (!fi.isFile())
+            break;
+        *volumes << part;
+        total += fi.size();
+    }
+    const qint64 expected = Expected7zSize(path);
+    if (expected > 0 && total < expected) {
+        *error = QStringLiteral("The volume set %1 is incomplete: the volume after %2 is missing.")
+                     .arg(QDir::toNativeSeparators(path), QFileInfo(volumes->last()).fileName());
+        return false;
+    }
     return true;
 }
 
@@ -263,6 +473,8 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
     info.path = n.path;
     c.unsafe = n.unsafe;
     c.entry.skip = n.unsafe || n.path.isEmpty();
+    if (n.unsafe)
+        c.entry.refusedName = c.rawName;
 
     const mode_t type = archive_entry_filetype(h);
     info.isFolder = type == AE_IFDIR || n.trailingSlash;

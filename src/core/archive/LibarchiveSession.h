@@ -22,7 +22,9 @@ struct FamilyTraits {
     enum class Formats { Zip, Cab, Rar, SevenZip, Tar, CompressedStream, Iso } formats;
     int streamFilter = 0;      // the libarchive filter code a compressed stream must have
     const char* streamMethod;  // method text of the stream ("Deflate", "BZip2")
-    const char* entryMethod;   // method text of every entry when the format does not tell
+    // Method text of every entry when the format does not tell it per entry (a plain tar, an
+    // image); empty when it cannot be known from the family alone.
+    const char* entryMethod;
     bool listWithLibzip = false;
     bool packedIsSize = false;  // entries are stored: packed size equals size
 };
@@ -32,6 +34,27 @@ const FamilyTraits* TraitsFor(int family);
 // (name.partN.rar, name.rar + name.r00..., name.001, name.002 ...). An incomplete set that
 // can be recognised as such gives false and a reason.
 bool CollectVolumes(const QString& path, int family, QStringList* volumes, QString* error);
+// The volumes of a set opened by its first volume name.001: name.001, name.002, ... in order
+// (a path that does not end in ".001" is a set of one). A 7z set that is shorter than its
+// first volume says gives false and names the gap.
+bool CollectNumberedVolumes(const QString& firstVolume, QStringList* volumes, QString* error);
+
+// The compression that a filter (gzip, bzip2, xz, ...) applies around a whole archive, as a
+// method name; empty for none.
+QString FilterMethodName(int filterCode);
+// A cabinet's compression from its folder records ("Store", "MSZIP", "Quantum", "LZX") when
+// every folder uses the same one; empty otherwise or when the file is no cabinet.
+QString CabinetMethod(const QString& path);
+
+// Which entries of a RAR 5 archive (or volume set) are encrypted, in the order libarchive
+// reads their headers, and whether its headers themselves are encrypted. libarchive does
+// not flag encrypted RAR 5 entries, it fails on their data with a decoder's error. Empty
+// for a RAR 4 archive (libarchive flags those itself) or a file that cannot be read.
+struct Rar5Encryption {
+    bool headers = false;
+    std::vector<bool> entries;
+};
+Rar5Encryption ScanRar5Encryption(const QStringList& volumes);
 
 // Passwords for one archive: those given beforehand, then whatever the observer answers.
 // The user is asked at most kMaxAsks times per archive.

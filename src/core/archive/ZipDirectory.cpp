@@ -208,6 +208,7 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
         quint64 packed = U32(p + 20), size = U32(p + 24);
         const int nameLength = U16(p + 28), extraLength = U16(p + 30), commentLength = U16(p + 32);
         const quint32 external = U32(p + 38);
+        quint64 localHeader = U32(p + 42);
         const qint64 recordLength = kCentralSize + nameLength + extraLength + commentLength;
         if (end - p < recordLength)
             return Fail(error, "the central directory is damaged");
@@ -233,6 +234,8 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
                     size = U64(f), f += 8;
                 if (packed == 0xFFFFFFFF && f + 8 <= data + length)
                     packed = U64(f), f += 8;
+                if (localHeader == 0xFFFFFFFF && f + 8 <= data + length)
+                    localHeader = U64(f), f += 8;
             } else if (id == 0x5455 && length >= 5 && (data[0] & 1)) {
                 mtime = FileTime::FromUnix(static_cast<qint32>(U32(data + 1)));
             } else if (id == 0x7075 && length >= 5 && data[0] == 1 && !(flags & 0x0800)) {
@@ -251,6 +254,8 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
         const NormalisedName nn = NormaliseEntryName(rawName);
         info.path = nn.path;
         le.skip = nn.unsafe || nn.path.isEmpty();
+        if (nn.unsafe)
+            le.refusedName = rawName;
         const int opsys = madeBy >> 8;
         if (opsys == 3)
             info.unixMode = external >> 16;  // Unix
@@ -274,6 +279,8 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
         if (!info.encrypted)
             info.encryption.clear();
         info.modified = mtime;
+        le.passOrder = localHeader;
+        le.directoryIndex = static_cast<qint64>(n);
         entries->push_back(std::move(le));
         p += recordLength;
     }

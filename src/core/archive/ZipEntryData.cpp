@@ -12,8 +12,8 @@ ZipEntryData::~ZipEntryData() {
         zip_discard(m_zip);
 }
 
-ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, const QString& innerPath,
-                                         PasswordBook& passwords) {
+ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, qint64 directoryIndex,
+                                         const QString& innerPath, PasswordBook& passwords) {
     End();
     if (!m_zip) {
         int code = 0;
@@ -24,7 +24,9 @@ ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, const QStri
         }
     }
     const QByteArray name = innerPath.toUtf8();
-    zip_int64_t index = zip_name_locate(m_zip, name.constData(), ZIP_FL_ENC_GUESS);
+    zip_int64_t index = directoryIndex;
+    if (index < 0 || index >= zip_get_num_entries(m_zip, 0))
+        index = zip_name_locate(m_zip, name.constData(), ZIP_FL_ENC_GUESS);
     if (index < 0) {
         // Names written with "\" between components.
         QByteArray backslashed = name;

@@ -20,9 +20,11 @@ public:
     ZipEntryData(const ZipEntryData&) = delete;
     ZipEntryData& operator=(const ZipEntryData&) = delete;
 
-    // Opens the entry named `innerPath` of the archive (the archive is opened once, on first
-    // use), trying the known passwords and then asking for more.
-    Status Begin(const QString& archivePath, const QString& innerPath, PasswordBook& passwords);
+    // Opens the entry at `directoryIndex` of the central directory, or when that is -1 the
+    // entry named `innerPath`, of the archive (the archive is opened once, on first use),
+    // trying the known passwords and then asking for more.
+    Status Begin(const QString& archivePath, qint64 directoryIndex, const QString& innerPath,
+                 PasswordBook& passwords);
     // Reads the next bytes of the entry: the count, 0 at its end, -1 on an error (a CRC
     // error included: libzip checks it).
     qint64 Read(char* buffer, qint64 size);

@@ -35,8 +35,9 @@ struct CSettingsRecord {
     bool EnableShowTooltipForBookmarksMenu = true;
     int ArchiveHistoryStepsShown = 5;  // 5..20
     int FileHistoryStepsShown = 5;     // 5..20
-    // "Additional archives": enabled list starts with "ZIP"; both lists upper-case, no dots.
-    QStringList EnabledExtensions{QStringLiteral("ZIP")};
+    // "Additional archives": the enabled list starts with "ZIP" and "ACE", which are always
+    // recognised; both lists upper-case, no dots.
+    QStringList EnabledExtensions{QStringLiteral("ZIP"), QStringLiteral("ACE")};
     QStringList DisabledExtensions;
     // "Shell extension"
     bool AddToArchive = true;

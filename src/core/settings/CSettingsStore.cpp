@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <limits>
 #include <string>
 
 #include "common/Texts.h"
@@ -20,7 +21,8 @@ constexpr qint64 kMaxSettingsFileSize = 4 * 1024 * 1024;
 enum class Kind {
     Flag,           // "Yes" (case ignored) is true, anything else false
     InvertedFlag,   // "No" (case ignored) is false, anything else true
-    Integer,        // signed decimal; a text that is no number gives the read default
+    Integer,        // the leading decimal digits, a sign allowed ("7x" is 7); no digits: the
+                    // read default
     HistoryLength,  // an integer from 5 to 20; anything else gives 5
     Path,           // free text, "Empty" for none
     Extensions,     // the whole "Additional archives" section
@@ -140,17 +142,46 @@ constexpr Key kKeys[] = {
 constexpr int kMinHistory = 5;
 constexpr int kMaxHistory = 20;
 
-const QString kZip = QStringLiteral("ZIP");
 const QString kExe = QStringLiteral("EXE");
 
+// Never written to "Additional archives" and never switched off.
+bool AlwaysRecognised(const QString& ext) {
+    for (const QString& always : CSettingsStore::AlwaysRecognisedExtensions())
+        if (vz::EqualsNoCase(ext, always))
+            return true;
+    return false;
+}
+
+// A profile value holds at most this many characters; the rest of a longer one is not read.
+constexpr int kMaxValueLength = 1024;
+
+// As the profile functions read an integer: leading blanks, an optional sign, then the
+// decimal digits up to the first other character ("7x" is 7, "-3 steps" is -3). A text
+// without digits, or a number beyond the range of int, gives the read default.
 int ParseInteger(const QString& text, const char* readDefault) {
-    bool ok = false;
-    const int value = text.trimmed().toInt(&ok);
-    return ok ? value : QByteArray(readDefault).toInt();
+    const int fallback = QByteArray(readDefault).toInt();
+    const QString t = text.trimmed();
+    int i = 0;
+    const bool negative = i < t.size() && t.at(i) == QLatin1Char('-');
+    if (i < t.size() && (t.at(i) == QLatin1Char('-') || t.at(i) == QLatin1Char('+')))
+        ++i;
+    const int firstDigit = i;
+    qint64 value = 0;
+    for (; i < t.size() && t.at(i) >= QLatin1Char('0') && t.at(i) <= QLatin1Char('9'); ++i) {
+        value = value * 10 + (t.at(i).unicode() - u'0');
+        if (value > qint64(std::numeric_limits<int>::max()) + 1)
+            return fallback;
+    }
+    if (i == firstDigit)
+        return fallback;
+    value = negative ? -value : value;
+    if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max())
+        return fallback;
+    return static_cast<int>(value);
 }
 
 QString ReadText(const CIniFile& ini, const char* section, const char* key, const char* dflt) {
-    return QString::fromUtf8(ini.GetValue(section, key, dflt));
+    return QString::fromUtf8(ini.GetValue(section, key, dflt)).left(kMaxValueLength);
 }
 
 void ReadKey(const CIniFile& ini, const Key& k, R& record) {
@@ -177,7 +208,7 @@ void ReadKey(const CIniFile& ini, const Key& k, R& record) {
             record.*k.text = ReadText(ini, k.section, k.key, k.readDefault);
             break;
         case Kind::Extensions:
-            record.EnabledExtensions = QStringList{kZip};
+            record.EnabledExtensions = CSettingsStore::AlwaysRecognisedExtensions();
             record.DisabledExtensions.clear();
             for (const QString& ext : CSettingsStore::AdditionalArchiveExtensions()) {
                 const QString value =
@@ -213,14 +244,14 @@ void WriteCurrent(CIniFile& ini, const Key& k, const R& record) {
             SetText(ini, k.section, k.key, record.*k.text);
             break;
         case Kind::Extensions:
-            // Zip archives cannot be switched off, so "ZIP" is never written.
+            // Zip and ACE archives cannot be switched off: their keys are never written.
             for (const QString& ext : record.EnabledExtensions) {
-                if (!vz::EqualsNoCase(ext, kZip))
+                if (!AlwaysRecognised(ext))
                     SetText(ini, k.section, ext.toUpper().toUtf8().constData(),
                             QStringLiteral("1"));
             }
             for (const QString& ext : record.DisabledExtensions) {
-                if (!vz::EqualsNoCase(ext, kZip))
+                if (!AlwaysRecognised(ext))
                     SetText(ini, k.section, ext.toUpper().toUtf8().constData(),
                             QStringLiteral("0"));
             }
@@ -272,6 +303,11 @@ const QStringList& CSettingsStore::AdditionalArchiveExtensions() {
         QStringLiteral("BZ2"), QStringLiteral("BZIP2"), QStringLiteral("TAR"),
         QStringLiteral("TGZ"), QStringLiteral("TBZ"),   QStringLiteral("TBZ2"),
         QStringLiteral("ISO"), QStringLiteral("EXE")};
+    return list;
+}
+
+const QStringList& CSettingsStore::AlwaysRecognisedExtensions() {
+    static const QStringList list{QStringLiteral("ZIP"), QStringLiteral("ACE")};
     return list;
 }
 

@@ -8,6 +8,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/CArchiveUnpacker.h"
+#include "settings/CSettingsStore.h"
 
 class ClassifierTest : public QObject {
     Q_OBJECT
@@ -55,10 +56,8 @@ private Q_SLOTS:
     void byExtension() {
         QFETCH(QString, name);
         QFETCH(int, family);
-        QStringList exts = vzt::AllExtensions();
-        exts << "ACE";
         QVERIFY(vzt::MakeTree(m_dir.path(), {{name, "not read"}}));
-        QCOMPARE(vz::ClassifyPath(m_dir.filePath(name), exts), family);
+        QCOMPARE(vz::ClassifyPath(m_dir.filePath(name), vzt::AllExtensions()), family);
     }
 
     void switchedOffTypes() {
@@ -101,11 +100,23 @@ private Q_SLOTS:
         QCOMPARE(vz::ClassifyPath(sevenExe, {"ZIP", "EXE"}), 0);
     }
 
-    void aceHasNoUnpacker() {
+    // An ACE file is an archive whatever the settings switch off, but nothing reads it.
+    void aceIsRecognisedButNotRead() {
+        QTemporaryDir appData;
+        QByteArray off = "[Additional archives]\n";
+        for (const QString& ext : CSettingsStore::AdditionalArchiveExtensions())
+            off += ext.toUtf8() + "=0\n";
+        QVERIFY(vzt::WriteAll(appData.filePath("Vela Systems/Vela-ZIP Archiver/velazip.ini"), off));
+        CSettingsRecord settings;
+        CSettingsStore::Load(settings, appData.path());
+        QVERIFY(vzt::MakeTree(m_dir.path(), {{"data.ace", "**ACE**"}, {"other.cab", "x"}}));
+        QCOMPARE(vz::ClassifyPath(m_dir.filePath("data.ace"), settings.EnabledExtensions), 5);
+        QCOMPARE(vz::ClassifyPath(m_dir.filePath("other.cab"), settings.EnabledExtensions), 0);
+
         QVERIFY(!vz::CreateUnpacker(ArchiveFamily::Ace));
         QVERIFY(!vz::CreateUnpacker(ArchiveFamily::None));
-        QVERIFY(vzt::MakeTree(m_dir.path(), {{"data.ace", "**ACE**"}}));
-        QCOMPARE(vz::DescribeArchivePath(m_dir.filePath("data.ace"), {"ACE"}),
+        QCOMPARE(vz::NoUnpackerReason(ArchiveFamily::Ace), QString("ACE archives cannot be read"));
+        QCOMPARE(vz::DescribeArchivePath(m_dir.filePath("data.ace"), settings.EnabledExtensions),
                  QString("Invalid archive"));
     }
 

@@ -9,6 +9,7 @@
 #include "TestSupport.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "archive/DescriptionFields.h"
 
 namespace {
 
@@ -28,6 +29,26 @@ QStringList Names(const std::vector<ArchiveLevelFolder>& folders) {
     for (const auto& f : folders)
         n << f.name + (f.hasChildren ? "+" : "");
     return n;
+}
+
+// The compression method of a file and the ratio of a folder that each kind's descriptions
+// end with: the entry's own method where the format tells it, else the family's compression
+// where that applies to every entry, else "Unknown"; a folder's ratio is "Unknown" where the
+// format tells no packed sizes.
+std::pair<QString, QString> ExpectedLastFields(const QString& kind) {
+    if (kind.startsWith("zip") || kind == "jar" || kind == "xap" || kind == "sfx")
+        return {"Deflate", "100%"};
+    if (kind == "tar" || kind == "iso")
+        return {"Store", "100%"};
+    if (kind == "tgz" || kind == "tar.gz")
+        return {"Deflate", "Unknown"};
+    if (kind == "tbz2" || kind == "tar.bz2")
+        return {"BZip2", "Unknown"};
+    if (kind == "cab")
+        return {"MSZIP", "Unknown"};
+    if (kind == "cab-stored")
+        return {"Store", "Unknown"};
+    return {"Unknown", "Unknown"};  // 7z, split 7z and RAR
 }
 
 }  // namespace
@@ -95,14 +116,23 @@ private Q_SLOTS:
         QVERIFY(u->IsFolder(top + "DOCS/Deep"));  // case does not matter
         QVERIFY(!u->IsFolder(top + "docs/readme.md"));
 
-        // Descriptions: comma-separated "Label - value" fields.
+        // Descriptions: comma-separated "Label - value" fields. The properties dialogs cut
+        // the last one to the end of the text: a file's is always "Compression method", a
+        // folder's and the archive's always "Ratio".
         const QString file = u->GetFileOutputInfo(top + "docs/deep/inner/file.bin");
         QVERIFY2(file.startsWith("Size - 61 440 bytes"), qPrintable(file));
         QCOMPARE(file.contains("CRC - "), a.hasCrc);
+        const auto [method, folderRatio] = ExpectedLastFields(kind);
+        QVERIFY2(file.endsWith(", Compression method - " + method), qPrintable(file));
+        QCOMPARE(vz::CutFileDescription(file).method, method);
         const QString folder = u->GetFolderOutputInfo(top + "docs");
         QVERIFY2(folder.contains("Files - 2, Folders - 2"), qPrintable(folder));
-        QVERIFY2(u->GetArchiveOutputInfo().startsWith("Type - "),
-                 qPrintable(u->GetArchiveOutputInfo()));
+        QVERIFY2(folder.endsWith(", Ratio - " + folderRatio), qPrintable(folder));
+        QCOMPARE(vz::CutFolderDescription(folder).ratio, folderRatio);
+        const QString archive = u->GetArchiveOutputInfo();
+        QVERIFY2(archive.startsWith("Type - "), qPrintable(archive));
+        QVERIFY2(QRegularExpression(", Ratio - \\d+%$").match(archive).hasMatch(),
+                 qPrintable(archive));
 
         // The enumeration of the described interface sees the same entries.
         QVERIFY(u->FindFile());
@@ -191,6 +221,28 @@ private Q_SLOTS:
         }
     }
 
+    // OpenMultiVolumeArchive reads every volume of a ".001" set, whichever unpacker opens it;
+    // a set with a volume missing does not open and names the gap.
+    void multiVolumeOpen() {
+        QTemporaryDir dir;
+        const QByteArray big = vzt::RandomBytes(90000, 11);
+        QVERIFY(vzt::WriteAll(dir.filePath("src/big.bin"), big));
+        QVERIFY(vzt::Shell("7zz a -bso0 -v30k ../set.7z big.bin", dir.filePath("src")).Ok());
+        const QString first = dir.filePath("set.7z.001");
+        QVERIFY(QFile::exists(dir.filePath("set.7z.003")));
+        {
+            C7zUnpacker u;
+            QVERIFY2(u.OpenMultiVolumeArchive(first), qPrintable(u.LastError()));
+            QVERIFY2(u.UnpackArchive(dir.filePath("out")), qPrintable(u.LastError()));
+            QCOMPARE(vzt::ReadAll(dir.filePath("out/big.bin")), big);
+        }
+        QVERIFY(QFile::remove(dir.filePath("set.7z.002")));
+        C7zUnpacker u;
+        QVERIFY(!u.OpenMultiVolumeArchive(first));
+        QVERIFY2(u.LastError().contains("incomplete") && u.LastError().contains("set.7z.001"),
+                 qPrintable(u.LastError()));
+    }
+
     // Folders that exist only as the path of deeper entries still list, level by level.
     void impliedFolders_data() {
         QTest::addColumn<QString>("command");
@@ -262,6 +314,67 @@ private Q_SLOTS:
         QVERIFY(vzt::ListTree(dest.path()).isEmpty());
     }
 
+    // A zip archive may hold two entries of one name (an appending tool writes the newer one
+    // after the older). Each is checked against its own CRC, and the one written last wins:
+    // it is what the description tells and what unpacking the file gives.
+    void repeatedNames_data() {
+        QTest::addColumn<bool>("reversedDirectory");
+        QTest::newRow("directory in writing order") << false;
+        QTest::newRow("directory in reverse order") << true;
+    }
+    void repeatedNames() {
+        QFETCH(bool, reversedDirectory);
+        if (!vzt::HaveTool("python3"))
+            QSKIP("python3 is not installed: it writes the zip with a repeated name");
+        QTemporaryDir dir;
+        const QByteArray newer = "the second, longer version\n";
+        QVERIFY(vzt::WriteAll(dir.filePath("make.py"), R"(import struct, sys, warnings, zipfile
+warnings.simplefilter("ignore")
+with zipfile.ZipFile("d.zip", "w", zipfile.ZIP_DEFLATED) as z:
+    z.writestr("a.txt", "first version\n")
+    z.writestr("b.txt", "b\n")
+    z.writestr("a.txt", "the second, longer version\n")
+if len(sys.argv) > 1:
+    data = bytearray(open("d.zip", "rb").read())
+    end = data.rfind(b"PK\x05\x06")
+    count, size, start = struct.unpack("<HII", data[end + 10:end + 20])
+    records, at = [], start
+    for _ in range(count):
+        n, m, k = struct.unpack("<HHH", data[at + 28:at + 34])
+        records.append(data[at:at + 46 + n + m + k])
+        at += 46 + n + m + k
+    data[start:start + size] = b"".join(reversed(records))
+    open("d.zip", "wb").write(data)
+)"));
+        const auto made = vzt::Shell(
+            QString("python3 make.py%1").arg(reversedDirectory ? " reverse" : ""), dir.path());
+        QVERIFY2(made.Ok(), made.output.constData());
+        vzt::FamilyArchive a{dir.filePath("d.zip"), {}, false, true, {}};
+        INIUNPACK ini;
+        ini.AskBeforeOverwriting = false;
+        {
+            auto u = Open(a);
+            QVERIFY(u);
+            QVERIFY2(u->Test(), qPrintable(u->LastError()));
+            u->SetIni(ini);
+            QVERIFY2(u->UnpackArchive(dir.filePath("all")), qPrintable(u->LastError()));
+            QCOMPARE(vzt::ReadAll(dir.filePath("all/a.txt")), newer);
+            QCOMPARE(vzt::ReadAll(dir.filePath("all/b.txt")), QByteArray("b\n"));
+            QVERIFY2(u->GetFileOutputInfo("a.txt").startsWith("Size - 27 bytes"),
+                     qPrintable(u->GetFileOutputInfo("a.txt")));
+        }
+        {
+            auto u = Open(a);
+            u->SetIni(ini);
+            TestObserver o;
+            u->SetHandleDialogProgress(&o);
+            QVERIFY2(u->UnpackFile("A.TXT", dir.filePath("one")), qPrintable(u->LastError()));
+            QCOMPARE(vzt::ListTree(dir.filePath("one")), QStringList{"a.txt"});
+            QCOMPARE(vzt::ReadAll(dir.filePath("one/a.txt")), newer);
+            QVERIFY(o.reports.isEmpty());
+        }
+    }
+
     // A plain compressed file is one entry named after the archive without its suffix.
     void plainStreams_data() {
         QTest::addColumn<QString>("tool");
@@ -285,8 +398,17 @@ private Q_SLOTS:
         ArchiveLevel level;
         QVERIFY(u->ListLevel(QString(), level));
         QCOMPARE(level.files, QStringList{"notes.txt"});
+        const QString file = u->GetFileOutputInfo("notes.txt");
         if (tool == "gzip")
-            QVERIFY(u->GetFileOutputInfo("notes.txt").startsWith("Size - 10 000 bytes"));
+            QVERIFY(file.startsWith("Size - 10 000 bytes"));
+        QVERIFY2(file.endsWith(tool == "gzip" ? ", Compression method - Deflate"
+                                              : ", Compression method - BZip2"),
+                 qPrintable(file));
+        // bzip2 records no size: the ratio of the whole is not known.
+        const QString whole = u->GetArchiveOutputInfo();
+        QVERIFY2(tool == "gzip" ? QRegularExpression(", Ratio - \\d+%$").match(whole).hasMatch()
+                                : whole.endsWith(", Ratio - Unknown"),
+                 qPrintable(whole));
         QTemporaryDir dest;
         QVERIFY(u->UnpackArchive(dest.path()));
         QCOMPARE(vzt::ReadAll(dest.filePath("notes.txt")), text);

@@ -6,12 +6,17 @@
 
 #include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
+#include "RarWriter.h"
 #include "TestObserver.h"
 #include "TestSupport.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
 
+Q_DECLARE_METATYPE(std::vector<vzt::TarItem>)
+
 namespace {
+
+using LinkMap = QMap<QString, QString>;  // a link's name in the destination -> its target
 
 std::unique_ptr<CArchiveUnpacker> OpenPath(const QString& path) {
     auto u = vz::CreateUnpacker(vz::ClassifyPath(path, vzt::AllExtensions()));
@@ -51,6 +56,12 @@ private Q_SLOTS:
         ArchiveLevel level;
         QVERIFY(u->ListLevel(QString(), level));
         QCOMPARE(level.files, QStringList{"ok.txt"});  // the hostile entry is not listed
+        // ... but every entry is there for those who ask for all, marked, as it is named.
+        const std::vector<ARCHIVEFILEFULLINFO>* all = nullptr;
+        QVERIFY(u->AllEntries(all));
+        QCOMPARE(all->size(), size_t(2));
+        QVERIFY(all->at(0).refused && !all->at(1).refused);
+        QCOMPARE(all->at(0).path, QString::fromUtf8(name));
         TestObserver observer;
         u->SetHandleDialogProgress(&observer);
         QVERIFY(!u->UnpackArchive(dest));  // refused and reported ...
@@ -92,6 +103,85 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(dest + "/sub/uplink").symLinkTarget(), dest + "/good.txt");
         QCOMPARE(vzt::ReadAll(dest + "/hard2"), QByteArray("good"));
         QVERIFY(!QFile::exists(dest + "/hard"));
+    }
+
+    // Links whose target text looks harmless but leads away through other links: those made
+    // earlier in the same unpack, and those already in the destination.
+    void linkChains_data() {
+        QTest::addColumn<std::vector<vzt::TarItem>>("items");
+        QTest::addColumn<LinkMap>("existingLinks");
+        QTest::addColumn<QStringList>("made");     // links that must exist
+        QTest::addColumn<QStringList>("refused");  // links that must not
+        const QString outside = "@OUTSIDE@";
+        QTest::newRow("dot, then up through it")
+            << std::vector<vzt::TarItem>{{"l1", {}, '2', "."}, {"l2", {}, '2', "l1/.."}}
+            << LinkMap{} << QStringList{"l1"} << QStringList{"l2"};
+        QTest::newRow("deeper dots, then up through them")
+            << std::vector<vzt::TarItem>{{"a/", {}, '5'},
+                                         {"a/here", {}, '2', "."},
+                                         {"a/up", {}, '2', "here/../.."}}
+            << LinkMap{} << QStringList{"a/here"} << QStringList{"a/up"};
+        QTest::newRow("through a link that points outside")
+            << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", outside}}
+            << QStringList{} << QStringList{"x"};
+        QTest::newRow("through a link that climbs out")
+            << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", "../outside"}}
+            << QStringList{} << QStringList{"x"};
+        QTest::newRow("up past a name that becomes a link later")
+            << std::vector<vzt::TarItem>{{"m", {}, '2', "later/.."}, {"later", {}, '2', "."}}
+            << LinkMap{} << QStringList{"later"} << QStringList{"m"};
+        QTest::newRow("a cycle") << std::vector<vzt::TarItem>{{"c1", {}, '2', "c2"},
+                                                              {"c2", {}, '2', "c1"},
+                                                              {"c3", {}, '2', "c1/x"}}
+                                 << LinkMap{} << QStringList{"c1", "c2"} << QStringList{"c3"};
+        // Chains that stay inside are made.
+        QTest::newRow("through a folder link, downwards")
+            << std::vector<vzt::TarItem>{{"sub/f.txt", "f"},
+                                         {"d", {}, '2', "sub"},
+                                         {"e", {}, '2', "d/f.txt"},
+                                         {"sub/back", {}, '2', "../d/f.txt"}}
+            << LinkMap{} << QStringList{"d", "e", "sub/back"} << QStringList{};
+    }
+    void linkChains() {
+        QFETCH(std::vector<vzt::TarItem>, items);
+        QFETCH(LinkMap, existingLinks);
+        QFETCH(QStringList, made);
+        QFETCH(QStringList, refused);
+        QTemporaryDir dir;
+        const QString outside = dir.filePath("outside");
+        const QString dest = dir.filePath("dest");
+        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(dest));
+        for (auto it = existingLinks.cbegin(); it != existingLinks.cend(); ++it) {
+            const QString target = it.value() == "@OUTSIDE@" ? outside : it.value();
+            QVERIFY(QFile::link(target, dest + "/" + it.key()));
+        }
+        const QString tar = dir.filePath("chain.tar");
+        QVERIFY(vzt::WriteAll(tar, vzt::Tar(items)));
+        auto u = OpenPath(tar);
+        QVERIFY(u);
+        TestObserver observer;
+        u->SetHandleDialogProgress(&observer);
+        QCOMPARE(u->UnpackArchive(dest), refused.isEmpty());
+        QCOMPARE(observer.reports.size(), refused.size());
+        for (const QString& name : refused) {
+            QVERIFY2(!QFileInfo(dest + "/" + name).isSymLink(), qPrintable(name));
+            QVERIFY(observer.reports.join('\n').contains(name));
+        }
+        for (const QString& name : made)
+            QVERIFY2(QFileInfo(dest + "/" + name).isSymLink(), qPrintable(name));
+        // Every link this unpack made resolves to a place inside the destination.
+        const QString root = QFileInfo(dest).canonicalFilePath();
+        for (const QString& path : vzt::ListTree(dest)) {
+            const QFileInfo link(dest + "/" + path);
+            if (!link.isSymLink() || existingLinks.contains(path))
+                continue;
+            const QString resolved = link.canonicalFilePath();  // empty when it dangles
+            QVERIFY2(resolved.isEmpty() || resolved == root || resolved.startsWith(root + "/"),
+                     qPrintable(path + " -> " + resolved));
+        }
+        QVERIFY(vzt::ListTree(outside).isEmpty());
+        if (QTest::currentDataTag() == QByteArray("through a folder link, downwards"))
+            QCOMPARE(vzt::ReadAll(dest + "/e"), QByteArray("f"));
     }
 
     // A link that already exists in the destination is never walked through.
@@ -252,6 +342,61 @@ private Q_SLOTS:
         QVERIFY(u->WasCancelled());
         QCOMPARE(vzt::ListTree(dest), QStringList{"a.bin"});
         QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(3 << 20, 1));
+    }
+
+    // Only zip entries can be decrypted: encrypted 7z and RAR entries fail with that reason
+    // (not with a decoder's error), and the rest of the archive is unpacked.
+    void encryptedEntriesOfOtherFamilies_data() {
+        QTest::addColumn<QString>("command");  // makes x.7z or x.rar; empty: the RAR writer
+        QTest::addColumn<QString>("archive");
+        QTest::addColumn<QStringList>("unpacked");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("7z") << "7zz a -bso0 -psecret x.7z a.txt b.bin"
+                            << "x.7z" << QStringList{}
+                            << "b.bin from %1: it is encrypted, and encrypted 7-Zip entries "
+                               "cannot be read (only zip archives can be decrypted).";
+        QTest::newRow("7z with encrypted headers")
+            << "7zz a -bso0 -psecret -mhe=on x.7z a.txt b.bin"
+            << "x.7z" << QStringList{}
+            << "Cannot open the archive %1: its headers are encrypted, and encrypted 7-Zip "
+               "archives cannot be read (only zip archives can be decrypted).";
+        QTest::newRow("RAR") << QString() << "x.rar" << QStringList{"a.txt"}
+                             << "b.bin from %1: it is encrypted, and encrypted RAR entries "
+                                "cannot be read (only zip archives can be decrypted).";
+    }
+    void encryptedEntriesOfOtherFamilies() {
+        QFETCH(QString, command);
+        QFETCH(QString, archive);
+        QFETCH(QStringList, unpacked);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        const QByteArray bin = vzt::RandomBytes(30000, 4);
+        QVERIFY(vzt::MakeTree(dir.filePath("src"), {{"a.txt", "hello"}, {"b.bin", bin}}));
+        const QString path = dir.filePath(archive);
+        if (command.isEmpty()) {
+            QVERIFY(
+                vzt::WriteStoredRar(path, {{"a.txt", "hello"}, {"b.bin", bin, false, 0, true}}));
+        } else {
+            const auto r = vzt::Shell(command.replace(" x.", " ../x."), dir.filePath("src"));
+            QVERIFY2(r.Ok(), r.output.constData());
+        }
+        const QString expected = reason.arg(path);
+        CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
+        if (!vz::OpenForFamily(u, path)) {
+            QCOMPARE(u.LastError(), expected);
+            return;
+        }
+        TestObserver observer;
+        u.SetHandleDialogProgress(&observer);
+        QVERIFY(!u.UnpackArchive(dir.filePath("dest")));
+        QVERIFY2(observer.reports.join('\n').contains(expected),
+                 qPrintable(observer.reports.join('\n')));
+        QCOMPARE(vzt::ListTree(dir.filePath("dest")), unpacked);
+        QVERIFY(!u.Test());
+        QVERIFY2(u.LastError().contains("only zip archives can be decrypted"),
+                 qPrintable(u.LastError()));
+        QVERIFY2(u.GetFileOutputInfo("b.bin").endsWith(", encrypted"),
+                 qPrintable(u.GetFileOutputInfo("b.bin")));
     }
 
     void passwords_data() {

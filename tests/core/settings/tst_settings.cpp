@@ -37,8 +37,8 @@ QByteArray Serialize(CSettingsRecord record, const QString& scratch) {
 // What a record holds when every key reads its read default.
 CSettingsRecord ReadDefaults() {
     CSettingsRecord r;
-    r.EnabledExtensions =
-        QStringList{QStringLiteral("ZIP")} + CSettingsStore::AdditionalArchiveExtensions();
+    r.EnabledExtensions = QStringList{QStringLiteral("ZIP"), QStringLiteral("ACE")} +
+                          CSettingsStore::AdditionalArchiveExtensions();
     r.DisabledExtensions.clear();
     return r;
 }
@@ -183,7 +183,7 @@ private slots:
         QVERIFY(!r.RefreshFileBrowserTreeWithAddingOfEachItem);
         QVERIFY(!r.EnableShowTooltipForBackOrForwardMenu);
         QCOMPARE(r.DisabledExtensions, QStringList{QStringLiteral("EXE")});
-        QStringList enabled{QStringLiteral("ZIP")};
+        QStringList enabled{QStringLiteral("ZIP"), QStringLiteral("ACE")};
         enabled << CSettingsStore::AdditionalArchiveExtensions().mid(0, 16);
         QCOMPARE(r.EnabledExtensions, enabled);
     }
@@ -229,6 +229,12 @@ private slots:
         QTest::newRow("21") << QByteArray("21") << 5;
         QTest::newRow("-3") << QByteArray("-3") << 5;
         QTest::newRow("abc") << QByteArray("abc") << 5;
+        QTest::newRow("7x: the leading digits") << QByteArray("7x") << 7;
+        QTest::newRow("+8") << QByteArray("+8") << 8;
+        QTest::newRow("21 steps") << QByteArray("21 steps") << 5;
+        QTest::newRow("x7") << QByteArray("x7") << 5;
+        QTest::newRow("a sign alone") << QByteArray("-") << 5;
+        QTest::newRow("beyond int") << QByteArray("99999999999") << 5;
         QTest::newRow("empty") << QByteArray("") << 5;
         QTest::newRow("5") << QByteArray("5") << 5;
         QTest::newRow("12") << QByteArray("12") << 12;
@@ -245,12 +251,19 @@ private slots:
 
     void integersOtherThanHistory() {
         const CSettingsRecord r = LoadWith(
-            "[Creation and adding]\nCompressionLevel=-2\nCompressionMethod=junk\n"
-            "[Encryption]\nEncryptionMethod=3\n[Interface]\nDraggingImageForModeClearType=0\n");
-        QCOMPARE(r.CompressionLevel, -2);
+            "[Creation and adding]\nCompressionLevel=-2x\nCompressionMethod=junk\n"
+            "[Encryption]\nEncryptionMethod=3;AES\n[Interface]\nDraggingImageForModeClearType=0\n");
+        QCOMPARE(r.CompressionLevel, -2);  // the leading digits, with their sign
         QCOMPARE(r.CompressionMethod, 0);  // no number: the read default
         QCOMPARE(r.EncryptionMethod, 3);
         QCOMPARE(r.DraggingImageForModeClearType, 0);
+    }
+
+    // A value is read up to 1024 characters.
+    void longValuesAreCut() {
+        const QByteArray folder = "/" + QByteArray(1500, 'd');
+        const CSettingsRecord r = LoadWith("[CloudDrives]\nDropboxUserFolder=" + folder + "\n");
+        QCOMPARE(r.DropboxUserFolder, QString::fromLatin1(folder.left(1024)));
     }
 
     void extensionValues_data() {
@@ -266,15 +279,15 @@ private slots:
         QFETCH(QByteArray, text);
         QFETCH(bool, enabled);
         const CSettingsRecord r = LoadWith("[Additional archives]\nRAR=" + text + "\n");
-        QCOMPARE(r.EnabledExtensions.first(), QStringLiteral("ZIP"));
+        QCOMPARE(r.EnabledExtensions.mid(0, 2), (QStringList{"ZIP", "ACE"}));
         QCOMPARE(r.EnabledExtensions.contains(QStringLiteral("RAR")), enabled);
         QCOMPARE(r.DisabledExtensions.contains(QStringLiteral("RAR")), !enabled);
-        QCOMPARE(r.EnabledExtensions.size() + r.DisabledExtensions.size(), 18);
-        // The enabled list keeps the fixed order after "ZIP".
+        QCOMPARE(r.EnabledExtensions.size() + r.DisabledExtensions.size(), 19);
+        // The enabled list keeps the fixed order after "ZIP" and "ACE".
         QStringList expected = CSettingsStore::AdditionalArchiveExtensions();
         if (!enabled)
             expected.removeAll(QStringLiteral("RAR"));
-        QCOMPARE(r.EnabledExtensions.mid(1), expected);
+        QCOMPARE(r.EnabledExtensions.mid(2), expected);
     }
 
     void namesMatchWithoutRegardToCase() {
@@ -384,8 +397,8 @@ private slots:
         r.EnableDropbox = true;
         r.DropboxUserFolder = QStringLiteral("/home/jürgen/My Dropbox; = [x]");
         r.VideosUserFolder = QStringLiteral("/media/Видео");
-        r.EnabledExtensions =
-            QStringList{QStringLiteral("ZIP"), QStringLiteral("RAR"), QStringLiteral("EXE")};
+        r.EnabledExtensions = QStringList{QStringLiteral("ZIP"), QStringLiteral("ACE"),
+                                          QStringLiteral("RAR"), QStringLiteral("EXE")};
         r.DisabledExtensions = CSettingsStore::AdditionalArchiveExtensions();
         r.DisabledExtensions.removeAll(QStringLiteral("RAR"));
         r.DisabledExtensions.removeAll(QStringLiteral("EXE"));
@@ -403,21 +416,34 @@ private slots:
                     .contains("\nEnableShowTooltipForBackOrForwardMenu=Yes\n"));
     }
 
-    void zipIsNeverWritten() {
+    // Zip and ACE archives are always recognised: their keys are never written, and the file
+    // cannot switch them off.
+    void zipAndAceAreNeverWritten() {
         const QString appData = FreshAppData();
         CSettingsRecord r;
         CSettingsStore::Load(r, appData);
-        r.EnabledExtensions = QStringList{QStringLiteral("ZIP"), QStringLiteral("cab")};
-        r.DisabledExtensions = QStringList{QStringLiteral("zip"), QStringLiteral("Exe")};
+        r.EnabledExtensions =
+            QStringList{QStringLiteral("ZIP"), QStringLiteral("ace"), QStringLiteral("cab")};
+        r.DisabledExtensions =
+            QStringList{QStringLiteral("zip"), QStringLiteral("Ace"), QStringLiteral("Exe")};
         CSettingsStore::Save(r, CSettingsStore::SaveMode::CurrentValues);
         CIniFile ini;
         QCOMPARE(ini.LoadFile(IniPath(appData).toUtf8().constData()), SI_OK);
         QVERIFY(!ini.GetValue("Additional archives", "ZIP"));
+        QVERIFY(!ini.GetValue("Additional archives", "ACE"));
         QCOMPARE(QByteArray(ini.GetValue("Additional archives", "CAB", "")), QByteArray("1"));
         QCOMPARE(QByteArray(ini.GetValue("Additional archives", "EXE", "")), QByteArray("0"));
         const QByteArray text = vzt::ReadAll(IniPath(appData));
         QVERIFY(!text.toUpper().contains("\nZIP="));
+        QVERIFY(!text.toUpper().contains("\nACE="));
         QVERIFY(text.contains("\nCAB=1\n"));
+
+        QByteArray off = "[Additional archives]\nZIP=0\nACE=0\n";
+        for (const QString& ext : CSettingsStore::AdditionalArchiveExtensions())
+            off += ext.toUtf8() + "=0\n";
+        const CSettingsRecord none = LoadWith(off);
+        QCOMPARE(none.EnabledExtensions, (QStringList{"ZIP", "ACE"}));
+        QCOMPARE(none.DisabledExtensions, CSettingsStore::AdditionalArchiveExtensions());
     }
 
     void associationExtensions() {
