@@ -11,7 +11,6 @@
 #include "common/MessageBox.h"
 #include "common/OpenWithDefault.h"
 #include "common/ResponsiveCall.h"
-#include "platform/TempFolder.h"
 #include "settings/CSettingsRecord.h"
 
 namespace {
