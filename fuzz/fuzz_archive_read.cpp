@@ -17,10 +17,10 @@
 
 namespace {
 
-const char* const kExtensions[] = {"zip", "cab", "rar", "7z", "gz", "bz2", "tar",
+const char* const kExtensions[] = {"zip", "cab",  "rar", "7z",  "gz",  "bz2", "tar",
                                    "tgz", "tbz2", "iso", "jar", "exe", "001"};
-const QStringList kRecognised = {"ZIP", "CAB", "RAR", "JAR", "XAP", "7Z", "001", "GZ", "BZ2",
-                                 "TAR", "TGZ", "TBZ2", "ISO", "EXE"};
+const QStringList kRecognised = {"ZIP", "CAB", "RAR", "JAR", "XAP",  "7Z",  "001",
+                                 "GZ",  "BZ2", "TAR", "TGZ", "TBZ2", "ISO", "EXE"};
 
 QString WorkFolder() {
     static const QString folder = [] {
@@ -34,7 +34,8 @@ QString WorkFolder() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size < 1) return 0;
+    if (size < 1)
+        return 0;
     static int argc = 1;
     static char name[] = "fuzz";
     static char* argv[] = {name, nullptr};
@@ -44,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QString path = WorkFolder() + QStringLiteral("/input.") + QLatin1String(ext);
     {
         QFile f(path);
-        if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) abort();
+        if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            abort();
         f.write(reinterpret_cast<const char*>(data + 1), static_cast<qint64>(size - 1));
     }
     std::vector<vz::ListedEntry> zipEntries;
@@ -56,7 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     const int family = vz::ClassifyPath(path + QStringLiteral("/inner/x"), kRecognised);
     std::unique_ptr<CArchiveUnpacker> u = vz::CreateUnpacker(family);
-    if (!u || !vz::OpenForFamily(*u, path)) return 0;
+    if (!u || !vz::OpenForFamily(*u, path))
+        return 0;
     ArchiveLevel level;
     if (u->ListLevel(QString(), level)) {
         for (const ArchiveLevelFolder& f : level.folders) {
@@ -64,7 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             u->ListLevel(f.name, below);
             u->GetFolderOutputInfo(f.name);
         }
-        for (const QString& f : level.files) u->GetFileOutputInfo(f);
+        for (const QString& f : level.files)
+            u->GetFileOutputInfo(f);
     }
     u->GetArchiveOutputInfo();
     u->IsTarInside();

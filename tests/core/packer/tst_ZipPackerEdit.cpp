@@ -26,6 +26,24 @@ class TestZipPackerEdit : public QObject {
 private:
     QTemporaryDir m_tmp;
 
+    // One edit named by a test row: "renameFile", "renameFolder", "removeFile", "removeFolder"
+    // or "mkdir".
+    static bool RunEdit(CZipPacker& packer, const QString& operation, const QString& a,
+                        const QString& b) {
+        if (operation == QLatin1String("renameFile"))
+            return packer.RenameFile(a, b);
+        if (operation == QLatin1String("renameFolder"))
+            return packer.RenameFolder(a, b);
+        if (operation == QLatin1String("removeFile"))
+            return packer.RemoveFile(a);
+        if (operation == QLatin1String("removeFolder"))
+            return packer.RemoveFolder(a);
+        if (operation == QLatin1String("mkdir"))
+            return packer.CreateEmptyFolder(a);
+        qFatal("unknown edit in a test row");
+        return false;
+    }
+
     // An archive written by zip without folder entries: "x" and "x/y" exist only as paths.
     QString ImpliedFolders(const QString& name) {
         const QString dir = m_tmp.filePath(name);
@@ -154,17 +172,7 @@ private slots:
         const QString archive = ImpliedFolders(QStringLiteral("edits"));
         CZipPacker packer;
         QVERIFY(packer.OpenArchive(archive));
-        bool ok = false;
-        if (operation == QLatin1String("renameFolder"))
-            ok = packer.RenameFolder(a, b);
-        if (operation == QLatin1String("removeFolder"))
-            ok = packer.RemoveFolder(a);
-        if (operation == QLatin1String("removeFile"))
-            ok = packer.RemoveFile(a);
-        if (operation == QLatin1String("renameFile"))
-            ok = packer.RenameFile(a, b);
-        if (operation == QLatin1String("mkdir"))
-            ok = packer.CreateEmptyFolder(a);
+        const bool ok = RunEdit(packer, operation, a, b);
         QVERIFY2(ok, qPrintable(packer.LastError()));
         // The packer sees its own change at once.
         if (operation == QLatin1String("renameFolder")) {
@@ -270,16 +278,7 @@ private slots:
         const QByteArray before = vzt::ReadAll(archive);
         CZipPacker packer;
         QVERIFY(packer.OpenArchive(archive));
-        bool ok = true;
-        if (operation == QLatin1String("renameFile"))
-            ok = packer.RenameFile(a, b);
-        if (operation == QLatin1String("renameFolder"))
-            ok = packer.RenameFolder(a, b);
-        if (operation == QLatin1String("removeFolder"))
-            ok = packer.RemoveFolder(a);
-        if (operation == QLatin1String("mkdir"))
-            ok = packer.CreateEmptyFolder(a);
-        QVERIFY(!ok);
+        QVERIFY(!RunEdit(packer, operation, a, b));
         QVERIFY2(packer.LastError().contains(named), qPrintable(packer.LastError()));
         QVERIFY(!packer.WasCancelled());
         QVERIFY(packer.CloseArchive());
@@ -398,20 +397,12 @@ private slots:
         packer.SetIni(ini);
         QVERIFY(packer.OpenArchive(archive));
         bool ok = false;
-        if (operation == QLatin1String("removeFile"))
-            ok = packer.RemoveFile(a);
-        if (operation == QLatin1String("removeFolder"))
-            ok = packer.RemoveFolder(a);
-        if (operation == QLatin1String("renameFolder"))
-            ok = packer.RenameFolder(a, b);
-        if (operation == QLatin1String("renameFile"))
-            ok = packer.RenameFile(a, b);
-        if (operation == QLatin1String("mkdir"))
-            ok = packer.CreateEmptyFolder(a);
         if (operation == QLatin1String("addFile"))
             ok = packer.AddFileToArchiveFolder(add + a, b);
-        if (operation == QLatin1String("addFolder"))
+        else if (operation == QLatin1String("addFolder"))
             ok = packer.AddFolderToArchive(add + a, add + a, true);
+        else
+            ok = RunEdit(packer, operation, a, b);
         QVERIFY2(ok, qPrintable(packer.LastError()));
         QVERIFY(packer.CloseArchive());
         QStringList want{"hid.txt", "top.txt", "new folder/"};
@@ -463,14 +454,7 @@ private slots:
         const QByteArray before = vzt::ReadAll(archive);
         CZipPacker packer;
         QVERIFY(packer.OpenArchive(archive));
-        bool ok = true;
-        if (operation == QLatin1String("renameFile"))
-            ok = packer.RenameFile(a, b);
-        if (operation == QLatin1String("renameFolder"))
-            ok = packer.RenameFolder(a, b);
-        if (operation == QLatin1String("mkdir"))
-            ok = packer.CreateEmptyFolder(a);
-        QVERIFY(!ok);
+        QVERIFY(!RunEdit(packer, operation, a, b));
         QVERIFY(!packer.LastError().isEmpty());
         QVERIFY(packer.CloseArchive());
         QCOMPARE(vzt::ReadAll(archive), before);
