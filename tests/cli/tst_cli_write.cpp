@@ -51,6 +51,11 @@ class CliWriteTest : public QObject {
         r.output = p.readAll();
         return r;
     }
+    // A file of `size` zero bytes (sparse): something long enough to stop half-way.
+    static bool SizedFile(const QString& path, qint64 size) {
+        QFile f(path);
+        return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.resize(size);
+    }
     // The names in `folder`, hidden ones too.
     static QStringList Listing(const QString& folder) {
         return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
@@ -293,12 +298,9 @@ private Q_SLOTS:
         // The larger the source, the longer the write: grow it until the stop comes while the
         // archive is being written.
         for (qint64 size = qint64(64) << 20; size <= (qint64(1) << 30); size *= 2) {
-            QFile big(dir + "/big.bin");
-            QVERIFY(big.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            QVERIFY(big.resize(size));
-            big.close();
-            const Interrupted r =
-                RunInterrupted({"create", "--level", "0", zip, big.fileName()}, zip);
+            const QString big = dir + "/big.bin";
+            QVERIFY(SizedFile(big, size));
+            const Interrupted r = RunInterrupted({"create", "--level", "0", zip, big}, zip);
             if (!r.signalled) {
                 // It was done before the temporary file was seen: a whole, good archive.
                 QCOMPARE(r.exitCode, 0);
@@ -337,14 +339,10 @@ private Q_SLOTS:
         QVERIFY(vzt::MakeTree(dir, {{"small.txt", "s"}}));
         const QString zip = dir + "/big.zip";
         for (qint64 size = qint64(64) << 20; size <= (qint64(1) << 30); size *= 2) {
-            QFile big(dir + "/big.bin");
-            QVERIFY(big.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            QVERIFY(big.resize(size));
-            big.close();
+            const QString big = dir + "/big.bin";
+            QVERIFY(SizedFile(big, size));
             QFile::remove(zip);
-            QCOMPARE(
-                Cli({"create", "--level", "0", zip, big.fileName(), dir + "/small.txt"}).exitCode,
-                0);
+            QCOMPARE(Cli({"create", "--level", "0", zip, big, dir + "/small.txt"}).exitCode, 0);
             const QByteArray before = vzt::ReadAll(zip);
             QStringList args{command};
             if (command == "rename")

@@ -514,10 +514,8 @@ QIcon CVelaArchiveTree::IconFor(const QModelIndex& item) const {
                 return CItemIcons::FolderIcon();
             }
             return CItemIcons::IconForPlace(PathOfItem(item), false);
-        case kDiskArchive:
-            // A file on disk: the platform's icon for the real file.
-            return CItemIcons::IconForPath(PathOfItem(item));
         default:
+            // A file on disk, archives included: the platform's icon for the real file.
             return CItemIcons::IconForPath(PathOfItem(item));
     }
 }
