@@ -195,6 +195,18 @@ struct CArchiveUnpacker::Impl {
         q->m_error = message;
         return false;
     }
+    // Polled while an archive is listed: the user may stop a long listing.
+    bool StopNow() {
+        if (!stopped && observer && observer->StopRequested()) {
+            stopped = true;
+            q->m_cancelled = true;
+        }
+        return stopped;
+    }
+    std::function<bool()> StopPoll() {
+        return [this] { return StopNow(); };
+    }
+    bool stopped = false;
     QString Where() const { return q->m_path; }
 
     // Why reading a header failed: encrypted headers, or encrypted entries in the way (the
@@ -261,8 +273,10 @@ struct CArchiveUnpacker::Impl {
             return Fail(QStringLiteral("No archive is open."));
         if (traits->listWithLibzip && volumes.size() == 1) {
             QString err;
-            if (ListZipDirectory(volumes.first(), &entries, &err))
+            if (ListZipDirectory(volumes.first(), &entries, &err, StopPoll()))
                 return listed = true;
+            if (stopped)
+                return Fail(QStringLiteral("The listing was stopped."));
         }
         return listed = ListWithLibarchive();
     }
@@ -288,7 +302,12 @@ struct CArchiveUnpacker::Impl {
         bool archiveMethodRead = false;
         size_t headerIndex = 0;
         HeaderReader headers(a);
+        constexpr size_t kStopPollHeaders = 256;
         for (;; ++headerIndex) {
+            if (headerIndex % kStopPollHeaders == 0 && StopNow()) {
+                entries.clear();
+                return Fail(QStringLiteral("The listing was stopped."));
+            }
             archive_entry* h = nullptr;
             const HeaderReader::Step step = headers.Next(&h);
             if (step == HeaderReader::Step::End)
@@ -829,10 +848,13 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     d->open = true;
     // A zip archive is listed from its central directory at once; that also proves it is
     // one. Other families (and zips that libzip rejects) read their first header.
+    d->stopped = false;
     bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
-              ListZipDirectory(path, &d->entries, &err);
+              ListZipDirectory(path, &d->entries, &err, d->StopPoll());
     d->listed = ok;
-    if (!ok)
+    if (!ok && d->stopped)
+        d->Fail(QStringLiteral("The listing was stopped."));
+    else if (!ok)
         ok = d->Probe();
     if (!ok) {
         d->open = false;
@@ -1006,10 +1028,13 @@ bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath) {
     return unpacker.OpenArchive(archivePath);
 }
 
-QString DescribeArchivePath(const QString& path, const QStringList& recognisedExtensions) {
+QString DescribeArchivePath(const QString& path, const QStringList& recognisedExtensions,
+                            IOperationObserver* observer) {
     const int family = ClassifyPath(path, recognisedExtensions);
     const ArchivePathParts parts = SplitArchivePath(path);
     std::unique_ptr<CArchiveUnpacker> unpacker = CreateUnpacker(family);
+    if (unpacker)
+        unpacker->SetHandleDialogProgress(observer);
     if (!unpacker || parts.archivePath.isEmpty() || !OpenForFamily(*unpacker, parts.archivePath))
         return QStringLiteral("Invalid archive");
     QString text;

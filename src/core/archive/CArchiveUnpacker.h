@@ -181,7 +181,9 @@ QString NoUnpackerReason(int family);
 bool OpenForFamily(CArchiveUnpacker& unpacker, const QString& archivePath);
 // The description text of a path (the archive itself, a folder or a file in it), as the
 // status bar and the properties show it; "Invalid archive" when the archive does not open.
-QString DescribeArchivePath(const QString& path, const QStringList& recognisedExtensions);
+// `observer`, when given, may stop the listing that the description needs.
+QString DescribeArchivePath(const QString& path, const QStringList& recognisedExtensions,
+                            IOperationObserver* observer = nullptr);
 // Makes libarchive see UTF-8 names: the user's locale when it is UTF-8, else C.UTF-8.
 void EnsureUtf8Locale();
 }  // namespace vz

@@ -142,7 +142,8 @@ bool Fail(QString* error, const char* why) {
 
 }  // namespace
 
-bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QString* error) {
+bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QString* error,
+                      const std::function<bool()>& stop) {
     entries->clear();
     File file(path);
     if (!file.Ok())
@@ -197,7 +198,12 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
     const uchar* end = p + cd.size();
     entries->reserve(static_cast<size_t>(std::min<quint64>(count, cdSize / kCentralSize)));
     DosTimeConverter times;
+    constexpr quint64 kStopPollEntries = 4096;
     for (quint64 n = 0; n < count; ++n) {
+        if (stop && n % kStopPollEntries == 0 && stop()) {
+            entries->clear();
+            return Fail(error, "stopped");
+        }
         if (end - p < kCentralSize || U32(p) != kCentralSig)
             return Fail(error, "the central directory is damaged");
         const quint16 madeBy = U16(p + 4);

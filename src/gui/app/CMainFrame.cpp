@@ -25,12 +25,11 @@
 #include "app/CVelaZipApp.h"
 #include "app/CommandIds.h"
 #include "app/Commands.h"
-#include "app/IProgressWindow.h"
 #include "app/VisualStyles.h"
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CJob.h"
 #include "common/MessageBox.h"
-#include "common/ResponsiveCall.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
@@ -85,18 +84,9 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     archiveTree->SetArchiveExtensions(m_settings.EnabledExtensions);
     archiveTree->SetSettings(&m_settings);
     connect(archiveTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
-    // An unpack or a pack keeps the frame from closing and from opening the options.
-    connect(archiveTree, &CVelaDragDropTree::OperationStarted, this,
-            [this](IProgressWindow* progress) { BeginOperation(Operation::Archive, progress); });
-    connect(archiveTree, &CVelaDragDropTree::OperationFinished, this,
-            [this] { EndOperation(Operation::Archive); });
     CVelaFileTree* fileTree = m_fileView->Dock()->Tree();
     fileTree->SetSettings(&m_settings);
     connect(fileTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
-    connect(fileTree, &CVelaFileTree::OperationStarted, this,
-            [this](IProgressWindow* progress) { BeginOperation(Operation::File, progress); });
-    connect(fileTree, &CVelaFileTree::OperationFinished, this,
-            [this] { EndOperation(Operation::File); });
     archiveTree->Populate(QString());
     m_fileView->Dock()->FillRoots();
 
@@ -139,7 +129,10 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
 
 void CMainFrame::ResetHistories() {}
 
-CMainFrame::~CMainFrame() = default;
+CMainFrame::~CMainFrame() {
+    // Nothing may run on after the trees it reports to.
+    CJob::AbortAll();
+}
 
 void CMainFrame::CreateClient(bool placed) {
     QSize size(1000, 680);
@@ -392,30 +385,8 @@ void CMainFrame::FocusNextPane(int step) {
     target->setFocus(step > 0 ? Qt::TabFocusReason : Qt::BacktabFocusReason);
 }
 
-void CMainFrame::BeginOperation(Operation operation, IProgressWindow* progress) {
-    m_busy[static_cast<size_t>(operation)] = Busy{true, progress};
-}
-
-void CMainFrame::EndOperation(Operation operation) {
-    m_busy[static_cast<size_t>(operation)] = Busy{};
-}
-
-bool CMainFrame::IsBusy(Operation operation) const {
-    return m_busy[static_cast<size_t>(operation)].running;
-}
-
 bool CMainFrame::BusyCheck() {
-    for (const Busy& busy : m_busy) {
-        if (busy.running) {
-            if (busy.progress != nullptr) {
-                busy.progress->PostStopRequest();
-            }
-            return true;
-        }
-    }
-    // A listing or a commit waiting for its worker thread: it cannot be stopped, and it
-    // ends by itself; until then nothing closes under it.
-    return vz::ResponsiveCallRunning();
+    return CJob::RequestStopOfRunning();
 }
 
 void CMainFrame::OnAbout() {

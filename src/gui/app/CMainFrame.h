@@ -16,16 +16,12 @@ class CFileView;
 class CVelaArchiveTree;
 class CVelaDragDropTree;
 class CVelaSplitter;
-class IProgressWindow;
 class QActionGroup;
 class QLabel;
 
 class CMainFrame : public QMainWindow {
     Q_OBJECT
 public:
-    // The long operations the frame keeps track of, in the order the busy check asks them.
-    enum class Operation { Archive = 0, File, SecondArchive, FinderSearch };
-
     // `arguments` are the program's arguments without the program itself.
     explicit CMainFrame(const QStringList& arguments, QWidget* parent = nullptr);
     ~CMainFrame() override;
@@ -60,12 +56,8 @@ public:
     void HideArchiveFinder();
     void HideFileFinder();
 
-    // A long operation starts (with its progress window) and ends.
-    void BeginOperation(Operation operation, IProgressWindow* progress);
-    void EndOperation(Operation operation);
-    bool IsBusy(Operation operation) const;
-    // Run before closing and before the options: when an operation runs, asks the first
-    // running one to stop and returns true (the command is then refused).
+    // Run before closing and before the options: when a job runs, asks it to stop (its
+    // interrupt question) and returns true (the command is then refused).
     bool BusyCheck();
 
     void OnAbout();
@@ -112,10 +104,4 @@ private:
     QWidget* m_fileFinderView = nullptr;
     QLabel* m_statusLabel = nullptr;
     QActionGroup* m_looks = nullptr;
-
-    struct Busy {
-        bool running = false;
-        IProgressWindow* progress = nullptr;
-    };
-    std::array<Busy, 4> m_busy;
 };

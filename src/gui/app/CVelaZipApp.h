@@ -16,10 +16,6 @@ struct CAppFlags {
     // Set only around the creation of a new zip archive; the Archive Browser then leaves
     // zip descriptions out of the status bar.
     bool creatingArchive = false;
-    // Set while the File Browser copies, while an unpack runs, while items are packed.
-    bool busyCopying = false;
-    bool busyUnpacking = false;
-    bool busyPacking = false;
     // One-shot permission for the File Browser to reveal the next added item when it does
     // not reveal each one (RefreshFileBrowserTreeWithAddingOfEachItem off).
     bool refreshNow = false;

@@ -8,11 +8,8 @@
 #include "archive/packer/CZipPacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CNameAndLevel.h"
-#include "common/CPackProgress.h"
-#include "common/CProgressObserver.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
-#include "common/ResponsiveCall.h"
 #include "platform/FileSystem.h"
 #include "settings/CSettingsRecord.h"
 
@@ -20,9 +17,20 @@ namespace pack = vz::pack;
 
 CArchiveAdding::CArchiveAdding(CVelaArchiveTree* tree) : m_tree(tree) {}
 
-bool CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, int mode) {
-    if (!target.isValid() || CVelaDragDropTree::OperationRunning()) {
-        return false;
+CJob::Setup CArchiveAdding::JobSetup() const {
+    CJob::Setup setup;
+    setup.parent = m_tree;
+    setup.title = QStringLiteral("Pack Progress");
+    setup.interruptQuestion = QStringLiteral("Interrupt the pack?");
+    return setup;
+}
+
+void CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, int mode,
+                         const Next& next) {
+    // A drop's own chain holds the busy guard; only the jobs of others refuse the add.
+    if (!target.isValid()) {
+        next(false);
+        return;
     }
     const QString targetPath = m_tree->PathOfItem(target);
     const bool sourceIsFolder = QFileInfo(sourcePath).isDir();
@@ -31,23 +39,28 @@ bool CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, i
     const int family = vz::ClassifyPath(targetPath, m_tree->ArchiveExtensions());
     if (ArchiveFamily::IsWritableZip(family)) {
         const vz::ArchivePathParts parts = vz::SplitArchivePath(targetPath);
-        return AddToArchive(sourcePath, sourceIsFolder, parts.archivePath, parts.innerPath, target,
-                            true);
+        AddToArchive(sourcePath, sourceIsFolder, parts.archivePath, parts.innerPath, target, true,
+                     next);
+        return;
     }
     if (family != ArchiveFamily::None) {
-        return false;  // never written
+        next(false);  // never written
+        return;
     }
     if (mode != 0) {
         // A further item of a drop on a disk folder: into the archive made for the first.
         if (m_createdArchive.isEmpty()) {
-            return false;
+            next(false);
+            return;
         }
-        return AddToArchive(sourcePath, sourceIsFolder, m_createdArchive, QString(), target, false);
+        AddToArchive(sourcePath, sourceIsFolder, m_createdArchive, QString(), target, false, next);
+        return;
     }
     if (!QFileInfo(targetPath).isDir()) {
-        return false;
+        next(false);
+        return;
     }
-    return CreateArchive(sourcePath, sourceIsFolder, targetPath, target);
+    CreateArchive(sourcePath, sourceIsFolder, targetPath, target, next);
 }
 
 bool CArchiveAdding::Choose(bool creating, const QString& name, pack::PackChoice* choice) {
@@ -86,40 +99,57 @@ bool CArchiveAdding::Choose(bool creating, const QString& name, pack::PackChoice
     return true;
 }
 
-bool CArchiveAdding::AddToArchive(const QString& sourcePath, bool sourceIsFolder,
+void CArchiveAdding::AddToArchive(const QString& sourcePath, bool sourceIsFolder,
                                   const QString& archivePath, const QString& innerFolder,
-                                  const QModelIndex& target, bool showOpenError) {
+                                  const QPersistentModelIndex& target, bool showOpenError,
+                                  const Next& next) {
     pack::PackChoice choice;
     if (!Choose(false, QFileInfo(archivePath).fileName(), &choice)) {
-        return false;
+        next(false);
+        return;
     }
-    CZipPacker packer;
-    packer.SetIni(pack::FillIniPack(m_tree->Settings(), false, choice));
-    bool opened = false;
-    vz::RunResponsive([&] { opened = packer.OpenArchive(archivePath); });
-    if (!opened) {
-        if (showOpenError) {
-            vz::ShowError(m_tree, QStringLiteral("Error Opening Archive"),
-                          QStringLiteral("Cannot open the archive."));
-        }
-        return false;
-    }
-    const bool added = RunAdd(packer, sourcePath, sourceIsFolder, innerFolder);
-    packer.CloseArchive();
-    // A failure inside the add ends it without a further message.
-    if (added) {
-        m_tree->RelistAfterAdd(target);
-    }
-    return added;
+    auto packer = std::make_shared<CZipPacker>();
+    packer->SetIni(pack::FillIniPack(m_tree->Settings(), false, choice));
+    struct Result {
+        bool opened = false;
+        bool added = false;
+        QString reason;
+    };
+    auto result = std::make_shared<Result>();
+    IItemListener* tree = m_tree;
+    CJob::Start(
+        JobSetup(),
+        [packer, result, archivePath, sourcePath, sourceIsFolder, innerFolder, tree](CJob& job) {
+            result->opened = packer->OpenArchive(archivePath);
+            if (!result->opened) {
+                result->reason = packer->LastError();
+                return;
+            }
+            packer->SetWndArchiveTree(job.UiListener(tree));
+            result->added = RunAdd(job, *packer, sourcePath, sourceIsFolder, innerFolder);
+            packer->CloseArchive();
+        },
+        [this, result, target, showOpenError, next](CJob&) {
+            if (!result->opened && showOpenError) {
+                vz::ShowFailure(m_tree, vz::texts::OpenArchive(), result->reason);
+            }
+            // A failure inside the add ends it without a further message.
+            if (result->added) {
+                m_tree->RelistAfterAdd(target);
+            }
+            next(result->added);
+        });
 }
 
-bool CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolder,
-                                   const QString& folder, const QModelIndex& target) {
+void CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolder,
+                                   const QString& folder, const QPersistentModelIndex& target,
+                                   const Next& next) {
     m_createdArchive.clear();
     const QString proposed = pack::ProposedArchiveName(sourcePath);
     pack::PackChoice choice;
     if (!Choose(true, proposed, &choice)) {
-        return false;
+        next(false);
+        return;
     }
     // The name edit can be changed only with AskBeforeCreation on.
     QString name = m_tree->Settings().AskBeforeCreation
@@ -137,44 +167,57 @@ bool CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
                                pack::ReplaceArchiveQuestion(path, existing.size, existing.modified),
                                QMessageBox::Question, QMessageBox::Yes | QMessageBox::No);
         if (answer != QMessageBox::Yes) {
-            return false;
+            next(false);
+            return;
         }
     }
 
-    CZipPacker packer;
-    packer.SetIni(pack::FillIniPack(m_tree->Settings(), true, choice));
+    auto packer = std::make_shared<CZipPacker>();
+    packer->SetIni(pack::FillIniPack(m_tree->Settings(), true, choice));
+    struct Result {
+        bool created = false;
+        bool added = false;
+        QString reason;
+    };
+    auto result = std::make_shared<Result>();
     CAppFlags& flags = CVelaZipApp::Flags();
     flags.creatingArchive = true;
-    const bool created = packer.CreateArchive(path);
-    flags.creatingArchive = false;
-    if (!created) {
-        vz::ShowError(m_tree, QStringLiteral("Error Creating Archive"),
-                      QStringLiteral("Cannot create the archive %1.").arg(path));
-        return false;
-    }
-    if (!RunAdd(packer, sourcePath, sourceIsFolder, QString())) {
-        // A failure inside the add ends it without a further message. Nothing was written:
-        // no empty archive is left, and a file it was to replace stays.
-        packer.AbandonArchive();
-        return false;
-    }
-    packer.CloseArchive();
-    m_createdArchive = path;
-    m_tree->RelistAfterAdd(target);
-    return true;
+    IItemListener* tree = m_tree;
+    CJob::Start(
+        JobSetup(),
+        [packer, result, path, sourcePath, sourceIsFolder, tree](CJob& job) {
+            result->created = packer->CreateArchive(path);
+            if (!result->created) {
+                result->reason = packer->LastError();
+                return;
+            }
+            packer->SetWndArchiveTree(job.UiListener(tree));
+            result->added = RunAdd(job, *packer, sourcePath, sourceIsFolder, QString());
+            if (result->added) {
+                packer->CloseArchive();
+            } else {
+                // Nothing was written: no empty archive is left, and a file it was to
+                // replace stays.
+                packer->AbandonArchive();
+            }
+        },
+        [this, result, path, target, next](CJob&) {
+            CAppFlags& appFlags = CVelaZipApp::Flags();
+            appFlags.creatingArchive = false;
+            if (!result->created) {
+                vz::ShowFailure(m_tree, vz::texts::CreateArchive(path), result->reason);
+            } else if (result->added) {
+                // A failure inside the add ends it without a further message.
+                m_createdArchive = path;
+                m_tree->RelistAfterAdd(target);
+            }
+            next(result->added);
+        });
 }
 
-bool CArchiveAdding::RunAdd(CZipPacker& packer, const QString& sourcePath, bool sourceIsFolder,
-                            const QString& innerFolder) {
-    CPackProgress progress(m_tree);
-    progress.show();
-    CProgressObserver observer(&progress, QStringLiteral("Interrupt the pack?"), m_tree);
-    packer.SetHandleDialogProgress(&observer);
-    packer.SetWndArchiveTree(m_tree);
-
-    CAppFlags& flags = CVelaZipApp::Flags();
-    flags.busyPacking = true;
-    emit m_tree->OperationStarted(&progress);
+bool CArchiveAdding::RunAdd(CJob& job, CZipPacker& packer, const QString& sourcePath,
+                            bool sourceIsFolder, const QString& innerFolder) {
+    packer.SetHandleDialogProgress(&job.Observer());
     bool added = false;
     if (innerFolder.isEmpty()) {
         added = sourceIsFolder ? packer.AddFolderToArchive(sourcePath, sourcePath, true)
@@ -184,9 +227,6 @@ bool CArchiveAdding::RunAdd(CZipPacker& packer, const QString& sourcePath, bool 
                     ? packer.AddFolderToArchiveFolder(sourcePath, sourcePath, innerFolder, true)
                     : packer.AddFileToArchiveFolder(sourcePath, innerFolder);
     }
-    flags.busyPacking = false;
-    emit m_tree->OperationFinished();
-    progress.hide();
     packer.SetHandleDialogProgress(nullptr);
     return added;
 }

@@ -7,26 +7,33 @@
 //
 // Before packing, "Name and Compression Settings" asks what the settings leave to be asked
 // (once per drop: the further items use the same answers). Each add is one commit of
-// CZipPacker under the "Pack Progress" dialog (Stop asks "Interrupt the pack?"); a failure,
+// CZipPacker, run as a job under the "Pack Progress" window (Stop asks "Interrupt the
+// pack?"); a failure,
 // a Stop or a cancelled question leaves the archive as it was, and a new archive whose first
 // item did not go in is not left behind. The Archive Browser then lists the target again.
 
 #include <QModelIndex>
+#include <QPersistentModelIndex>
 #include <QString>
 
+#include <functional>
+
 #include "archive/PackSettings.h"
+#include "common/CJob.h"
 
 class CVelaArchiveTree;
 class CZipPacker;
 
 class CArchiveAdding {
 public:
+    // Told whether the rest of a drop goes on (false: nothing was added).
+    using Next = std::function<void(bool goOn)>;
+
     explicit CArchiveAdding(CVelaArchiveTree* tree);
 
-    // `mode` 0 for the first (or only) item of a drop, 1 for each further one. False when
-    // nothing was added (the rest of the drop is then not added either).
-    bool Add(const QString& sourcePath, const QModelIndex& target, int mode);
-
+    // `mode` 0 for the first (or only) item of a drop, 1 for each further one. The add runs
+    // as a job; `next` is told when it has ended (at once when nothing starts).
+    void Add(const QString& sourcePath, const QModelIndex& target, int mode, const Next& next);
     // The archive made for the first item of the current drop (empty before it).
     QString CreatedArchive() const { return m_createdArchive; }
 
@@ -34,14 +41,16 @@ private:
     // The level, method and encryption of this add: from the fixed settings, from the
     // answers given for this drop, or from the dialog. False when the dialog was cancelled.
     bool Choose(bool creating, const QString& name, vz::pack::PackChoice* choice);
-    bool AddToArchive(const QString& sourcePath, bool sourceIsFolder, const QString& archivePath,
-                      const QString& innerFolder, const QModelIndex& target, bool showOpenError);
-    bool CreateArchive(const QString& sourcePath, bool sourceIsFolder, const QString& folder,
-                       const QModelIndex& target);
-    // One add call under the progress dialog; false when it failed or was stopped (no
-    // message either way).
-    bool RunAdd(CZipPacker& packer, const QString& sourcePath, bool sourceIsFolder,
-                const QString& innerFolder);
+    void AddToArchive(const QString& sourcePath, bool sourceIsFolder, const QString& archivePath,
+                      const QString& innerFolder, const QPersistentModelIndex& target,
+                      bool showOpenError, const Next& next);
+    void CreateArchive(const QString& sourcePath, bool sourceIsFolder, const QString& folder,
+                       const QPersistentModelIndex& target, const Next& next);
+    // On the worker: one add call; false when it failed or was stopped (no message either
+    // way).
+    static bool RunAdd(CJob& job, CZipPacker& packer, const QString& sourcePath,
+                       bool sourceIsFolder, const QString& innerFolder);
+    CJob::Setup JobSetup() const;
 
     CVelaArchiveTree* m_tree;
     QString m_createdArchive;

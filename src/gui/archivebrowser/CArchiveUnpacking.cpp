@@ -6,11 +6,9 @@
 #include "archive/ArchiveClassifier.h"
 #include "archive/EntryList.h"
 #include "archivebrowser/CVelaArchiveTree.h"
-#include "common/CPackProgress.h"
-#include "common/CProgressObserver.h"
+#include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "common/OpenWithDefault.h"
-#include "common/ResponsiveCall.h"
 #include "settings/CSettingsRecord.h"
 
 namespace {
@@ -39,47 +37,40 @@ bool CArchiveUnpacking::DoubleClickOpening() const {
     return m_tree->Settings().EnableDoubleClickToOpenAFileFromArchive;
 }
 
-bool CArchiveUnpacking::Open(CArchiveUnpacker& unpacker, const QString& sourcePath,
-                             Outcome& outcome) {
-    const vz::ArchivePathParts parts = vz::SplitArchivePath(sourcePath);
+CJob::Setup CArchiveUnpacking::JobSetup() const {
+    CJob::Setup setup;
+    setup.parent = m_tree;
+    setup.title = QStringLiteral("Unpack Progress");
+    setup.interruptQuestion = QStringLiteral("Interrupt the unpack?");
+    return setup;
+}
+
+bool CArchiveUnpacking::Open(CArchiveUnpacker& unpacker, Outcome& outcome) {
+    const vz::ArchivePathParts parts = vz::SplitArchivePath(outcome.sourcePath);
     outcome.archivePath = parts.archivePath;
     outcome.innerPath = parts.innerPath;
     if (parts.archivePath.isEmpty()) {
         return false;
     }
-    bool folder = false;
-    vz::RunResponsive([&] {
-        outcome.opened = vz::OpenForFamily(unpacker, parts.archivePath);
-        if (outcome.opened && !parts.innerPath.isEmpty()) {
-            folder = unpacker.IsFolder(parts.innerPath);
-        }
-    });
+    outcome.opened = vz::OpenForFamily(unpacker, parts.archivePath);
     if (!outcome.opened) {
+        outcome.reason = unpacker.LastError();
         unpacker.CloseArchive();
-        vz::ShowError(m_tree, QStringLiteral("Error Opening Archive"),
-                      QStringLiteral("Cannot open the archive."));
         return false;
     }
+    const bool folder = !parts.innerPath.isEmpty() && unpacker.IsFolder(parts.innerPath);
     outcome.what = parts.innerPath.isEmpty() ? What::Archive : folder ? What::Folder : What::File;
     return true;
 }
 
-void CArchiveUnpacking::Run(CArchiveUnpacker& unpacker, const QString& destination,
+void CArchiveUnpacking::Run(CJob& job, CArchiveUnpacker& unpacker, const QString& destination,
                             const INIUNPACK& ini, IItemListener* listener, Outcome& outcome) {
-    CPackProgress progress(m_tree);
-    progress.setWindowTitle(QStringLiteral("Unpack Progress"));
-    progress.show();
-    CProgressObserver observer(&progress, QStringLiteral("Interrupt the unpack?"), m_tree);
     unpacker.SetIni(ini);
-    unpacker.SetHandleDialogProgress(&observer);
-    unpacker.SetWndFileTree(listener);
+    unpacker.SetHandleDialogProgress(&job.Observer());
+    unpacker.SetWndFileTree(job.UiListener(listener));
     if (unpacker.Family() == ArchiveFamily::Cab && outcome.what == What::Archive) {
         unpacker.InitScan();
     }
-
-    CAppFlags& flags = CVelaZipApp::Flags();
-    flags.busyUnpacking = true;
-    emit m_tree->OperationStarted(&progress);
     switch (outcome.what) {
         case What::Archive:
             outcome.ok = unpacker.UnpackArchive(destination);
@@ -91,26 +82,65 @@ void CArchiveUnpacking::Run(CArchiveUnpacker& unpacker, const QString& destinati
             outcome.ok = unpacker.UnpackFile(outcome.innerPath, destination);
             break;
     }
-    flags.busyUnpacking = false;
-    emit m_tree->OperationFinished();
-    outcome.cancelled = unpacker.WasCancelled() || observer.Cancelled();
-    progress.hide();
+    outcome.cancelled = unpacker.WasCancelled() || job.Cancelled();
+    if (!outcome.ok) {
+        outcome.reason = unpacker.LastError();
+    }
     unpacker.CloseArchive();
 }
 
+void CArchiveUnpacking::ShowFailure(const Outcome& outcome, const QString& details) const {
+    if (!outcome.opened) {
+        vz::ShowFailure(m_tree, vz::texts::OpenArchive(), details);
+        return;
+    }
+    if (outcome.ok || outcome.cancelled) {
+        return;
+    }
+    switch (outcome.what) {
+        case What::Archive:
+            vz::ShowFailure(m_tree,
+                            vz::texts::Unpack(vz::texts::UnpackWhat::Archive, outcome.archivePath),
+                            details);
+            break;
+        case What::Folder:
+            vz::ShowFailure(m_tree,
+                            vz::texts::Unpack(vz::texts::UnpackWhat::Folder, outcome.sourcePath),
+                            details);
+            break;
+        case What::File:
+            vz::ShowFailure(m_tree,
+                            vz::texts::Unpack(vz::texts::UnpackWhat::File, outcome.sourcePath),
+                            details);
+            break;
+    }
+}
+
+namespace {
+
+// The core's reason of a failure, then what it reported about single entries.
+QString DetailsOf(const QString& reason, const CJob& job) {
+    QStringList lines;
+    if (!reason.isEmpty()) {
+        lines << reason;
+    }
+    const QString reported = job.Reasons();
+    if (!reported.isEmpty()) {
+        lines << reported;
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+}  // namespace
+
 bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destination, int family,
                                IItemListener* fileTree) {
-    if (CVelaDragDropTree::OperationRunning()) {
+    if (CJob::Busy()) {
         return false;
     }
-    const std::unique_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
-    Outcome outcome;
-    if (!unpacker) {
-        vz::ShowError(m_tree, QStringLiteral("Error Opening Archive"),
-                      QStringLiteral("Cannot open the archive."));
-        return false;
-    }
-    if (!Open(*unpacker, sourcePath, outcome)) {
+    std::shared_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
+    if (!unpacker || vz::SplitArchivePath(sourcePath).archivePath.isEmpty()) {
+        vz::ShowFailure(m_tree, vz::texts::OpenArchive(), vz::NoUnpackerReason(family));
         return false;
     }
 
@@ -126,72 +156,77 @@ bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destina
     const bool eachItem = settings.RefreshFileBrowserTreeWithAddingOfEachItem;
     CAppFlags& flags = CVelaZipApp::Flags();
     flags.lastAddedPath.clear();
-    if (!eachItem) {
-        flags.refreshNow = outcome.what == What::File;
-    }
-    Run(*unpacker, destination, ini, fileTree, outcome);
-    if (!eachItem) {
-        flags.refreshNow = false;
-        if (outcome.what != What::File && fileTree != nullptr && !flags.lastAddedPath.isEmpty()) {
-            flags.refreshNow = true;
-            fileTree->ItemAdded(flags.lastAddedPath);
-            flags.refreshNow = false;
-        }
-    }
+    auto outcome = std::make_shared<Outcome>();
+    outcome->sourcePath = sourcePath;
 
-    if (!outcome.ok && !outcome.cancelled) {
-        switch (outcome.what) {
-            case What::Archive:
-                vz::ShowError(
-                    m_tree, QStringLiteral("Error Unpacking Archive"),
-                    QStringLiteral("Cannot unpack the archive %1.").arg(outcome.archivePath));
-                break;
-            case What::Folder:
-                vz::ShowError(m_tree, QStringLiteral("Error Unpacking Folder"),
-                              QStringLiteral("Cannot unpack the folder %1.").arg(sourcePath));
-                break;
-            case What::File:
-                vz::ShowError(m_tree, QStringLiteral("Error Unpacking File"),
-                              QStringLiteral("Cannot unpack the file %1.").arg(sourcePath));
-                break;
-        }
-    }
-    return outcome.ok;
+    CJob::Start(
+        JobSetup(),
+        [unpacker, outcome, destination, ini, eachItem, fileTree](CJob& job) {
+            if (!Open(*unpacker, *outcome)) {
+                return;
+            }
+            if (!eachItem) {
+                const bool oneFile = outcome->what == What::File;
+                job.OnUi([oneFile] { CVelaZipApp::Flags().refreshNow = oneFile; });
+            }
+            Run(job, *unpacker, destination, ini, fileTree, *outcome);
+        },
+        [this, outcome, eachItem, fileTree](CJob& job) {
+            CAppFlags& appFlags = CVelaZipApp::Flags();
+            if (!eachItem) {
+                appFlags.refreshNow = false;
+                if (outcome->what != What::File && fileTree != nullptr &&
+                    !appFlags.lastAddedPath.isEmpty()) {
+                    appFlags.refreshNow = true;
+                    fileTree->ItemAdded(appFlags.lastAddedPath);
+                    appFlags.refreshNow = false;
+                }
+            }
+            ShowFailure(*outcome, DetailsOf(outcome->reason, job));
+        });
+    return true;
 }
 
 bool CArchiveUnpacking::OpenFromArchive(const QString& itemPath) {
-    if (!DoubleClickOpening() || CVelaDragDropTree::OperationRunning()) {
+    if (!DoubleClickOpening() || CJob::Busy()) {
         return false;
     }
     const int family = vz::ClassifyPath(itemPath, m_tree->ArchiveExtensions());
-    const std::unique_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
+    std::shared_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
     if (!unpacker || vz::SplitArchivePath(itemPath).innerPath.isEmpty()) {
         return false;
     }
-    Outcome outcome;
-    if (!Open(*unpacker, itemPath, outcome)) {
-        return false;
-    }
-    if (outcome.what != What::File) {
-        unpacker->CloseArchive();
-        return false;
-    }
     const QString folder = TempFolder();
-    QDir().mkpath(folder);
-    Run(*unpacker, folder, TempFolderIni(), nullptr, outcome);
-    if (outcome.ok) {
-        return vz::OpenWithDefaultApplication(folder + QLatin1Char('/') +
-                                              vz::LastComponent(outcome.innerPath));
-    }
-    if (!outcome.cancelled) {
-        vz::ShowError(m_tree, QStringLiteral("Error Unpacking File"),
-                      QStringLiteral("Cannot unpack the file %1.").arg(itemPath));
-    }
-    return false;
+    auto outcome = std::make_shared<Outcome>();
+    outcome->sourcePath = itemPath;
+    CJob::Start(
+        JobSetup(),
+        [unpacker, outcome, folder](CJob& job) {
+            if (!Open(*unpacker, *outcome)) {
+                return;
+            }
+            if (outcome->what != What::File) {
+                // Folders open in the tree, not here.
+                unpacker->CloseArchive();
+                outcome->ok = true;
+                return;
+            }
+            QDir().mkpath(folder);
+            Run(job, *unpacker, folder, TempFolderIni(), nullptr, *outcome);
+        },
+        [this, outcome, folder](CJob& job) {
+            if (outcome->opened && outcome->ok && outcome->what == What::File) {
+                vz::OpenWithDefaultApplication(folder + QLatin1Char('/') +
+                                               vz::LastComponent(outcome->innerPath));
+                return;
+            }
+            ShowFailure(*outcome, DetailsOf(outcome->reason, job));
+        });
+    return true;
 }
 
 bool CArchiveUnpacking::UnpackForDragOut(const QString& itemPath, QString* renderedPath) {
-    if (CVelaDragDropTree::OperationRunning()) {
+    if (CJob::Busy()) {
         return false;
     }
     const int family = vz::ClassifyPath(itemPath, m_tree->ArchiveExtensions());
@@ -200,13 +235,19 @@ bool CArchiveUnpacking::UnpackForDragOut(const QString& itemPath, QString* rende
     if (!unpacker || vz::SplitArchivePath(itemPath).innerPath.isEmpty()) {
         return false;
     }
-    Outcome outcome;
-    if (!Open(*unpacker, itemPath, outcome)) {
-        return false;
-    }
     const QString folder = TempFolder();
-    QDir().mkpath(folder);
-    Run(*unpacker, folder, TempFolderIni(), nullptr, outcome);
+    Outcome outcome;
+    outcome.sourcePath = itemPath;
+    // The other application waits for the file: the job is waited for, under its window.
+    CJob::Run(JobSetup(), [&](CJob& job) {
+        if (Open(*unpacker, outcome)) {
+            QDir().mkpath(folder);
+            Run(job, *unpacker, folder, TempFolderIni(), nullptr, outcome);
+        }
+    });
+    if (!outcome.opened) {
+        vz::ShowFailure(m_tree, vz::texts::OpenArchive(), outcome.reason);
+    }
     if (renderedPath != nullptr) {
         *renderedPath = folder + QLatin1Char('/') + vz::LastComponent(outcome.innerPath);
     }

@@ -4,15 +4,16 @@
 // folder and handed to its default application); and the entry dragged to another
 // application (unpacked into the temporary folder when that application asks for it).
 //
-// Each unpack opens the archive with its family's unpacker, runs one call under the modeless
-// "Unpack Progress" dialog (Stop asks "Interrupt the unpack?"), closes the archive and shows
-// a failure once: "Cannot open the archive." when it does not open, else "Cannot unpack the
-// archive %1." (folder, file). A Stop or a cancelled question shows nothing. While the call
-// runs the program-wide busy-unpacking flag is set and the main frame knows the dialog.
+// Each unpack is a job: on its worker it opens the archive with its family's unpacker, runs
+// one call under the modeless "Unpack Progress" window (Stop asks "Interrupt the unpack?")
+// and closes the archive; afterwards a failure is shown once: "Cannot open the archive."
+// when it does not open, else "Cannot unpack the archive %1." (folder, file), with the
+// core's reason in the details. A Stop or a cancelled question shows nothing.
 
 #include <QString>
 
 #include "archive/CArchiveUnpacker.h"
+#include "common/CJob.h"
 
 class CVelaArchiveTree;
 class IItemListener;
@@ -27,14 +28,16 @@ public:
 
     // A drop of the entry at `sourcePath` (of `family`) on the folder `destination` of the
     // File Browser `fileTree`, with the "Unpack" settings; the File Browser reveals what was
-    // written by its refresh settings. False on any failure, Stop or cancel.
+    // written by its refresh settings. The unpack runs as a job: true when it started (it
+    // does not while another operation runs).
     bool Unpack(const QString& sourcePath, const QString& destination, int family,
                 IItemListener* fileTree);
     // A double-click on an item: a file entry is unpacked into the temporary folder and
-    // opened. Nothing happens for an archive or a folder, or with double-click opening off.
+    // opened when the job ends. Nothing happens for an archive or a folder, or with
+    // double-click opening off. True when the job started.
     bool OpenFromArchive(const QString& itemPath);
-    // The entry dragged to another application, unpacked into the temporary folder; the
-    // path of the copy in `renderedPath`. A whole archive gives nothing (false).
+    // The entry dragged to another application, unpacked into the temporary folder before
+    // this returns; the path of the copy in `renderedPath`. A whole archive gives nothing.
     bool UnpackForDragOut(const QString& itemPath, QString* renderedPath);
 
 private:
@@ -44,15 +47,19 @@ private:
         bool ok = false;
         bool cancelled = false;
         What what = What::Archive;
+        QString sourcePath;
         QString archivePath;
         QString innerPath;
+        QString reason;  // the core's reason of a failure
     };
-    // Opens the archive of `sourcePath` and decides what it is; false when it does not open
-    // (the open failure has been shown).
-    bool Open(CArchiveUnpacker& unpacker, const QString& sourcePath, Outcome& outcome);
-    // One unpack call under the progress dialog.
-    void Run(CArchiveUnpacker& unpacker, const QString& destination, const INIUNPACK& ini,
-             IItemListener* listener, Outcome& outcome);
+    // On the worker: opens the archive of `outcome.sourcePath` and decides what it is.
+    static bool Open(CArchiveUnpacker& unpacker, Outcome& outcome);
+    // On the worker: the one unpack call of the job.
+    static void Run(CJob& job, CArchiveUnpacker& unpacker, const QString& destination,
+                    const INIUNPACK& ini, IItemListener* listener, Outcome& outcome);
+    // On the user-interface thread, after the job: the failure box, if one is due.
+    void ShowFailure(const Outcome& outcome, const QString& details) const;
+    CJob::Setup JobSetup() const;
     bool DoubleClickOpening() const;
 
     CVelaArchiveTree* m_tree;

@@ -20,15 +20,16 @@
 #include "archive/EntryList.h"
 #include "archive/packer/CZipPacker.h"
 #include "archivebrowser/CArchiveAdding.h"
+#include "archivebrowser/CArchiveEditing.h"
 #include "archivebrowser/CArchiveFileProperties.h"
 #include "archivebrowser/CArchiveFolderProperties.h"
 #include "archivebrowser/CArchiveUnpacking.h"
 #include "common/CConfirmDelete.h"
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
+#include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
-#include "common/ResponsiveCall.h"
 #include "common/Texts.h"
 #include "dragdrop/CVelaDataSource.h"
 #include "fileops/FileDelete.h"
@@ -102,7 +103,8 @@ private:
 CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
     : CVelaDragDropTree(parent),
       m_unpacking(std::make_unique<CArchiveUnpacking>(this)),
-      m_adding(std::make_unique<CArchiveAdding>(this)) {
+      m_adding(std::make_unique<CArchiveAdding>(this)),
+      m_editing(std::make_unique<CArchiveEditing>(this)) {
     setObjectName(QStringLiteral("ArchiveBrowserTree"));
     TreeModel()->SetIconSource([this](const QModelIndex& item) { return IconFor(item); });
     TreeModel()->SetEditable(true);
@@ -242,6 +244,13 @@ void CVelaArchiveTree::ListDiskFolder(const QModelIndex& item, const QString& fo
     }
 }
 
+CJob::Setup CVelaArchiveTree::ListingJob() const {
+    CJob::Setup setup;
+    setup.parent = const_cast<CVelaArchiveTree*>(this);
+    setup.title = QStringLiteral("List Progress");
+    return setup;
+}
+
 void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& path, int family) {
     const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
     std::unique_ptr<CArchiveUnpacker> unpacker = vz::CreateUnpacker(family);
@@ -255,17 +264,22 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
     bool opened = false;
     bool listed = false;
     ArchiveLevel level;
-    vz::RunResponsive([&] {
+    const bool finished = CJob::Run(ListingJob(), [&](CJob& job) {
+        unpacker->SetHandleDialogProgress(&job.Observer());
+        job.Observer().Progress(0, parts.archivePath);
         opened = vz::OpenForFamily(*unpacker, parts.archivePath);
         if (opened) {
             listed = unpacker->ListLevel(parts.innerPath, level);
         }
+        unpacker->SetHandleDialogProgress(nullptr);
         unpacker->CloseArchive();
     });
     if (!opened || !listed) {
         m_listingFailed = true;
-        vz::ShowError(this, QStringLiteral("Error Opening Archive"),
-                      QStringLiteral("Cannot open the archive."));
+        // A stopped listing says nothing: the user asked for it.
+        if (finished) {
+            vz::ShowFailure(this, vz::texts::OpenArchive(), unpacker->LastError());
+        }
         // The item stays without children, and so without an expander, until it is collapsed
         // and expanded again.
         TreeModel()->AppendItems(item, {});
@@ -333,7 +347,9 @@ QString CVelaArchiveTree::StatusText(const QModelIndex& item) const {
             return {};
         }
         QString text;
-        vz::RunResponsive([&] { text = vz::DescribeArchivePath(path, m_extensions); });
+        CJob::Run(ListingJob(), [&](CJob& job) {
+            text = vz::DescribeArchivePath(path, m_extensions, &job.Observer());
+        });
         return text;
     }
     const QString prefix = FolderOf(path);
@@ -411,9 +427,9 @@ int CVelaArchiveTree::Kind() const {
 
 // ---- Drag and drop: unpacking and adding ----
 
-bool CVelaArchiveTree::DropPathOnItem(const QString& path, const QModelIndex& target,
-                                      bool notFirst) {
-    return Add(path, target, notFirst ? 1 : 0);
+void CVelaArchiveTree::DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst,
+                                      const DropNext& next) {
+    Add(path, target, notFirst ? 1 : 0, next);
 }
 
 void CVelaArchiveTree::DropDraggedItemOnOtherTree(const QModelIndex& source,
@@ -451,15 +467,15 @@ bool CVelaArchiveTree::Unpack(const QString& sourcePath, const QString& destinat
     const int family = vz::ClassifyPath(sourcePath, m_extensions);
     if (family == ArchiveFamily::None) {
         // The archive went away (or changed into something else) since it was listed.
-        vz::ShowError(this, QStringLiteral("Error Opening Archive"),
-                      QStringLiteral("Cannot open the archive."));
+        vz::ShowFailure(this, vz::texts::OpenArchive());
         return false;
     }
     return m_unpacking->Unpack(sourcePath, destination, family, fileTree);
 }
 
-bool CVelaArchiveTree::Add(const QString& sourcePath, const QModelIndex& target, int mode) {
-    return m_adding->Add(sourcePath, target, mode);
+void CVelaArchiveTree::Add(const QString& sourcePath, const QModelIndex& target, int mode,
+                           const DropNext& next) {
+    m_adding->Add(sourcePath, target, mode, next);
 }
 
 QString CVelaArchiveTree::CreatedArchive() const {
@@ -599,25 +615,7 @@ void CVelaArchiveTree::StartLabelEdit(const QModelIndex& item, int mode,
 
 void CVelaArchiveTree::OnRename() {
     m_editMode = kEditNone;
-    const QModelIndex item = currentIndex();
-    if (!CommandStateOf(item).rename) {
-        return;
-    }
-    const vz::ArchivePathParts parts = vz::SplitArchivePath(PathOfItem(item));
-    bool opened = false;
-    bool folder = false;
-    vz::RunResponsive([&] {
-        CZipUnpacker unpacker(QString{});
-        opened = unpacker.OpenArchive(parts.archivePath);
-        if (opened) {
-            folder = unpacker.IsFolder(parts.innerPath);
-        }
-        unpacker.CloseArchive();
-    });
-    if (!opened) {
-        return;
-    }
-    StartLabelEdit(item, folder ? kEditFolder : kEditFile, parts.innerPath);
+    m_editing->Rename(currentIndex());
 }
 
 bool CVelaArchiveTree::EndLabelEdit(const QModelIndex& item, const QString& text) {
@@ -627,284 +625,15 @@ bool CVelaArchiveTree::EndLabelEdit(const QModelIndex& item, const QString& text
     if (!item.isValid() || mode == kEditNone) {
         return false;
     }
-    return RenameEntry(QPersistentModelIndex(item), mode, oldInnerPath, text);
-}
-
-bool CVelaArchiveTree::RenameEntry(const QPersistentModelIndex& item, int mode,
-                                   const QString& oldInnerPath, const QString& text) {
-    const bool isFolder = mode == kEditFolder;
-    const QString caption = fileops::RenameErrorCaption(isFolder);
-    // A refused or failed name: the message, then the editor again on the same item.
-    const auto refuse = [&](const QString& message) {
-        vz::ShowError(this, caption, message);
-        StartLabelEdit(item, mode, oldInnerPath);
-        return false;
-    };
-
-    const fileops::RenameCheck check = archiveedit::CheckEntryName(oldInnerPath, text);
-    switch (check.verdict) {
-        case fileops::RenameVerdict::EmptyName:
-        case fileops::RenameVerdict::ForbiddenCharacter:
-            return refuse(fileops::RenameRefusalText(check.verdict, isFolder));
-        case fileops::RenameVerdict::LabelOnly:
-            // The same name in another case: nothing changes, in the archive or in the tree.
-            return true;
-        case fileops::RenameVerdict::AlreadyExists:
-        case fileops::RenameVerdict::Rename:
-            break;
-    }
-
-    const QString path = PathOfItem(item);
-    const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
-    CZipPacker packer;
-    bool opened = false;
-    bool taken = false;
-    ZIPFILEFULLINFO info;
-    vz::RunResponsive([&] {
-        opened = packer.OpenArchive(parts.archivePath);
-        if (!opened) {
-            return;
-        }
-        // Either kind of entry of that name blocks the rename.
-        taken = packer.FileExists(check.newPath) || packer.FolderExists(check.newPath);
-        if (!isFolder) {
-            packer.GetFileInfo(oldInnerPath, info);
-        }
-    });
-    if (!opened) {
-        return refuse(fileops::RenameFailureText(isFolder));
-    }
-    if (taken) {
-        packer.CloseArchive();
-        return refuse(fileops::RenameRefusalText(fileops::RenameVerdict::AlreadyExists, isFolder));
-    }
-
-    if (!isFolder) {
-        const QString question = archiveedit::RenameConfirmation(
-            info.attributes, vz::LastComponent(oldInnerPath), check.newName);
-        if (!question.isEmpty()) {
-            CConfirmRename dialog(this);
-            dialog.setWindowTitle(archiveedit::RenameConfirmCaption());
-            dialog.SetMessage(question);
-            dialog.SetItem(path, ConfirmIcon::ExtensionOnly);
-            const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
-            dialog.SetDetails(lines.first, lines.second);
-            const int answer = vz::ExecModal(dialog);
-            if (answer != QDialog::Accepted) {
-                // The entry keeps its name. After "No" the user may type another name; a
-                // cancel ends the edit here.
-                packer.CloseArchive();
-                if (answer == CConfirmRename::kDeclined)
-                    StartLabelEdit(item, mode, oldInnerPath);
-                return false;
-            }
-        }
-    }
-
-    bool renamed = false;
-    emit StatusTextChanged(archiveedit::RenamingStatusText());
-    {
-        WaitCursor wait;
-        vz::RunResponsive([&] {
-            renamed = isFolder ? packer.RenameFolder(oldInnerPath, check.newPath)
-                               : packer.RenameFile(oldInnerPath, check.newPath);
-            packer.CloseArchive();
-        });
-    }
-    emit StatusTextChanged(QString());
-    if (!renamed) {
-        return refuse(fileops::RenameFailureText(isFolder));
-    }
-    // The items below a renamed folder follow: their paths are rebuilt from the labels.
-    TreeModel()->SetLabel(item, check.newName);
-    return true;
+    return m_editing->EndRename(QPersistentModelIndex(item), mode, oldInnerPath, text);
 }
 
 void CVelaArchiveTree::OnDelete() {
-    const QModelIndex item = currentIndex();
-    if (!CommandStateOf(item).remove) {
-        return;
-    }
-    const vz::ArchivePathParts parts = vz::SplitArchivePath(PathOfItem(item));
-    bool opened = false;
-    bool folder = false;
-    QString description;
-    vz::RunResponsive([&] {
-        CZipUnpacker unpacker(QString{});
-        opened = unpacker.OpenArchive(parts.archivePath);
-        if (opened) {
-            folder = unpacker.IsFolder(parts.innerPath);
-            if (folder) {
-                description = unpacker.GetFolderOutputInfo(parts.innerPath);
-            }
-        }
-        unpacker.CloseArchive();
-    });
-    if (!opened) {
-        // The kind is not known; the tree says what it shows.
-        const bool isFolder = TreeModel()->Kind(item) == kArchiveFolder;
-        vz::ShowError(this, fileops::DeleteErrorCaption(isFolder),
-                      fileops::DeleteFailureText(isFolder));
-        return;
-    }
-    if (folder) {
-        DeleteFolderEntry(item, parts.archivePath, parts.innerPath, description);
-    } else {
-        DeleteFileEntry(item, parts.archivePath, parts.innerPath);
-    }
-}
-
-void CVelaArchiveTree::DeleteFileEntry(const QPersistentModelIndex& item,
-                                       const QString& archivePath, const QString& innerPath) {
-    const QString caption = fileops::DeleteErrorCaption(false);
-    CZipPacker packer;
-    bool opened = false;
-    bool exists = false;
-    ZIPFILEFULLINFO info;
-    vz::RunResponsive([&] {
-        opened = packer.OpenArchive(archivePath);
-        exists = opened && packer.FileExists(innerPath) && packer.GetFileInfo(innerPath, info);
-    });
-    if (!exists) {
-        packer.CloseArchive();
-        vz::ShowError(this, caption, fileops::DeleteFailureText(false));
-        if (opened) {
-            // The archive no longer holds the file: show what it holds.
-            RefreshItem(item.parent());
-        }
-        return;
-    }
-
-    CConfirmDelete dialog(this);
-    dialog.setWindowTitle(archiveedit::DeleteConfirmCaption(false));
-    dialog.SetMessage(
-        archiveedit::DeleteFileConfirmation(info.attributes, vz::LastComponent(innerPath)));
-    dialog.SetItem(PathOfItem(item), ConfirmIcon::ExtensionOnly);
-    const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
-    dialog.SetDetails(lines.first, lines.second);
-    if (vz::ExecModal(dialog) != QDialog::Accepted) {
-        packer.CloseArchive();
-        return;
-    }
-
-    bool removed = false;
-    emit StatusTextChanged(fileops::DeletingStatusText());
-    {
-        WaitCursor wait;
-        vz::RunResponsive([&] {
-            removed = packer.RemoveFile(innerPath);
-            packer.CloseArchive();
-        });
-    }
-    emit StatusTextChanged(QString());
-    if (!removed) {
-        vz::ShowError(this, caption, fileops::DeleteFailureText(false));
-        return;
-    }
-    TreeModel()->RemoveItem(item);
-}
-
-void CVelaArchiveTree::DeleteFolderEntry(const QPersistentModelIndex& item,
-                                         const QString& archivePath, const QString& innerPath,
-                                         const QString& description) {
-    const QString caption = fileops::DeleteErrorCaption(true);
-    CZipPacker packer;
-    bool opened = false;
-    vz::RunResponsive([&] { opened = packer.OpenArchive(archivePath); });
-    if (!opened) {
-        vz::ShowError(this, caption, fileops::DeleteFailureText(true));
-        return;
-    }
-
-    CConfirmDelete dialog(this);
-    dialog.setWindowTitle(archiveedit::DeleteConfirmCaption(true));
-    dialog.SetMessage(archiveedit::DeleteFolderConfirmation(vz::LastComponent(innerPath)));
-    dialog.SetItem(PathOfItem(item), ConfirmIcon::Folder);
-    dialog.SetDetails(description, QString());
-    if (vz::ExecModal(dialog) != QDialog::Accepted) {
-        packer.CloseArchive();
-        return;
-    }
-
-    bool removed = false;
-    emit StatusTextChanged(fileops::DeletingStatusText());
-    {
-        WaitCursor wait;
-        vz::RunResponsive([&] {
-            removed = packer.RemoveFolder(innerPath);
-            packer.CloseArchive();
-        });
-    }
-    emit StatusTextChanged(QString());
-    if (!removed) {
-        vz::ShowError(this, caption, fileops::DeleteFailureText(true));
-        return;
-    }
-    TreeModel()->RemoveItem(item);
+    m_editing->Delete(currentIndex());
 }
 
 void CVelaArchiveTree::OnCreateFolder() {
-    const QPersistentModelIndex parent(currentIndex());
-    if (!CommandStateOf(parent).createFolder) {
-        return;
-    }
-    const QString caption = fileops::NewFolderErrorCaption();
-    const vz::ArchivePathParts parts = vz::SplitArchivePath(PathOfItem(parent));
-    CZipPacker packer;
-    bool opened = false;
-    QString folder;
-    vz::RunResponsive([&] {
-        opened = packer.OpenArchive(parts.archivePath);
-        if (opened) {
-            folder = archiveedit::NewFolderPath(
-                parts.innerPath, [&](const QString& p) { return packer.FolderExists(p); });
-        }
-    });
-    if (!opened) {
-        vz::ShowError(this, caption, fileops::NewFolderFailureText());
-        return;
-    }
-
-    // The parent shows its current children: listed afresh, also when it was open already.
-    CVelaTreeModel* model = TreeModel();
-    if (isExpanded(parent)) {
-        collapse(parent);
-    }
-    model->SetChildState(parent, Children::Unlisted);
-    expand(parent);
-    if (!parent.isValid() || model->ChildState(parent) != Children::Listed || m_listingFailed) {
-        // The listing failed and said so; nothing was created.
-        packer.CloseArchive();
-        return;
-    }
-
-    bool created = false;
-    {
-        WaitCursor wait;
-        vz::RunResponsive([&] { created = packer.CreateEmptyFolder(folder); });
-    }
-    if (!created) {
-        packer.CloseArchive();
-        vz::ShowError(this, caption, fileops::NewFolderFailureText());
-        return;
-    }
-    packer.CloseArchive();
-
-    // In its sorted place among the folders, which come before the files.
-    const QString name = vz::LastComponent(folder);
-    int row = 0;
-    while (row < model->rowCount(parent)) {
-        const QModelIndex child = model->index(row, 0, parent);
-        if (model->Kind(child) != kArchiveFolder ||
-            vz::CompareNoCase(model->Label(child), name) > 0) {
-            break;
-        }
-        ++row;
-    }
-    const QModelIndex item =
-        model->InsertItem(parent, row, {name, kArchiveFolder, Children::Listed});
-    // The user names the new folder at once: its rename follows.
-    StartLabelEdit(item, kEditFolder, folder);
+    m_editing->CreateFolder(currentIndex());
 }
 
 void CVelaArchiveTree::OnProperties() {
@@ -915,9 +644,10 @@ void CVelaArchiveTree::OnProperties() {
     const QString path = PathOfItem(item);
     const quint8 kind = TreeModel()->Kind(item);
     QString description;
-    {
-        WaitCursor wait;
-        vz::RunResponsive([&] { description = vz::DescribeArchivePath(path, m_extensions); });
+    if (!CJob::Run(ListingJob(), [&](CJob& job) {
+            description = vz::DescribeArchivePath(path, m_extensions, &job.Observer());
+        })) {
+        return;
     }
     if (kind == kArchiveFile) {
         CArchiveFileProperties dialog(path, description, this);

@@ -4,9 +4,10 @@
 // listed when it is expanded and forgotten when it is collapsed, so every expansion shows
 // the archive as it is on disk at that moment.
 //
-// Inside zip, jar and xap archives the tree also edits: it renames files and folders in
-// place (the label editor), deletes them after a confirmation and creates new folders, each
-// change one commit of CZipPacker, so that a failure leaves the archive as it was. The
+// Inside zip, jar and xap archives the tree also edits (CArchiveEditing): it renames files and
+// folders in place (the label editor), deletes them after a confirmation and creates new
+// folders, each change one commit of CZipPacker, so that a failure leaves the archive as it
+// was. The
 // properties of any archive, folder or file in one are shown from its description text.
 //
 // Drag and drop: an archive, or a folder or file in one, dragged onto a File Browser folder
@@ -20,10 +21,12 @@
 #include <QStringList>
 #include <memory>
 
+#include "common/CJob.h"
 #include "common/OperationObserver.h"
 #include "dragdrop/CVelaDragDropTree.h"
 
 class CArchiveAdding;
+class CArchiveEditing;
 class CArchiveUnpacking;
 class QAction;
 
@@ -94,7 +97,8 @@ public:
     bool AcceptsDropsNow() override;
     int Kind() const override;
     // A dropped disk path is packed into the target (Add, mode 1 for `notFirst`).
-    bool DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst) override;
+    void DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst,
+                        const DropNext& next) override;
     // The dragged entry is unpacked into the target folder of the File Browser.
     void DropDraggedItemOnOtherTree(const QModelIndex& source, const QModelIndex& target) override;
     // Archives and the folders and files in them may be dragged.
@@ -108,14 +112,22 @@ public:
     // `fileTree` (which is told of each written item).
     bool Unpack(const QString& sourcePath, const QString& destination, IItemListener* fileTree);
     // Packs the disk file or folder `sourcePath` into `target`; `mode` 0 for the first item of
-    // a drop, 1 for each further one.
-    bool Add(const QString& sourcePath, const QModelIndex& target, int mode);
+    // a drop, 1 for each further one. The add runs as a job; `next` is told when it ended
+    // whether anything was added.
+    void Add(
+        const QString& sourcePath, const QModelIndex& target, int mode,
+        const DropNext& next = [](bool) {});
     // Opens a file entry with its default application (unpacked into the temporary folder).
     bool OpenFromArchive(const QModelIndex& item);
     // The entry at `itemPath` for another application: unpacked into the temporary folder.
     bool UnpackForDragOut(const QString& itemPath, QString* renderedPath);
     // The archive made for the first item of the current drop on a disk folder.
     QString CreatedArchive() const;
+
+    // Opens the label editor on `item` for a rename of the entry `oldInnerPath`.
+    void StartLabelEdit(const QModelIndex& item, int mode, const QString& oldInnerPath);
+    // Whether the last listing could not open its archive (and said so).
+    bool ListingFailed() const { return m_listingFailed; }
 
     // IItemListener: the packer wrote an entry; the target is listed again after the add.
     void ItemAdded(const QString& fullPath) override;
@@ -131,19 +143,15 @@ protected:
 private:
     void ListItem(const QModelIndex& item);
     void ListDiskFolder(const QModelIndex& item, const QString& folder);
+    // A listing or description of an archive: waited for, with its window (and Stop) only
+    // when it takes long.
+    CJob::Setup ListingJob() const;
     void ListArchiveLevel(const QModelIndex& item, const QString& path, int family);
     bool IsShownArchive(const QString& filePath) const;
     bool HasSubEntries(const QString& folder) const;
     QIcon IconFor(const QModelIndex& item) const;
     void OnCurrentChanged(const QModelIndex& current);
     void UpdateCommands();
-    void StartLabelEdit(const QModelIndex& item, int mode, const QString& oldInnerPath);
-    bool RenameEntry(const QPersistentModelIndex& item, int mode, const QString& oldInnerPath,
-                     const QString& text);
-    void DeleteFileEntry(const QPersistentModelIndex& item, const QString& archivePath,
-                         const QString& innerPath);
-    void DeleteFolderEntry(const QPersistentModelIndex& item, const QString& archivePath,
-                           const QString& innerPath, const QString& description);
 
     QStringList m_extensions;
     QString m_rootPath;
@@ -153,6 +161,7 @@ private:
     QString m_editOldPath;
     std::unique_ptr<CArchiveUnpacking> m_unpacking;
     std::unique_ptr<CArchiveAdding> m_adding;
+    std::unique_ptr<CArchiveEditing> m_editing;
     bool m_relistPending = false;
     // Whether the last listing could not open its archive (and said so).
     bool m_listingFailed = false;

@@ -1,24 +1,21 @@
 #pragma once
-// The progress dialog of a long operation (packing, unpacking, copying): the current item,
-// a bar from 0 to 100, the elapsed time "Elapsed time: h:mm:ss" and a "&Stop" button. It is
-// modeless: the operation runs on the user-interface thread and lets events through between
-// blocks, so the window stays live.
+// The progress window of a job (packing, unpacking, copying, a long listing): the current
+// item, a bar from 0 to 100, the elapsed time "Elapsed time: h:mm:ss" and a "&Stop" button.
+// It is modeless while the job runs on its worker thread, so the window stays live.
 //
-// "&Stop", Escape and the window's close button do not close the dialog: they post a stop
-// request, which the running operation takes up the next time it polls and turns into its
-// question ("Interrupt the copy?").
+// "&Stop", Escape and the window's close button do not close the window: they post a stop
+// request, which the job takes up the next time its work polls and turns into its question
+// ("Interrupt the copy?").
 
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QString>
 
-#include "app/IProgressWindow.h"
-
 class QLabel;
 class QProgressBar;
 class QPushButton;
 
-class CPackProgress : public QDialog, public IProgressWindow {
+class CPackProgress : public QDialog {
     Q_OBJECT
 public:
     // Titled "Pack Progress"; operations set their own title ("Copy Progress").
@@ -39,8 +36,8 @@ public:
     QString ItemLine() const;
     QPushButton* StopButton() const { return m_stop; }
 
-    // IProgressWindow: the same request as the Stop button.
-    void PostStopRequest() override;
+    // The same request as the Stop button.
+    void PostStopRequest();
     // Whether a stop request is pending; taking it clears it.
     bool StopPending() const { return m_stopPending; }
     bool TakeStopRequest();

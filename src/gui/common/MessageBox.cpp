@@ -17,11 +17,13 @@ MessageBoxHook SetMessageBoxHook(MessageBoxHook hook) {
 
 QMessageBox::StandardButton ShowMessageBox(QWidget* parent, const QString& caption,
                                            const QString& text, QMessageBox::Icon icon,
-                                           QMessageBox::StandardButtons buttons) {
+                                           QMessageBox::StandardButtons buttons,
+                                           const QString& details) {
     if (Hook()) {
-        return Hook()(MessageBoxRequest{parent, caption, text, icon, buttons});
+        return Hook()(MessageBoxRequest{parent, caption, text, icon, buttons, details});
     }
     QMessageBox box(icon, caption, text, buttons, parent);
+    box.setDetailedText(details);
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
 

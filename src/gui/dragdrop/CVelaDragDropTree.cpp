@@ -1,5 +1,7 @@
 #include "dragdrop/CVelaDragDropTree.h"
 
+#include "common/CJob.h"
+
 #include <QApplication>
 #include <QCursor>
 #include <QDrag>
@@ -65,9 +67,9 @@ bool CVelaDragDropTree::AcceptsDropsNow() {
     return false;
 }
 
-bool CVelaDragDropTree::DropPathOnItem(const QString& /*path*/, const QModelIndex& /*target*/,
-                                       bool /*notFirst*/) {
-    return false;
+void CVelaDragDropTree::DropPathOnItem(const QString& /*path*/, const QModelIndex& /*target*/,
+                                       bool /*notFirst*/, const DropNext& next) {
+    next(false);
 }
 
 void CVelaDragDropTree::DropDraggedItemOnOtherTree(const QModelIndex& /*source*/,
@@ -85,8 +87,7 @@ int CVelaDragDropTree::Kind() const {
 void CVelaDragDropTree::PrepareDropOfPaths() {}
 
 bool CVelaDragDropTree::OperationRunning() {
-    const CAppFlags& flags = CVelaZipApp::Flags();
-    return flags.busyCopying || flags.busyUnpacking || flags.busyPacking;
+    return CJob::Busy();
 }
 
 void CVelaDragDropTree::OnItemExpanded(const QModelIndex& /*item*/) {}

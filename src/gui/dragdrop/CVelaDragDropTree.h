@@ -14,13 +14,13 @@
 #include <QPointer>
 #include <QString>
 #include <QTreeView>
+#include <functional>
 #include <memory>
 
 #include "common/CVelaTreeModel.h"
 
 class CVelaDropSource;
 class CVelaDropTarget;
-class IProgressWindow;
 class QMimeData;
 struct CSettingsRecord;
 
@@ -51,8 +51,12 @@ public:
     virtual QModelIndex ValidDropItem(const QModelIndex& item);
     // Whether the tree takes drops at all at this moment.
     virtual bool AcceptsDropsNow();
-    // Called once per dropped path; false stops the drop of the remaining paths.
-    virtual bool DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst);
+    // Told, when the work for one dropped path has ended, whether the drop goes on.
+    using DropNext = std::function<void(bool goOn)>;
+    // Called once per dropped path; the work may run as a job, and `next` is told when it
+    // has ended: false stops the drop of the remaining paths.
+    virtual void DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst,
+                                const DropNext& next);
     // Drops this tree's dragged item on an item of the other tree (OtherTree()).
     virtual void DropDraggedItemOnOtherTree(const QModelIndex& source, const QModelIndex& target);
     // Inserts a copy of `item` under `newParent` after `after`; returns the copy.
@@ -63,8 +67,8 @@ public:
     // Called once before the paths of one drop are handed to DropPathOnItem.
     virtual void PrepareDropOfPaths();
 
-    // Whether an unpack, a pack or a copy runs anywhere in the program: no drag starts and
-    // no drop is taken until it has ended.
+    // Whether a job runs anywhere in the program (the busy guard): no drag starts and no
+    // drop is taken until it has ended.
     static bool OperationRunning();
 
     // -1 while this tree is the source of a drag, else 0.
@@ -106,9 +110,6 @@ public:
 signals:
     // The status bar text for the item just selected.
     void StatusTextChanged(const QString& text);
-    // A long operation (copy, unpack, pack) starts with its progress window, and ends.
-    void OperationStarted(IProgressWindow* progress);
-    void OperationFinished();
 
 protected:
     // Expanding and collapsing go through these, so that each tree reads an item's children

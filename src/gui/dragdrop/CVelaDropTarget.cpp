@@ -176,17 +176,39 @@ bool CVelaDropTarget::PerformDrop(const DropPlan& plan) {
         } else {
             m_tree->PrepareDropOfPaths();
             m_tree->SetDropTargetItem(plan.target);
-            for (int i = 0; i < plan.paths.size(); ++i) {
-                if (!plan.target.isValid() ||
-                    !m_tree->DropPathOnItem(plan.paths[i], plan.target, i > 0)) {
-                    break;
-                }
-            }
+            DropPathsFrom(plan.paths, 0, plan.target, CJob::HoldBusy());
             performed = true;
         }
     }
     EndDrag();
     return performed;
+}
+
+void CVelaDropTarget::DropPathsFrom(const QStringList& paths, int index,
+                                    const QPersistentModelIndex& target,
+                                    const CJob::BusyToken& busy) {
+    // The target may have gone while an earlier path was worked on (its folder collapsed).
+    if (index >= paths.size() || !target.isValid()) {
+        ForgetDropAnswers();
+        return;
+    }
+    QPointer<CVelaDropTarget> self(this);
+    m_tree->DropPathOnItem(paths[index], target, index > 0,
+                           [self, paths, index, target, busy](bool goOn) {
+                               if (goOn && self != nullptr) {
+                                   self->DropPathsFrom(paths, index + 1, target, busy);
+                               } else {
+                                   ForgetDropAnswers();
+                               }
+                           });
+}
+
+void CVelaDropTarget::ForgetDropAnswers() {
+    CAppFlags& flags = CVelaZipApp::Flags();
+    // The password typed for this drop is never used for another one.
+    flags.packChoiceKept = false;
+    flags.usePassword = false;
+    flags.password.clear();
 }
 
 bool CVelaDropTarget::Drop(const QMimeData* data, Qt::DropAction effect) {
@@ -202,10 +224,5 @@ void CVelaDropTarget::EndDrag() {
     m_hoverItem = QPersistentModelIndex();
     m_checkedData = nullptr;
     m_tree->SetDropHighlight(QModelIndex());
-    CAppFlags& flags = CVelaZipApp::Flags();
-    // The password typed for this drop is never used for another one.
-    flags.packChoiceKept = false;
-    flags.usePassword = false;
-    flags.password.clear();
-    flags.dragSource.clear();
+    CVelaZipApp::Flags().dragSource.clear();
 }

@@ -17,10 +17,12 @@
 #include <QModelIndex>
 #include <QObject>
 #include <QPersistentModelIndex>
+
 #include <QPoint>
 #include <QPointer>
 #include <QStringList>
 #include <QTimer>
+#include "common/CJob.h"
 
 class CVelaDragDropTree;
 class QMimeData;
@@ -49,8 +51,10 @@ public:
         bool valid = false;
     };
     DropPlan PlanDrop(const QMimeData* data, Qt::DropAction effect);
-    // Carries the plan out; true when it called an operation. Ends the drop: the highlight,
-    // the drag record and the password of the drop are forgotten.
+    // Carries the plan out; true when it started an operation. Ends the drag: the highlight
+    // and the drag record are forgotten. The paths of a drop are worked through one after
+    // the other, each as a job, holding the busy guard until the last has ended; then the
+    // password of the drop is forgotten.
     bool PerformDrop(const DropPlan& plan);
     // Both at once.
     bool Drop(const QMimeData* data, Qt::DropAction effect);
@@ -66,6 +70,9 @@ public:
     // The first item the drag passed over in this tree.
     QModelIndex FirstHighlighted() const { return m_first; }
 
+    // The end of a drop's last job: the answers given for this drop are forgotten.
+    static void ForgetDropAnswers();
+
     // The tree that started the current drag, when it is a browser tree.
     static CVelaDragDropTree* InternalSource();
 
@@ -75,6 +82,9 @@ private:
     // drop (it reads as empty until then); web addresses alone are not taken.
     bool OffersLocalFiles(const QMimeData* data) const;
     void EndDrag();
+    // Drops paths[index] and, when it goes on, the rest; `busy` holds the busy guard.
+    void DropPathsFrom(const QStringList& paths, int index, const QPersistentModelIndex& target,
+                       const CJob::BusyToken& busy);
 
     CVelaDragDropTree* m_tree;
     QPersistentModelIndex m_first;

@@ -18,10 +18,10 @@
 #include "common/CConfirmDelete.h"
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
-#include "common/CPackProgress.h"
-#include "common/CProgressObserver.h"
+#include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
+#include "dragdrop/CVelaDropTarget.h"
 #include "filebrowser/CCloudDriveItem.h"
 #include "filebrowser/CFileProperties.h"
 #include "filebrowser/CFolderProperties.h"
@@ -449,14 +449,13 @@ void CVelaFileTree::SelectRevealed(const QModelIndex& item) {
     if (!item.isValid()) {
         return;
     }
-    const CAppFlags& flags = CVelaZipApp::Flags();
-    if (!flags.busyCopying && !flags.busyUnpacking) {
+    if (!CJob::Busy()) {
         setCurrentIndex(item);
         scrollTo(item);
         return;
     }
-    // While a copy or an unpack runs, selecting and scrolling (which lays out the whole view)
-    // happen when the copy lets events through, for the latest item only.
+    // While a job runs, selecting and scrolling (which lays out the whole view) happen once
+    // the events of the moment are done, for the latest item only.
     m_pendingSelection = item;
     if (!m_revealScheduled) {
         m_revealScheduled = true;
@@ -547,14 +546,20 @@ void CVelaFileTree::DropDraggedItemOnOtherTree(const QModelIndex& source,
                                                const QModelIndex& target) {
     CVelaDragDropTree* other = OtherTree();
     if (other != nullptr && source.isValid() && target.isValid()) {
-        other->DropPathOnItem(PathOfItem(source), target, false);
+        // The add runs as a job; the guard is held, and the answers of this drop kept, until
+        // it has ended.
+        other->DropPathOnItem(PathOfItem(source), target, false, [busy = CJob::HoldBusy()](bool) {
+            CVelaDropTarget::ForgetDropAnswers();
+        });
     }
 }
 
-bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& target,
-                                   bool /*notFirst*/) {
-    if (!target.isValid() || IsBusy()) {
-        return false;
+void CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& target,
+                                   bool /*notFirst*/, const DropNext& next) {
+    // A drop's own chain holds the busy guard; the copy runs as a job.
+    if (!target.isValid()) {
+        next(false);
+        return;
     }
     SetDropTargetItem(target);
     const QString targetPath = PathOfItem(target);
@@ -562,42 +567,49 @@ bool CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
     const bool isFolder = facts.exists && facts.isFolder && !facts.isSymlink;
     const bool eachItem = RefreshWithEachItem();
     CAppFlags& flags = CVelaZipApp::Flags();
-
-    CPackProgress progress(this);
-    progress.setWindowTitle(QStringLiteral("Copy Progress"));
-    progress.show();
     if (!eachItem) {
         // A single file is revealed; a folder's items only once, after the last one.
         flags.refreshNow = !isFolder;
     }
-    CProgressObserver observer(&progress, QStringLiteral("Interrupt the copy?"), this);
-    flags.busyCopying = true;
-    emit OperationStarted(&progress);
-    CFileCopier copier(observer, m_replaceAll, this);
-    const CopyResult result = copier.CopyInto(path, targetPath);
-    flags.busyCopying = false;
-    emit OperationFinished();
-    progress.hide();
 
-    if (isFolder && !eachItem) {
-        flags.refreshNow = true;
-        if (result.outcome != CopyOutcome::Cancelled && !copier.LastAddedPath().isEmpty()) {
-            ItemAdded(copier.LastAddedPath());
-        }
-    }
-    FlushReveal();
-    // A folder whose own folder cannot be made in the target ends without a message; any
-    // other failure is one box naming the dropped item.
-    if (result.outcome == CopyOutcome::Failed && !result.destinationNotMade) {
-        if (isFolder) {
-            vz::ShowError(this, QStringLiteral("Error Copying Folder"),
-                          QStringLiteral("Cannot copy the folder %1.").arg(path));
-        } else {
-            vz::ShowError(this, QStringLiteral("Error Copying File"),
-                          QStringLiteral("Cannot copy the file %1.").arg(path));
-        }
-    }
-    return result.Ok();
+    struct Result {
+        CopyResult copy;
+        QString lastAdded;
+    };
+    auto result = std::make_shared<Result>();
+    CJob::Setup setup;
+    setup.parent = this;
+    setup.title = QStringLiteral("Copy Progress");
+    setup.interruptQuestion = QStringLiteral("Interrupt the copy?");
+    CReplaceAllFlags* replaceAll = &m_replaceAll;
+    IItemListener* listener = this;
+    CJob::Start(
+        setup,
+        [result, replaceAll, listener, path, targetPath](CJob& job) {
+            CFileCopier copier(job.Observer(), *replaceAll, job.UiListener(listener));
+            result->copy = copier.CopyInto(path, targetPath);
+            result->lastAdded = copier.LastAddedPath();
+        },
+        [this, result, path, isFolder, eachItem, next](CJob& job) {
+            if (isFolder && !eachItem) {
+                CVelaZipApp::Flags().refreshNow = true;
+                if (result->copy.outcome != CopyOutcome::Cancelled &&
+                    !result->lastAdded.isEmpty()) {
+                    ItemAdded(result->lastAdded);
+                }
+            }
+            FlushReveal();
+            // A folder whose own folder cannot be made in the target ends without a message;
+            // any other failure is one box naming the dropped item.
+            if (result->copy.outcome == CopyOutcome::Failed && !result->copy.destinationNotMade) {
+                QString details = DescribeCopyFailure(result->copy);
+                if (!job.Reasons().isEmpty()) {
+                    details += QLatin1Char('\n') + job.Reasons();
+                }
+                vz::ShowFailure(this, vz::texts::Copy(isFolder, path), details);
+            }
+            next(result->copy.Ok());
+        });
 }
 
 // ---- Rename, delete, new folder, properties ----
@@ -721,9 +733,12 @@ void CVelaFileTree::OnDelete() {
 
     const QPersistentModelIndex keep(item);
     emit StatusTextChanged(fileops::DeletingStatusText());
-    // Let the status bar show it before a long delete starts.
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-    const bool deleted = asFolder ? fileops::DeleteFolderItem(path) : fileops::DeleteFileItem(path);
+    bool deleted = false;
+    CJob::Setup setup;
+    setup.parent = this;
+    CJob::Run(setup, [&](CJob&) {
+        deleted = asFolder ? fileops::DeleteFolderItem(path) : fileops::DeleteFileItem(path);
+    });
     emit StatusTextChanged(QString());
     if (!deleted) {
         vz::ShowError(this, fileops::DeleteErrorCaption(asFolder),

@@ -22,7 +22,6 @@
 #include "platform/Places.h"
 
 class CCloudDriveItem;
-class IProgressWindow;
 class QAction;
 struct CSettingsRecord;
 
@@ -75,7 +74,8 @@ public:
     bool AcceptsDropsNow() override;
     // Copies `path` into the folder of `target`; false when the copy failed or was
     // cancelled (the remaining paths of the drop are then not copied).
-    bool DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst) override;
+    void DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst,
+                        const DropNext& next) override;
     QModelIndex CopyItem(const QModelIndex& item, const QModelIndex& newParent,
                          const QModelIndex& after) override;
     int Kind() const override;
