@@ -966,6 +966,9 @@ bool CArchiveUnpacker::CloseArchive() {
 bool CArchiveUnpacker::ListLevel(const QString& innerFolder, ArchiveLevel& level) {
     if (!d->EnsureListed())
         return false;
+    // A Stop pressed while the entries were read ends the listing before its level is made.
+    if (d->StopNow())
+        return d->Fail(QStringLiteral("The listing was stopped."));
     level = vz::ListLevel(d->entries, innerFolder);
     return true;
 }

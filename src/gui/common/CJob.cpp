@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <chrono>
 #include <condition_variable>
+#include <utility>
 #include <vector>
 
 #include "common/CConfirmReplace.h"
@@ -23,6 +24,10 @@ std::vector<CJob*>& RunningJobs() {
     return jobs;
 }
 int g_busyHolds = 0;
+CJob::StartHook& TheStartHook() {
+    static CJob::StartHook hook;
+    return hook;
+}
 
 bool OnUiThread() {
     return QCoreApplication::instance() == nullptr ||
@@ -178,6 +183,9 @@ void CJob::Launch(Work work) {
         connect(m_refresh, &QTimer::timeout, this, &CJob::UpdateWindow);
         m_refresh->start();
     }
+    if (TheStartHook()) {
+        TheStartHook()(*this);
+    }
     m_thread = QThread::create([this, work = std::move(work)] { work(*this); });
     m_thread->setParent(this);
     connect(m_thread, &QThread::finished, this, &CJob::OnThreadFinished, Qt::QueuedConnection);
@@ -295,6 +303,10 @@ QString CJob::Reasons() const {
 
 void CJob::RequestStop() {
     m_stopPressed = true;
+}
+
+CJob::StartHook CJob::SetStartHook(StartHook hook) {
+    return std::exchange(TheStartHook(), std::move(hook));
 }
 
 bool CJob::Busy() {

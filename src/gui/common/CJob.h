@@ -67,6 +67,11 @@ public:
     // them: the window is going away.
     static void AbortAll();
 
+    // Told of every job as it starts, on the user-interface thread (tests press Stop through
+    // it); an empty hook removes it. Returns the previous hook.
+    using StartHook = std::function<void(CJob& job)>;
+    static StartHook SetStartHook(StartHook hook);
+
     // ---- On the worker thread ----
     IOperationObserver& Observer();
     // Runs `onUi` on the user-interface thread and waits for it; false (and `onUi` not run)

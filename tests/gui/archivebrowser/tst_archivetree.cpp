@@ -14,11 +14,13 @@
 #include <QTest>
 #include <memory>
 
+#include "ArchiveWriters.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CItemIcons.h"
+#include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "settings/CSettingsStore.h"
 
@@ -93,6 +95,7 @@ private slots:
     void collapseMovesTheSelectionUp();
     void archiveThatDoesNotOpen();
     void familyWithoutUnpacker();
+    void stopEndsALongListing();
     void navigateIntoAnArchive();
     void doubleClickNeverExpands();
     void statusTexts();
@@ -345,6 +348,10 @@ void TestArchiveTree::archiveThatDoesNotOpen() {
     QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Opening Archive"));
     QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
     QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    // The core's reason is behind "Show Details...".
+    QVERIFY2(m_boxes[0].details.contains(QStringLiteral("not a zip")) ||
+                 m_boxes[0].details.contains(bad),
+             qPrintable(m_boxes[0].details));
     // No children, and no expander either, until it is collapsed and expanded again.
     CVelaTreeModel* model = m_tree->TreeModel();
     QCOMPARE(model->rowCount(archive), 0);
@@ -366,6 +373,35 @@ void TestArchiveTree::archiveThatDoesNotOpen() {
     m_tree->expand(archive);
     QCOMPARE(Labels(model, archive), QStringList{"fixed.txt"});
     QCOMPARE(m_boxes.size(), 1);
+}
+
+void TestArchiveTree::stopEndsALongListing() {
+    // Stop ends the listing of a million entries without a message; the archive stays
+    // without children until it is expanded again.
+    const QString zip = m_root + QStringLiteral("/million.zip");
+    {
+        constexpr int kEntries = 1000000;
+        std::vector<vzt::ZipItem> items(kEntries);
+        for (int i = 0; i < kEntries; ++i) {
+            items[static_cast<size_t>(i)].name =
+                "d" + QByteArray::number(i % 1000) + "/f" + QByteArray::number(i);
+        }
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip(items)));
+    }
+    // Stop is pressed as the listing starts: it ends at the lister's first poll.
+    QStringList titles;
+    const CJob::StartHook previous = CJob::SetStartHook([&](CJob& job) {
+        titles << job.ProgressWindow()->windowTitle();
+        job.RequestStop();
+    });
+    const QModelIndex archive = ExpandPath(zip);
+    CJob::SetStartHook(previous);
+    // The description for the status bar and the listing, both stopped.
+    titles.removeDuplicates();
+    QCOMPARE(titles, QStringList{"List Progress"});
+    QVERIFY(!CJob::Busy());
+    QVERIFY(m_boxes.isEmpty());
+    QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
 }
 
 void TestArchiveTree::familyWithoutUnpacker() {

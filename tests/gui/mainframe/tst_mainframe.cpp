@@ -21,6 +21,7 @@
 #include <atomic>
 #include <memory>
 
+#include "JobWait.h"
 #include "TestSupport.h"
 #include "app/CFileDock.h"
 #include "app/CFileView.h"
@@ -29,23 +30,16 @@
 #include "app/CVelaZipApp.h"
 #include "app/CommandIds.h"
 #include "app/Commands.h"
-#include "app/IProgressWindow.h"
 #include "app/VisualStyles.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "common/OpenWithDefault.h"
-#include "common/ResponsiveCall.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "settings/CLayoutProfile.h"
 
 namespace {
-
-class TestProgress : public IProgressWindow {
-public:
-    void PostStopRequest() override { ++stopRequests; }
-    int stopRequests = 0;
-};
 
 QString MenuText(const CMainFrame& frame, int id) {
     QAction* action = vz::FindCommand(&frame, id);
@@ -97,7 +91,6 @@ private slots:
     void homePageOpensInTheBrowser();
     void syncBetweenTheBrowsers();
     void busyCheckRefusesClose();
-    void closeIsRefusedWhileAListingRuns();
     void f6MovesBetweenPanes();
     void statusBarShowsTheSelection();
     void statusBarShowsTheFileBrowserSelection();
@@ -109,6 +102,7 @@ private:
     QTemporaryDir m_dir;
     QString m_tmp;
     QList<vz::MessageBoxRequest> m_boxes;
+    QMessageBox::StandardButton m_answer = QMessageBox::Ok;
 };
 
 void TestMainFrame::initTestCase() {
@@ -120,7 +114,7 @@ void TestMainFrame::initTestCase() {
     vz::EnsureUtf8Locale();
     vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
         m_boxes << request;
-        return QMessageBox::Ok;
+        return m_answer;
     });
 }
 
@@ -128,6 +122,7 @@ void TestMainFrame::init() {
     static int round = 0;
     vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config%1").arg(++round)));
     m_boxes.clear();
+    m_answer = QMessageBox::Ok;
 }
 
 void TestMainFrame::FillTempFolder() {
@@ -196,7 +191,8 @@ void TestMainFrame::temporaryFolderThatIsNotOursIsNeverUsed() {
     const QModelIndex file = tree->Navigate(folder + QStringLiteral("/a.zip/x.txt"));
     QCOMPARE(tree->PathOfItem(file), folder + QStringLiteral("/a.zip/x.txt"));
     m_boxes.clear();
-    QVERIFY(!tree->OpenFromArchive(file));
+    QVERIFY(tree->OpenFromArchive(file));
+    QVERIFY(vzt::WaitForJobs());
     QCOMPARE(m_boxes.size(), 1);
     QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Unpacking File"));
     QVERIFY(!tree->UnpackForDragOut(folder + QStringLiteral("/a.zip/x.txt"), nullptr));
@@ -565,55 +561,39 @@ void TestMainFrame::syncBetweenTheBrowsers() {
 void TestMainFrame::busyCheckRefusesClose() {
     CMainFrame frame({});
     frame.show();
-    TestProgress archive;
-    TestProgress files;
-    TestProgress finder;
-    frame.BeginOperation(CMainFrame::Operation::FinderSearch, &finder);
-    frame.BeginOperation(CMainFrame::Operation::File, &files);
-    QVERIFY(!frame.close());
-    QVERIFY(frame.isVisible());
-    // Only the first running operation is asked, in the order archive, file, ..., finder.
-    QCOMPARE(files.stopRequests, 1);
-    QCOMPARE(finder.stopRequests, 0);
-    frame.BeginOperation(CMainFrame::Operation::Archive, &archive);
-    QVERIFY(frame.BusyCheck());
-    QCOMPARE(archive.stopRequests, 1);
-    QCOMPARE(files.stopRequests, 1);
-
-    frame.EndOperation(CMainFrame::Operation::Archive);
-    frame.EndOperation(CMainFrame::Operation::File);
-    QVERIFY(frame.IsBusy(CMainFrame::Operation::FinderSearch));
-    QVERIFY(frame.BusyCheck());
-    QCOMPARE(finder.stopRequests, 1);
-    frame.EndOperation(CMainFrame::Operation::FinderSearch);
-    QVERIFY(!frame.BusyCheck());
-    QVERIFY(frame.close());
-}
-
-void TestMainFrame::closeIsRefusedWhileAListingRuns() {
-    CMainFrame frame({});
-    frame.show();
     QVERIFY(QTest::qWaitForWindowExposed(&frame));
-    // A close that arrives while a listing waits for its worker thread (the window system's
-    // close is not user input, so the listing's event loop delivers it).
+    // A job with a window: the close asks it to stop, and its question is asked (answered
+    // No here), so the work goes on; a held guard (a drop between its jobs) refuses too.
     std::atomic<bool> release{false};
-    bool sawCall = false;
-    bool closed = true;
-    QTimer::singleShot(0, &frame, [&] {
-        sawCall = vz::ResponsiveCallRunning();
-        closed = frame.close();
-        release = true;
-    });
-    vz::RunResponsive([&] {
-        // The guard only keeps a broken build from hanging the test run.
-        for (int i = 0; i < 600000 && !release; ++i) {
-            QThread::usleep(100);
-        }
-    });
-    QVERIFY(sawCall);
-    QVERIFY(!closed);
-    QVERIFY(frame.isVisible());
-    QVERIFY(!vz::ResponsiveCallRunning());
+    std::atomic<int> polls{0};
+    CJob::Setup setup;
+    setup.parent = &frame;
+    setup.title = QStringLiteral("Copy Progress");
+    setup.interruptQuestion = QStringLiteral("Interrupt the copy?");
+    bool stopped = true;
+    CJob::Start(
+        setup,
+        [&](CJob& job) {
+            // The guard only keeps a broken build from hanging the test run.
+            for (int i = 0; i < 600000 && !release && !job.Observer().StopRequested(); ++i) {
+                ++polls;
+                QThread::usleep(100);
+            }
+        },
+        [&](CJob& job) { stopped = job.Cancelled(); });
+    m_answer = QMessageBox::No;
+    QVERIFY(!frame.close());
+    QTRY_COMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes.first().text, QStringLiteral("Interrupt the copy?"));
+    const int before = polls;
+    QTRY_VERIFY(polls > before);
+    release = true;
+    QVERIFY(vzt::WaitForJobs());
+    QVERIFY(!stopped);
+    {
+        const CJob::BusyToken busy = CJob::HoldBusy();
+        QVERIFY(!frame.close());
+    }
     QVERIFY(frame.close());
 }
 
