@@ -3,8 +3,8 @@
 #include <QAction>
 #include <QMenu>
 
-#include "app/CommandIds.h"
-#include "app/Commands.h"
+#include "common/CommandIds.h"
+#include "common/Commands.h"
 #include "app/DockToolbars.h"
 
 CArchiveDockToolbar::CArchiveDockToolbar(QWidget* parent) : QToolBar(parent) {

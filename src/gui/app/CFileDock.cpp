@@ -4,8 +4,8 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-#include "app/CommandIds.h"
-#include "app/Commands.h"
+#include "common/CommandIds.h"
+#include "common/Commands.h"
 #include "app/DockToolbars.h"
 #include "filebrowser/CDrivesButton.h"
 #include "filebrowser/CListDrives.h"

@@ -5,7 +5,7 @@
 #include <QToolBar>
 #include <QToolButton>
 
-#include "app/Commands.h"
+#include "common/Commands.h"
 
 namespace vz {
 

@@ -4,7 +4,7 @@
 #include <QStyle>
 #include <QStyleFactory>
 
-#include "app/CommandIds.h"
+#include "common/CommandIds.h"
 #include "settings/CLayoutProfile.h"
 
 namespace vz {

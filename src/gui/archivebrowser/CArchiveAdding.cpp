@@ -63,21 +63,25 @@ void CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, i
     CreateArchive(sourcePath, sourceIsFolder, targetPath, target, next);
 }
 
+void CArchiveAdding::ForgetDropAnswers() {
+    m_choiceKept = false;
+    m_kept = pack::PackChoice();
+}
+
 bool CArchiveAdding::Choose(bool creating, const QString& name, pack::PackChoice* choice) {
-    CAppFlags& flags = CVelaZipApp::Flags();
     const CSettingsRecord& settings = m_tree->Settings();
     const pack::NameAndLevelSetup setup = pack::SetupNameAndLevel(settings, creating, name);
-    if (flags.packChoiceKept && !creating) {
+    if (m_choiceKept && !creating) {
         // The dialog was answered for this drop already.
-        choice->level = flags.packLevel;
-        choice->method = flags.packMethod;
-        choice->encryptionOn = flags.usePassword;
-        choice->password = flags.password;
-        choice->encryptionMethod = flags.encryptionMethod;
+        choice->level = m_lastLevel;
+        choice->method = m_lastMethod;
+        choice->encryptionOn = m_kept.encryptionOn;
+        choice->password = m_kept.password;
+        choice->encryptionMethod = m_kept.encryptionMethod;
         return true;
     }
     if (!setup.showDialog) {
-        choice->level = pack::FixedLevel(settings, flags.packLevel);
+        choice->level = pack::FixedLevel(settings, m_lastLevel);
         choice->method = pack::FixedMethod(settings);
         choice->encryptionOn = false;
         choice->archiveName = name;
@@ -89,13 +93,11 @@ bool CArchiveAdding::Choose(bool creating, const QString& name, pack::PackChoice
             return false;
         }
         *choice = dialog.Choice();
-        flags.packChoiceKept = true;
-        flags.usePassword = choice->encryptionOn;
-        flags.password = choice->password;
-        flags.encryptionMethod = choice->encryptionMethod;
+        m_choiceKept = true;
+        m_kept = *choice;
     }
-    flags.packLevel = choice->level;
-    flags.packMethod = choice->method;
+    m_lastLevel = choice->level;
+    m_lastMethod = choice->method;
     return true;
 }
 

@@ -36,6 +36,8 @@ public:
     void Add(const QString& sourcePath, const QModelIndex& target, int mode, const Next& next);
     // The archive made for the first item of the current drop (empty before it).
     QString CreatedArchive() const { return m_createdArchive; }
+    // The end of a drop: the answers given for it (the password above all) are forgotten.
+    void ForgetDropAnswers();
 
 private:
     // The level, method and encryption of this add: from the fixed settings, from the
@@ -54,4 +56,11 @@ private:
 
     CVelaArchiveTree* m_tree;
     QString m_createdArchive;
+    // The answers of the "Name and Compression Settings" dialog for the current drop: the
+    // further items of the drop use them without asking again.
+    bool m_choiceKept = false;
+    vz::pack::PackChoice m_kept;
+    // The level and method used last (zip method number).
+    int m_lastLevel = 6;
+    int m_lastMethod = 8;
 };

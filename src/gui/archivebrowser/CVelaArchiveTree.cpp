@@ -11,8 +11,6 @@
 #include <memory>
 
 #include "app/CVelaZipApp.h"
-#include "app/CommandIds.h"
-#include "app/Commands.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveEditing.h"
 #include "archive/ArchiveFamily.h"
@@ -28,6 +26,8 @@
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
 #include "common/CJob.h"
+#include "common/CommandIds.h"
+#include "common/Commands.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 #include "common/Texts.h"
@@ -426,6 +426,10 @@ int CVelaArchiveTree::Kind() const {
 }
 
 // ---- Drag and drop: unpacking and adding ----
+
+void CVelaArchiveTree::EndDropOfPaths() {
+    m_adding->ForgetDropAnswers();
+}
 
 void CVelaArchiveTree::DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst,
                                       const DropNext& next) {

@@ -99,6 +99,8 @@ public:
     // A dropped disk path is packed into the target (Add, mode 1 for `notFirst`).
     void DropPathOnItem(const QString& path, const QModelIndex& target, bool notFirst,
                         const DropNext& next) override;
+    // The answers given for the drop (its password above all) are forgotten.
+    void EndDropOfPaths() override;
     // The dragged entry is unpacked into the target folder of the File Browser.
     void DropDraggedItemOnOtherTree(const QModelIndex& source, const QModelIndex& target) override;
     // Archives and the folders and files in them may be dragged.

@@ -86,6 +86,8 @@ int CVelaDragDropTree::Kind() const {
 
 void CVelaDragDropTree::PrepareDropOfPaths() {}
 
+void CVelaDragDropTree::EndDropOfPaths() {}
+
 bool CVelaDragDropTree::OperationRunning() {
     return CJob::Busy();
 }

@@ -66,6 +66,8 @@ public:
     virtual int Kind() const;
     // Called once before the paths of one drop are handed to DropPathOnItem.
     virtual void PrepareDropOfPaths();
+    // Called once after the last work of a drop on this tree has ended.
+    virtual void EndDropOfPaths();
 
     // Whether a job runs anywhere in the program (the busy guard): no drag starts and no
     // drop is taken until it has ended.

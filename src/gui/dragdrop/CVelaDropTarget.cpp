@@ -189,26 +189,21 @@ void CVelaDropTarget::DropPathsFrom(const QStringList& paths, int index,
                                     const CJob::BusyToken& busy) {
     // The target may have gone while an earlier path was worked on (its folder collapsed).
     if (index >= paths.size() || !target.isValid()) {
-        ForgetDropAnswers();
+        m_tree->EndDropOfPaths();
         return;
     }
     QPointer<CVelaDropTarget> self(this);
     m_tree->DropPathOnItem(paths[index], target, index > 0,
                            [self, paths, index, target, busy](bool goOn) {
-                               if (goOn && self != nullptr) {
+                               if (self == nullptr) {
+                                   return;
+                               }
+                               if (goOn) {
                                    self->DropPathsFrom(paths, index + 1, target, busy);
                                } else {
-                                   ForgetDropAnswers();
+                                   self->m_tree->EndDropOfPaths();
                                }
                            });
-}
-
-void CVelaDropTarget::ForgetDropAnswers() {
-    CAppFlags& flags = CVelaZipApp::Flags();
-    // The password typed for this drop is never used for another one.
-    flags.packChoiceKept = false;
-    flags.usePassword = false;
-    flags.password.clear();
 }
 
 bool CVelaDropTarget::Drop(const QMimeData* data, Qt::DropAction effect) {

@@ -70,9 +70,6 @@ public:
     // The first item the drag passed over in this tree.
     QModelIndex FirstHighlighted() const { return m_first; }
 
-    // The end of a drop's last job: the answers given for this drop are forgotten.
-    static void ForgetDropAnswers();
-
     // The tree that started the current drag, when it is a browser tree.
     static CVelaDragDropTree* InternalSource();
 

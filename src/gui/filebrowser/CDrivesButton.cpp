@@ -1,6 +1,6 @@
 #include "filebrowser/CDrivesButton.h"
 
-#include "app/CommandIds.h"
+#include "common/CommandIds.h"
 #include "filebrowser/CListDrives.h"
 
 CDrivesButton::CDrivesButton(QObject* parent) : QWidgetAction(parent), m_list(new CListDrives) {

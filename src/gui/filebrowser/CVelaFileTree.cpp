@@ -13,15 +13,14 @@
 #include <utility>
 
 #include "app/CVelaZipApp.h"
-#include "app/CommandIds.h"
-#include "app/Commands.h"
 #include "common/CConfirmDelete.h"
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
 #include "common/CJob.h"
+#include "common/CommandIds.h"
+#include "common/Commands.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
-#include "dragdrop/CVelaDropTarget.h"
 #include "filebrowser/CCloudDriveItem.h"
 #include "filebrowser/CFileProperties.h"
 #include "filebrowser/CFolderProperties.h"
@@ -548,9 +547,13 @@ void CVelaFileTree::DropDraggedItemOnOtherTree(const QModelIndex& source,
     if (other != nullptr && source.isValid() && target.isValid()) {
         // The add runs as a job; the guard is held, and the answers of this drop kept, until
         // it has ended.
-        other->DropPathOnItem(PathOfItem(source), target, false, [busy = CJob::HoldBusy()](bool) {
-            CVelaDropTarget::ForgetDropAnswers();
-        });
+        QPointer<CVelaDragDropTree> to(other);
+        other->DropPathOnItem(PathOfItem(source), target, false,
+                              [to, busy = CJob::HoldBusy()](bool) {
+                                  if (to != nullptr) {
+                                      to->EndDropOfPaths();
+                                  }
+                              });
     }
 }
 

@@ -18,7 +18,7 @@
 #include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
 #include "TestSupport.h"
-#include "app/CommandIds.h"
+#include "common/CommandIds.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CArchiveFileProperties.h"
 #include "archivebrowser/CVelaArchiveTree.h"

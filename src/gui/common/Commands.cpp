@@ -1,4 +1,4 @@
-#include "app/Commands.h"
+#include "common/Commands.h"
 
 #include <QAction>
 #include <QIcon>
