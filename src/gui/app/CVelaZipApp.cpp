@@ -19,16 +19,6 @@ void CVelaZipApp::Initialise(QApplication& app) {
                                        QIcon::fromTheme(QStringLiteral("application-zip"))));
 }
 
-CAppFlags& CVelaZipApp::Flags() {
-    static CAppFlags flags;
-    return flags;
-}
-
-std::vector<std::unique_ptr<CCloudDriveItem>>& CVelaZipApp::CloudDriveItems() {
-    static std::vector<std::unique_ptr<CCloudDriveItem>> items;
-    return items;
-}
-
 int CVelaZipApp::Run(int argc, char** argv) {
     QApplication app(argc, argv);
     Initialise(app);

@@ -2,7 +2,7 @@
 
 #include <QFileInfo>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/packer/CZipPacker.h"
@@ -34,7 +34,7 @@ void CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, i
     }
     const QString targetPath = m_tree->PathOfItem(target);
     const bool sourceIsFolder = QFileInfo(sourcePath).isDir();
-    CVelaZipApp::Flags().creatingArchive = false;
+    CAppFlags::Instance().creatingArchive = false;
 
     const int family = vz::ClassifyPath(targetPath, m_tree->ArchiveExtensions());
     if (ArchiveFamily::IsWritableZip(family)) {
@@ -182,7 +182,7 @@ void CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
         QString reason;
     };
     auto result = std::make_shared<Result>();
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     flags.creatingArchive = true;
     IItemListener* tree = m_tree;
     CJob::Start(
@@ -204,7 +204,7 @@ void CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
             }
         },
         [this, result, path, target, next](CJob&) {
-            CAppFlags& appFlags = CVelaZipApp::Flags();
+            CAppFlags& appFlags = CAppFlags::Instance();
             appFlags.creatingArchive = false;
             if (!result->created) {
                 vz::ShowFailure(m_tree, vz::texts::CreateArchive(path), result->reason);

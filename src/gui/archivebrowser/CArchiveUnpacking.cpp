@@ -2,7 +2,7 @@
 
 #include <QDir>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/EntryList.h"
 #include "archivebrowser/CVelaArchiveTree.h"
@@ -154,7 +154,7 @@ bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destina
     // Without per-item refresh the File Browser shows one file as it is written, and the
     // items of an archive or a folder once, at the end.
     const bool eachItem = settings.RefreshFileBrowserTreeWithAddingOfEachItem;
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     flags.lastAddedPath.clear();
     auto outcome = std::make_shared<Outcome>();
     outcome->sourcePath = sourcePath;
@@ -167,12 +167,12 @@ bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destina
             }
             if (!eachItem) {
                 const bool oneFile = outcome->what == What::File;
-                job.OnUi([oneFile] { CVelaZipApp::Flags().refreshNow = oneFile; });
+                job.OnUi([oneFile] { CAppFlags::Instance().refreshNow = oneFile; });
             }
             Run(job, *unpacker, destination, ini, fileTree, *outcome);
         },
         [this, outcome, eachItem, fileTree](CJob& job) {
-            CAppFlags& appFlags = CVelaZipApp::Flags();
+            CAppFlags& appFlags = CAppFlags::Instance();
             if (!eachItem) {
                 appFlags.refreshNow = false;
                 if (outcome->what != What::File && fileTree != nullptr &&

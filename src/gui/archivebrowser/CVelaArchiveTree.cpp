@@ -10,7 +10,7 @@
 #include <QStyledItemDelegate>
 #include <memory>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveEditing.h"
 #include "archive/ArchiveFamily.h"
@@ -343,7 +343,7 @@ QString CVelaArchiveTree::StatusText(const QModelIndex& item) const {
     const QString path = PathOfItem(item);
     const int family = vz::ClassifyPath(path, m_extensions);
     if (family != ArchiveFamily::None) {
-        if (ArchiveFamily::IsZipFamily(family) && CVelaZipApp::Flags().creatingArchive) {
+        if (ArchiveFamily::IsZipFamily(family) && CAppFlags::Instance().creatingArchive) {
             return {};
         }
         QString text;

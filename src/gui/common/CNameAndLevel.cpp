@@ -9,7 +9,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "app/CVelaZipApp.h"
 #include "common/MessageBox.h"
 #include "common/Texts.h"
 #include "fileops/FileRename.h"
@@ -126,7 +125,7 @@ void CNameAndLevel::accept() {
     if (m_name->isEnabled()) {
         const QString refusal = NameRefusal(m_name->text());
         if (!refusal.isEmpty()) {
-            vz::ShowError(this, QString::fromLatin1(CVelaZipApp::kProductName), refusal);
+            vz::ShowError(this, vz::texts::ProductName(), refusal);
             m_name->setFocus();
             m_name->selectAll();
             return;
@@ -134,7 +133,7 @@ void CNameAndLevel::accept() {
     }
     if (vz::pack::CheckPasswords(m_setPassword->isChecked(), m_password->text(),
                                  m_confirm->text()) == vz::pack::PasswordVerdict::Mismatch) {
-        vz::ShowError(this, QString::fromLatin1(CVelaZipApp::kProductName),
+        vz::ShowError(this, vz::texts::ProductName(),
                       QStringLiteral("Password does not match the confirm password."));
         m_password->setFocus();
         return;

@@ -3,7 +3,7 @@
 #include <QUrl>
 #include <utility>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "dragdrop/CVelaDragDropTree.h"
 #include "settings/CSettingsRecord.h"
 
@@ -37,7 +37,7 @@ bool CVelaDataSource::RenderingAllowed() const {
         // the program it landed on asks.
         return false;
     }
-    const CAppFlags& flags = CVelaZipApp::Flags();
+    const CAppFlags& flags = CAppFlags::Instance();
     return flags.outsideMainWindow && flags.droppedOutside;
 }
 

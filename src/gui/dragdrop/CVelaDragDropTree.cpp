@@ -11,7 +11,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "dragdrop/CVelaDropSource.h"
 #include "dragdrop/CVelaDropTarget.h"
 #include "dragdrop/DragImages.h"
@@ -208,7 +208,7 @@ bool CVelaDragDropTree::BeginDrag(const QModelIndex& item) {
     SetDraggedItem(item);
     setCurrentIndex(item);
     SetDragInProgress(true);
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     flags.dragSource = this;
 
     // Qt owns the drag once it has run: a drop on another application may ask for the data

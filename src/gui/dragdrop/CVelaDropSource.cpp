@@ -4,7 +4,7 @@
 #include <QEvent>
 #include <QWindow>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "dragdrop/CVelaDragDropTree.h"
 
 CVelaDropSource::CVelaDropSource(CVelaDragDropTree* tree) : m_tree(tree) {}
@@ -44,7 +44,7 @@ bool CVelaDropSource::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
     if ((type == QEvent::DragEnter || type == QEvent::DragLeave || type == QEvent::Drop) &&
         watched->isWindowType() && IsMainWindow(static_cast<QWindow*>(watched))) {
-        CAppFlags& flags = CVelaZipApp::Flags();
+        CAppFlags& flags = CAppFlags::Instance();
         switch (type) {
             case QEvent::DragEnter:
                 flags.outsideMainWindow = false;
@@ -69,7 +69,7 @@ CVelaDropSource::Action CVelaDropSource::QueryContinue(bool escapePressed,
     if (buttons & Qt::LeftButton) {
         return Action::Continue;
     }
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     if (flags.outsideMainWindow && !m_droppedInside) {
         flags.droppedOutside = true;
     }
@@ -77,7 +77,7 @@ CVelaDropSource::Action CVelaDropSource::QueryContinue(bool escapePressed,
 }
 
 void CVelaDropSource::Follow() {
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     flags.outsideMainWindow = false;
     flags.droppedOutside = false;
     m_droppedInside = false;

@@ -6,7 +6,7 @@
 #include <QUrl>
 #include <algorithm>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "dragdrop/CVelaDragDropTree.h"
 #include "settings/CSettingsRecord.h"
 
@@ -19,7 +19,7 @@ CVelaDropTarget::CVelaDropTarget(CVelaDragDropTree* tree) : m_tree(tree) {
 }
 
 CVelaDragDropTree* CVelaDropTarget::InternalSource() {
-    return qobject_cast<CVelaDragDropTree*>(CVelaZipApp::Flags().dragSource.data());
+    return qobject_cast<CVelaDragDropTree*>(CAppFlags::Instance().dragSource.data());
 }
 
 Qt::DropAction CVelaDropTarget::DragEnter(const QPoint& pos, const QMimeData* data) {
@@ -219,5 +219,5 @@ void CVelaDropTarget::EndDrag() {
     m_hoverItem = QPersistentModelIndex();
     m_checkedData = nullptr;
     m_tree->SetDropHighlight(QModelIndex());
-    CVelaZipApp::Flags().dragSource.clear();
+    CAppFlags::Instance().dragSource.clear();
 }

@@ -1,4 +1,6 @@
 #pragma once
+#include <memory>
+#include <vector>
 // An extra root of the File Browser and its drives list beside the mounted file systems: a
 // cloud drive (OneDrive, Dropbox, Google Drive) or a special folder of the user (Downloads,
 // Documents, ...). The application owns the records; the tree's root items point at them.
@@ -15,6 +17,10 @@ public:
     CCloudDriveItem(QString rootName, QString folder, QString entry)
         : name(std::move(rootName)), folderPath(std::move(folder)), entryFolder(std::move(entry)) {}
     virtual ~CCloudDriveItem() = default;
+
+    // The cloud-drive and special-folder roots of the File Browser and its drives list, in
+    // display order; the tree's root items point at these records.
+    static std::vector<std::unique_ptr<CCloudDriveItem>>& Records();
 
     QString name;         // which root this is: "OneDrive", "Documents", ...
     QString folderPath;   // the real folder that the root shows

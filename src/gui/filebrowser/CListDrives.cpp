@@ -1,6 +1,6 @@
 #include "filebrowser/CListDrives.h"
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "common/CItemIcons.h"
 #include "filebrowser/CCloudDriveItem.h"
 #include "platform/FileSystem.h"
@@ -24,9 +24,9 @@ void CListDrives::Fill(const QList<vz::platform::CPlace>& places) {
         addItem(CItemIcons::IconForPlace(place.path, place.removable), place.displayName,
                 place.path);
     }
-    const CAppFlags& flags = CVelaZipApp::Flags();
+    const CAppFlags& flags = CAppFlags::Instance();
     if (flags.cloudDrivesShown || flags.specialFoldersShown) {
-        for (const auto& record : CVelaZipApp::CloudDriveItems()) {
+        for (const auto& record : CCloudDriveItem::Records()) {
             addItem(CItemIcons::IconForPath(record->folderPath),
                     vz::platform::FileNameOf(record->folderPath), record->folderPath);
         }

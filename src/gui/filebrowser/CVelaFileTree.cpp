@@ -12,7 +12,7 @@
 #include <QUrl>
 #include <utility>
 
-#include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "common/CConfirmDelete.h"
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
@@ -159,9 +159,9 @@ bool CVelaFileTree::FillRoots(const QList<platform::CPlace>& places) {
             m_firstFixedDrive = item;
         }
     }
-    const CAppFlags& flags = CVelaZipApp::Flags();
+    const CAppFlags& flags = CAppFlags::Instance();
     if (flags.cloudDrivesShown || flags.specialFoldersShown) {
-        for (const auto& record : CVelaZipApp::CloudDriveItems()) {
+        for (const auto& record : CCloudDriveItem::Records()) {
             // The expander is decided by the entry folder, the children come from the folder.
             const QModelIndex item = model->AppendTopLevel(
                 platform::FileNameOf(record->folderPath), record->folderPath, kCloudRoot,
@@ -361,7 +361,7 @@ void CVelaFileTree::ItemAdded(const QString& fullPath) {
 }
 
 void CVelaFileTree::RevealAddedItem(const QString& fullPath) {
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     flags.lastAddedPath = fullPath;
     if (!RefreshWithEachItem() && !flags.refreshNow) {
         return;  // the tree is shown once after the last item instead
@@ -569,7 +569,7 @@ void CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
     const platform::FileFacts facts = platform::ReadFacts(path);
     const bool isFolder = facts.exists && facts.isFolder && !facts.isSymlink;
     const bool eachItem = RefreshWithEachItem();
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     if (!eachItem) {
         // A single file is revealed; a folder's items only once, after the last one.
         flags.refreshNow = !isFolder;
@@ -595,7 +595,7 @@ void CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
         },
         [this, result, path, isFolder, eachItem, next](CJob& job) {
             if (isFolder && !eachItem) {
-                CVelaZipApp::Flags().refreshNow = true;
+                CAppFlags::Instance().refreshNow = true;
                 if (result->copy.outcome != CopyOutcome::Cancelled &&
                     !result->lastAdded.isEmpty()) {
                     ItemAdded(result->lastAdded);

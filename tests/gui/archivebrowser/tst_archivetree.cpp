@@ -17,6 +17,7 @@
 #include "ArchiveWriters.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CItemIcons.h"
@@ -501,11 +502,11 @@ void TestArchiveTree::statusTexts() {
              QStringLiteral("Invalid archive"));
 
     // While a zip archive is being created its descriptions stay empty.
-    CVelaZipApp::Flags().creatingArchive = true;
+    CAppFlags::Instance().creatingArchive = true;
     QCOMPARE(m_tree->StatusText(archive), QString());
     QCOMPARE(m_tree->StatusText(model->index(0, 0)),
              QStringLiteral("Objects: 3 (including archives: 2)"));
-    CVelaZipApp::Flags().creatingArchive = false;
+    CAppFlags::Instance().creatingArchive = false;
 }
 
 void TestArchiveTree::validDropItem_data() {

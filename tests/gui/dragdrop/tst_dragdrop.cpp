@@ -20,6 +20,7 @@
 #include "FamilyFixtures.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CConfirmReplace.h"
@@ -146,7 +147,7 @@ void TestDragDrop::init() {
     m_boxes.clear();
     m_dialogs.clear();
     m_dialogAnswers.clear();
-    CVelaZipApp::Flags() = CAppFlags();
+    CAppFlags::Instance() = CAppFlags();
 }
 
 void TestDragDrop::cleanup() {
@@ -235,7 +236,7 @@ Qt::DropAction TestDragDrop::DropThroughWindow(const QPoint& pos, const QMimeDat
 void TestDragDrop::StartInternalDrag(CVelaDragDropTree* tree, const QModelIndex& item) {
     tree->SetDraggedItem(item);
     tree->SetDragInProgress(true);
-    CVelaZipApp::Flags().dragSource = tree;
+    CAppFlags::Instance().dragSource = tree;
 }
 
 void TestDragDrop::EndInternalDrag(CVelaDragDropTree* tree) {
@@ -255,7 +256,7 @@ void TestDragDrop::internalDragsBothWaysThroughTheViewports() {
     EndInternalDrag(m_archive);
     QCOMPARE(vzt::ListTree(m_root + "/files/out"), (QStringList{"docs/", "docs/readme.txt"}));
     QCOMPARE(offered.RenderCount(), 0);
-    QVERIFY(CVelaZipApp::Flags().dragSource.isNull());
+    QVERIFY(CAppFlags::Instance().dragSource.isNull());
     QVERIFY(!m_files->DropHighlight().isValid());
 
     // File Browser -> Archive Browser: the dragged file is added to the archive.
@@ -422,7 +423,7 @@ void TestDragDrop::whatMayBeDragged() {
     // A drag that runs (here the platform ends it at once) leaves no drag state behind.
     QVERIFY(m_archive->BeginDrag(ArchiveItem(zip + "/docs")));
     QCOMPARE(m_archive->DragInProgress(), 0);
-    QVERIFY(CVelaZipApp::Flags().dragSource.isNull());
+    QVERIFY(CAppFlags::Instance().dragSource.isNull());
     QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
 }
 
@@ -501,13 +502,13 @@ void TestDragDrop::nothingIsTakenWhileAnOperationRuns() {
     const auto list = UriList({m_root + "/new.txt"});
     for (bool CAppFlags::*busy :
          {&CAppFlags::busyCopying, &CAppFlags::busyUnpacking, &CAppFlags::busyPacking}) {
-        CVelaZipApp::Flags().*busy = true;
+        CAppFlags::Instance().*busy = true;
         const QModelIndex out = FileItem(m_root + "/out");
         QCOMPARE(m_files->DropTarget()->DragEnter(m_files->visualRect(out).center(), list.get()),
                  Qt::IgnoreAction);
         QVERIFY(!m_files->DropTarget()->Drop(list.get(), Qt::CopyAction));
         QVERIFY(!m_files->BeginDrag(FileItem(m_root + "/new.txt")));
-        CVelaZipApp::Flags().*busy = false;
+        CAppFlags::Instance().*busy = false;
     }
     QVERIFY(vzt::ListTree(m_root + "/out").isEmpty());
 }
@@ -567,7 +568,7 @@ void TestDragDrop::lateRenderingOnlyForADropOutside() {
     const QString temp = m_root + "/temp";
     const QPoint overTree = InWindow(m_archive, ArchiveItem(zip));
     CVelaDropSource* source = m_archive->DropSource();
-    const CAppFlags& flags = CVelaZipApp::Flags();
+    const CAppFlags& flags = CAppFlags::Instance();
     auto offer = [&](const QString& path) {
         return std::make_unique<CVelaDataSource>(m_archive, [this, path](QString* rendered) {
             return m_archive->UnpackForDragOut(path, rendered);
@@ -661,14 +662,14 @@ void TestDragDrop::aDropInsideTheWindowNeverRenders() {
                                            rendered);
     });
     LeaveWindow();
-    QVERIFY(CVelaZipApp::Flags().outsideMainWindow);
+    QVERIFY(CAppFlags::Instance().outsideMainWindow);
     QCOMPARE(DropThroughWindow(InWindow(m_files, FileItem(m_root + "/files/out")), &data),
              Qt::CopyAction);
     EndInternalDrag(m_archive);
     m_archive->DropSource()->Released();
 
     QCOMPARE(vzt::ReadAll(m_root + "/files/out/top.txt"), QByteArray("top"));
-    QVERIFY(!CVelaZipApp::Flags().droppedOutside);
+    QVERIFY(!CAppFlags::Instance().droppedOutside);
     QVERIFY(data.urls().isEmpty());
     QCOMPARE(data.RenderCount(), 0);
     QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());

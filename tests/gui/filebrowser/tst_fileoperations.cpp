@@ -21,6 +21,7 @@
 #include "app/CFileView.h"
 #include "app/CMainFrame.h"
 #include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
 #include "common/CConfirmReplace.h"
 #include "common/CPackProgress.h"
@@ -192,7 +193,7 @@ void TestFileOperations::init() {
     m_boxAnswers.clear();
     m_dialogs.clear();
     m_dialogAnswers.clear();
-    CVelaZipApp::Flags() = CAppFlags();
+    CAppFlags::Instance() = CAppFlags();
     m_tree = std::make_unique<CVelaFileTree>();
     m_tester = std::make_unique<QAbstractItemModelTester>(
         m_tree->TreeModel(), QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -309,7 +310,7 @@ void TestFileOperations::stopThenNoContinuesWithNothingLost() {
     for (auto it = files.cbegin(); it != files.cend(); ++it) {
         QCOMPARE(vzt::ReadAll(target + "/source/" + it.key()), it.value());
     }
-    QVERIFY(!CVelaZipApp::Flags().busyCopying);
+    QVERIFY(!CAppFlags::Instance().busyCopying);
 }
 
 void TestFileOperations::stopThenYesLeavesNoPartialFile_data() {
@@ -434,7 +435,7 @@ void TestFileOperations::copiedItemsAreRevealed() {
     const QModelIndex folder = model->FindChild(targetItem, QStringLiteral("folder"));
     QVERIFY(m_tree->isExpanded(folder));
     QCOMPARE(Labels(model, folder), (QStringList{"sub", "y.txt"}));
-    const QString last = CVelaZipApp::Flags().lastAddedPath;
+    const QString last = CAppFlags::Instance().lastAddedPath;
     QVERIFY(last.startsWith(target + QStringLiteral("/folder/")));
     QVERIFY2(m_boxes.isEmpty(), qPrintable(m_boxes.value(0).text));
 }
@@ -449,7 +450,7 @@ void TestFileOperations::revealRulesWithoutEachItem() {
     FillWith(m_root);
     const QString target = m_root + QStringLiteral("/target");
     const QModelIndex targetItem = Select(target);
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
 
     // An added item is only remembered...
     m_tree->ItemAdded(target + QStringLiteral("/by-hand.txt"));

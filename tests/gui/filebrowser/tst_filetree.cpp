@@ -17,6 +17,7 @@
 #include "TestSupport.h"
 #include "app/CFileDock.h"
 #include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "common/CommandIds.h"
 #include "common/Commands.h"
 #include "archive/CArchiveUnpacker.h"
@@ -258,11 +259,11 @@ void TestFileTree::removableRootIsNotRead() {
 
 void TestFileTree::cloudRootsComeAfterTheDrives() {
     QVERIFY(vzt::MakeTree(m_root, {{"Documents/report.txt", "r"}, {"marker/", {}}}));
-    auto& records = CVelaZipApp::CloudDriveItems();
+    auto& records = CCloudDriveItem::Records();
     records.push_back(std::make_unique<CCloudDriveItem>(QStringLiteral("Documents"),
                                                         m_root + QStringLiteral("/Documents"),
                                                         m_root + QStringLiteral("/marker")));
-    CAppFlags& flags = CVelaZipApp::Flags();
+    CAppFlags& flags = CAppFlags::Instance();
     flags.specialFoldersShown = true;
 
     FillWith(m_root);

@@ -26,6 +26,7 @@
 #include "TestSupport.h"
 #include "app/CMainFrame.h"
 #include "app/CVelaZipApp.h"
+#include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archive/PackSettings.h"
 #include "archivebrowser/CVelaArchiveTree.h"
@@ -218,7 +219,7 @@ void TestUnpackPack::init() {
     m_answer = nullptr;
     m_duringBox = nullptr;
     m_renders = 0;
-    CVelaZipApp::Flags() = CAppFlags();
+    CAppFlags::Instance() = CAppFlags();
 }
 
 void TestUnpackPack::Show() {
@@ -271,7 +272,7 @@ bool TestUnpackPack::DragToFiles(const QString& sourcePath, const QString& targe
     });
     m_archive->SetDraggedItem(source);
     m_archive->SetDragInProgress(true);
-    CVelaZipApp::Flags().dragSource = m_archive;
+    CAppFlags::Instance().dragSource = m_archive;
     CVelaDropTarget* drop = m_files->DropTarget();
     const Qt::DropAction effect =
         drop->DragEnter(m_files->visualRect(FileItem(targetFolder)).center(), &data);
@@ -293,7 +294,7 @@ bool TestUnpackPack::DropOnArchive(const QStringList& paths, const QString& targ
         urls << QUrl::fromLocalFile(path);
     }
     data.setUrls(urls);
-    CVelaZipApp::Flags().dragSource.clear();
+    CAppFlags::Instance().dragSource.clear();
     CVelaDropTarget* drop = m_archive->DropTarget();
     const Qt::DropAction effect =
         drop->DragEnter(m_archive->visualRect(ArchiveItem(targetPath)).center(), &data);
@@ -338,7 +339,7 @@ void TestUnpackPack::unpackBySettings() {
     QVERIFY(m_boxes.isEmpty());
     QCOMPARE(m_renders, 0);  // a drop inside the window never asks the late data
     QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
-    QVERIFY(!CVelaZipApp::Flags().busyUnpacking);
+    QVERIFY(!CAppFlags::Instance().busyUnpacking);
 }
 
 void TestUnpackPack::unpackRevealsTheItems_data() {
@@ -373,7 +374,7 @@ void TestUnpackPack::unpackRevealsTheItems() {
 
     QVERIFY(DragToFiles(zip, target));
     // Every item written shows, the last one selected.
-    const QString last = CVelaZipApp::Flags().lastAddedPath;
+    const QString last = CAppFlags::Instance().lastAddedPath;
     QVERIFY(last.startsWith(target + '/'));
     QTRY_COMPARE(m_files->PathOfItem(m_files->currentIndex()), last);
     auto labels = [model](const QModelIndex& parent) {
@@ -395,7 +396,7 @@ void TestUnpackPack::unpackRevealsTheItems() {
         QVERIFY(m_files->isExpanded(keep));
         QCOMPARE(labels(keep), QStringList{"inner.txt"});
     }
-    QVERIFY(!CVelaZipApp::Flags().refreshNow);
+    QVERIFY(!CAppFlags::Instance().refreshNow);
 }
 
 void TestUnpackPack::vanishedArchiveShowsOnlyTheOpenError() {
@@ -578,7 +579,7 @@ void TestUnpackPack::closeAndSecondDropAreRefusedWhileUnpacking() {
         const QModelIndex zipItem = archive->Navigate(zip);
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(m_root + "/files/extra.txt")});
-        CVelaZipApp::Flags().dragSource.clear();
+        CAppFlags::Instance().dragSource.clear();
         const Qt::DropAction effect =
             archive->DropTarget()->DragEnter(archive->visualRect(zipItem).center(), &data);
         secondDropRefused =
@@ -590,7 +591,7 @@ void TestUnpackPack::closeAndSecondDropAreRefusedWhileUnpacking() {
     const QModelIndex source = archive->Navigate(zip);
     const QModelIndex target = files->Navigate(m_root + "/files/out");
     archive->SetDraggedItem(source);
-    CVelaZipApp::Flags().dragSource = archive;
+    CAppFlags::Instance().dragSource = archive;
     const Qt::DropAction effect =
         files->DropTarget()->DragEnter(files->visualRect(target).center(), nullptr);
     QVERIFY(files->DropTarget()->Drop(nullptr, effect));
@@ -725,8 +726,8 @@ void TestUnpackPack::createThenAddForAMultiItemDrop() {
     QVERIFY(m_archive->TreeModel()->hasChildren(targetItem));
     m_archive->expand(targetItem);
     QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "report.zip").isValid());
-    QVERIFY(!CVelaZipApp::Flags().busyPacking);
-    QVERIFY(!CVelaZipApp::Flags().creatingArchive);
+    QVERIFY(!CAppFlags::Instance().busyPacking);
+    QVERIFY(!CAppFlags::Instance().creatingArchive);
 }
 
 void TestUnpackPack::addIntoArchiveAndFolder_data() {
@@ -1003,8 +1004,8 @@ void TestUnpackPack::passwordMismatchKeepsTheDialog() {
     QVERIFY(ZipTests(zip, "abc"));
     QVERIFY(!ZipTests(zip, "wrong"));
     // The password of the drop is forgotten with it.
-    QVERIFY(!CVelaZipApp::Flags().usePassword);
-    QVERIFY(CVelaZipApp::Flags().password.isEmpty());
+    QVERIFY(!CAppFlags::Instance().usePassword);
+    QVERIFY(CAppFlags::Instance().password.isEmpty());
 }
 
 void TestUnpackPack::encryptionFromTheDialog_data() {
@@ -1047,7 +1048,7 @@ void TestUnpackPack::encryptionFromTheDialog() {
     expected.insert("one.txt", "one");
     expected.insert("two.txt", "two");
     QCOMPARE(ZipContents(zip, m_root + "/check", password), expected);
-    QVERIFY(CVelaZipApp::Flags().password.isEmpty());
+    QVERIFY(CAppFlags::Instance().password.isEmpty());
 }
 
 void TestUnpackPack::cancelledDialogUndoesTheDrop() {

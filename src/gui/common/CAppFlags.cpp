@@ -1,0 +1,6 @@
+#include "common/CAppFlags.h"
+
+CAppFlags& CAppFlags::Instance() {
+    static CAppFlags flags;
+    return flags;
+}
