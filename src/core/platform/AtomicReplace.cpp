@@ -54,23 +54,23 @@ mode_t NewFileMode() {
 }
 
 bool AtomicReplace::Begin(const QString& target) {
-    Abandon();
     const int folder = OpenFolderOf(target);
-    if (folder < 0)
-        return Fail(Step::Create, errno);
-    const bool ok = Begin(folder, EncodePath(FileNameOf(target)));
-    ::close(folder);
-    return ok;
+    return BeginIn(folder, folder < 0 ? errno : 0, EncodePath(FileNameOf(target)));
 }
 
 bool AtomicReplace::Begin(int folderFd, const QByteArray& name) {
+    const int folder = ::fcntl(folderFd, F_DUPFD_CLOEXEC, 0);
+    return BeginIn(folder, folder < 0 ? errno : 0, name);
+}
+
+bool AtomicReplace::BeginIn(int ownFolderFd, int error, const QByteArray& name) {
     Abandon();
     m_errno = 0;
     m_failedStep = Step::None;
     m_modeGiven = m_modifiedGiven = false;
-    m_folderFd = ::fcntl(folderFd, F_DUPFD_CLOEXEC, 0);
+    m_folderFd = ownFolderFd;
     if (m_folderFd < 0)
-        return Fail(Step::Create, errno);
+        return Fail(Step::Create, error);
     m_name = name;
     m_replaces = ::fstatat(m_folderFd, name.constData(), &m_old, AT_SYMLINK_NOFOLLOW) == 0;
     for (int attempt = 0; attempt < kAttempts && m_fd < 0; ++attempt) {
@@ -152,9 +152,9 @@ int ReplaceWithItem(int folderFd, const QByteArray& name,
             continue;
         if (error)
             return error;
-        if (::renameat(folderFd, temp.constData(), folderFd, name.constData()) == 0)
-            return 0;
-        const int renameError = errno;
+        const int renameError =
+            ::renameat(folderFd, temp.constData(), folderFd, name.constData()) == 0 ? 0 : errno;
+        // Also after a rename that did nothing: a hard link onto the same file stays where it is.
         ::unlinkat(folderFd, temp.constData(), 0);
         return renameError;
     }

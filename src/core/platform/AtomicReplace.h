@@ -69,6 +69,8 @@ public:
     QByteArray TempName() const { return m_tempName; }
 
 private:
+    // Takes `ownFolderFd` (-1: the folder could not be opened, for the reason `error`).
+    bool BeginIn(int ownFolderFd, int error, const QByteArray& name);
     bool Fail(Step step, int error);
 
     int m_folderFd = -1;
