@@ -36,7 +36,7 @@ class CliWriteTest : public QObject {
         p.start(vzt::BinaryDir() + "/velazip-cli", args);
         p.closeWriteChannel();
         const QDir folder = QFileInfo(archive).absoluteDir();
-        const QStringList temporary{QFileInfo(archive).fileName() + ".??????"};
+        const QStringList temporary{"." + QFileInfo(archive).fileName() + ".vz-??????"};
         Interrupted r;
         while (p.state() != QProcess::NotRunning && !p.waitForFinished(1)) {
             if (!folder.entryList(temporary, QDir::Files | QDir::Hidden).isEmpty()) {

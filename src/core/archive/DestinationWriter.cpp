@@ -9,7 +9,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QRandomGenerator>
 #include <algorithm>
 #include <deque>
 
@@ -175,44 +174,37 @@ DestinationWriter::Result DestinationWriter::BeginFile(const QStringList& compon
     AbortFile();
     if (components.isEmpty() || !ValidComponent(components.last()))
         return Fail(QStringLiteral("The name %1 is not allowed.").arg(FullPath(components)));
-    m_dirFd = OpenFolder(components, components.size() - 1, true);
-    if (m_dirFd < 0)
+    const int dirFd = OpenFolder(components, components.size() - 1, true);
+    if (dirFd < 0)
         return Result::Failed;
-    const Result r = PrepareTarget(m_dirFd, components.last(), components, incoming);
+    const Result r = PrepareTarget(dirFd, components.last(), components, incoming);
     if (r != Result::Ok) {
-        close(m_dirFd);
-        m_dirFd = -1;
+        close(dirFd);
         return r;
     }
     m_finalName = Encode(components.last());
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        m_tempName =
-            ".vz-" + QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".part";
-        m_fileFd = openat(m_dirFd, m_tempName.constData(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        if (m_fileFd >= 0 || errno != EEXIST)
-            break;
-    }
-    if (m_fileFd < 0) {
-        const int err = errno;
-        close(m_dirFd);
-        m_dirFd = -1;
-        return Fail(QStringLiteral("Cannot write %1: %2.").arg(FullPath(components), Reason(err)));
-    }
+    // A new file has nothing to lose in a crash; only one that replaces another is synced.
+    m_file.SetSync(platform::AtomicReplace::Sync::WhenReplacing);
+    const bool begun = m_file.Begin(dirFd, m_finalName);
+    close(dirFd);
+    if (!begun)
+        return Fail(
+            QStringLiteral("Cannot write %1: %2.").arg(FullPath(components), m_file.Reason()));
     m_written = 0;
     return Result::Ok;
 }
 
 bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
-    if (m_fileFd < 0)
+    const int fd = m_file.Fd();
+    if (fd < 0)
         return false;
     if (offset > m_written) {  // a hole in a sparse entry
-        if (lseek(m_fileFd, offset, SEEK_SET) < 0)
+        if (lseek(fd, offset, SEEK_SET) < 0)
             return false;
         m_written = offset;
     }
     while (size > 0) {
-        const ssize_t n = write(m_fileFd, data, size);
+        const ssize_t n = write(fd, data, size);
         if (n < 0) {
             if (errno == EINTR)
                 continue;
@@ -228,50 +220,26 @@ bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
 }
 
 DestinationWriter::Result DestinationWriter::CommitFile(quint32 mode, FileTime mtime) {
-    if (m_fileFd < 0)
+    const int fd = m_file.Fd();
+    if (fd < 0)
         return Result::Failed;
     // A sparse entry that ends in a hole still has its full length.
-    const off_t end = lseek(m_fileFd, 0, SEEK_CUR);
-    if (end > 0 && ftruncate(m_fileFd, end) != 0) {
+    const off_t end = lseek(fd, 0, SEEK_CUR);
+    if (end > 0 && ftruncate(fd, end) != 0) {
         AbortFile();
         return Fail(QStringLiteral("Cannot write %1.").arg(QFile::decodeName(m_finalName)));
     }
-    fchmod(m_fileFd, (mode & 07777) ? (mode & 0777) : 0644);
-    if (mtime.known) {
-        struct timespec ts[2];
-        ts[0].tv_sec = 0;
-        ts[0].tv_nsec = UTIME_OMIT;
-        ts[1].tv_sec = static_cast<time_t>(mtime.seconds);
-        ts[1].tv_nsec = 0;
-        futimens(m_fileFd, ts);
-    }
-    const bool closed = close(m_fileFd) == 0;
-    m_fileFd = -1;
-    if (!closed ||
-        renameat(m_dirFd, m_tempName.constData(), m_dirFd, m_finalName.constData()) != 0) {
-        const int err = errno;
-        AbortFile();
+    m_file.SetMode((mode & 07777) ? (mode & 0777) : 0644);
+    if (mtime.known)
+        m_file.SetModified({static_cast<time_t>(mtime.seconds), 0});
+    if (!m_file.Commit())
         return Fail(QStringLiteral("Cannot write %1: %2.")
-                        .arg(QFile::decodeName(m_finalName), Reason(err)));
-    }
-    close(m_dirFd);
-    m_dirFd = -1;
-    m_tempName.clear();
+                        .arg(QFile::decodeName(m_finalName), m_file.Reason()));
     return Result::Ok;
 }
 
 void DestinationWriter::AbortFile() {
-    if (m_fileFd >= 0) {
-        close(m_fileFd);
-        m_fileFd = -1;
-    }
-    if (m_dirFd >= 0) {
-        if (!m_tempName.isEmpty())
-            unlinkat(m_dirFd, m_tempName.constData(), 0);
-        close(m_dirFd);
-        m_dirFd = -1;
-    }
-    m_tempName.clear();
+    m_file.Abandon();
 }
 
 bool DestinationWriter::LinkStaysInside(const QStringList& linkComponents,
@@ -351,13 +319,12 @@ DestinationWriter::Result DestinationWriter::MakeSymlink(const QStringList& comp
         close(dirFd);
         return r;
     }
-    const QByteArray temp =
-        ".vz-" + QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".link";
     const QByteArray name = Encode(components.last());
-    if (symlinkat(Encode(target).constData(), dirFd, temp.constData()) != 0 ||
-        renameat(dirFd, temp.constData(), dirFd, name.constData()) != 0) {
-        const int err = errno;
-        unlinkat(dirFd, temp.constData(), 0);
+    const QByteArray targetBytes = Encode(target);
+    const int err = platform::ReplaceWithItem(dirFd, name, [&](int folder, const char* temp) {
+        return symlinkat(targetBytes.constData(), folder, temp) == 0 ? 0 : errno;
+    });
+    if (err) {
         close(dirFd);
         return Fail(
             QStringLiteral("Cannot make the link %1: %2.").arg(FullPath(components), Reason(err)));
@@ -383,13 +350,12 @@ DestinationWriter::Result DestinationWriter::MakeHardlink(const QStringList& com
     incoming.path = components.join(QLatin1Char('/'));
     Result r = PrepareTarget(dirFd, components.last(), components, incoming);
     if (r == Result::Ok) {
-        const QByteArray temp =
-            ".vz-" + QByteArray::number(QRandomGenerator::global()->generate(), 36) + ".link";
-        const QByteArray name = Encode(components.last());
-        if (linkat(fromFd, Encode(existing.last()).constData(), dirFd, temp.constData(), 0) != 0 ||
-            renameat(dirFd, temp.constData(), dirFd, name.constData()) != 0) {
-            const int err = errno;
-            unlinkat(dirFd, temp.constData(), 0);
+        const QByteArray from = Encode(existing.last());
+        const int err = platform::ReplaceWithItem(
+            dirFd, Encode(components.last()), [&](int folder, const char* temp) {
+                return linkat(fromFd, from.constData(), folder, temp, 0) == 0 ? 0 : errno;
+            });
+        if (err) {
             r = Fail(QStringLiteral("Cannot make the link %1: %2.")
                          .arg(FullPath(components), Reason(err)));
         }

@@ -3,14 +3,16 @@
 //
 // Every item is addressed by its components below the destination; each folder on the way
 // is opened without following symbolic links, so a link that already exists in the
-// destination (or one that the archive itself made) is never walked through. A file is
-// written to a temporary name beside its target and renamed over it only when complete.
+// destination (or one that the archive itself made) is never walked through. A file, and a
+// link, is made under a temporary name beside its target and renamed over it only when
+// complete (platform::AtomicReplace).
 
 #include <QString>
 #include <QStringList>
 #include <ctime>
 
 #include "common/OperationObserver.h"
+#include "platform/AtomicReplace.h"
 
 namespace vz {
 
@@ -67,9 +69,8 @@ private:
     IOperationObserver* m_observer = nullptr;
     QString m_error;
     // The file being written.
-    int m_dirFd = -1;
-    int m_fileFd = -1;
-    QByteArray m_tempName, m_finalName;
+    platform::AtomicReplace m_file;
+    QByteArray m_finalName;
     qint64 m_written = 0;
     struct FolderTime {
         QStringList components;

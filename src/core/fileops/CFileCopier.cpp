@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <QRandomGenerator>
 #include <cerrno>
 #include <cstring>
 
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "archive/ArchiveEntry.h"
+#include "platform/AtomicReplace.h"
 #include "platform/FileSystem.h"
 
 using vz::platform::EncodePath;
@@ -30,12 +30,6 @@ public:
     CFd(const CFd&) = delete;
     CFd& operator=(const CFd&) = delete;
     int get() const { return m_fd; }
-    // Closes now and tells whether the close succeeded (a late write error shows here).
-    bool Close() {
-        const int fd = m_fd;
-        m_fd = -1;
-        return fd < 0 || close(fd) == 0;
-    }
     void Reset(int fd = -1) {
         if (m_fd >= 0)
             close(m_fd);
@@ -44,32 +38,6 @@ public:
 
 private:
     int m_fd;
-};
-
-// A temporary name beside the destination that is removed unless it was renamed into place.
-class CTempName {
-public:
-    explicit CTempName(const QByteArray& folder) : m_folder(folder) {}
-    ~CTempName() {
-        if (!m_path.isEmpty())
-            unlink(m_path.constData());
-    }
-    CTempName(const CTempName&) = delete;
-    CTempName& operator=(const CTempName&) = delete;
-    // A fresh name; the caller creates the item under it.
-    const QByteArray& Next() {
-        const quint64 r = QRandomGenerator::global()->generate64();
-        m_path = m_folder + "/.vz-copy-" + QByteArray::number(r, 36);
-        return m_path;
-    }
-    const QByteArray& path() const { return m_path; }
-    // The destination itself, created by the copy: removed the same way unless kept.
-    void Adopt(const QByteArray& path) { m_path = path; }
-    void Forget() { m_path.clear(); }  // renamed into place, kept, or never created
-
-private:
-    QByteArray m_folder;
-    QByteArray m_path;
 };
 
 CopyFailure WriteFailureFor(int error) {
@@ -369,25 +337,10 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         }
     }
 
-    // A new file is written under its own name (removed again unless the copy completes);
-    // a file that exists is asked about and replaced through a temporary name, so that it
-    // stays as it was until its new copy is whole.
-    CTempName temp(EncodePath(destFolder));
-    CFd out;
-    bool inPlace = false;
-    if (S_ISREG(src.st_mode)) {
-        out.Reset(open(destBytes.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                       S_IRUSR | S_IWUSR));
-        if (out.get() >= 0) {
-            inPlace = true;
-            temp.Adopt(destBytes);
-        } else if (errno != EEXIST) {
-            return Fail(WriteFailureFor(errno), destFolder, errno);
-        }
-    }
-
+    // Whatever is at the destination is asked about, and stays as it was until the new copy
+    // is whole (written beside it, then renamed over it).
     struct stat dest {};
-    if (!inPlace && lstat(destBytes.constData(), &dest) == 0) {
+    if (lstat(destBytes.constData(), &dest) == 0) {
         if (SameItem(src, dest))
             return Fail(CopyFailure::SameAsSource, source, 0);
         if (S_ISDIR(dest.st_mode))
@@ -419,13 +372,12 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         if (n < 0)
             return Fail(CopyFailure::SourceUnreadable, source, errno);
         target[static_cast<size_t>(n)] = 0;
-        int error = EEXIST;
-        for (int attempt = 0; attempt < 100 && error == EEXIST; ++attempt)
-            error = symlink(target.data(), temp.Next().constData()) == 0 ? 0 : errno;
-        if (error) {
-            temp.Forget();
+        const int error =
+            vz::platform::ReplaceWithItem(destination, [&](int folder, const char* temp) {
+                return symlinkat(target.data(), folder, temp) == 0 ? 0 : errno;
+            });
+        if (error)
             return Fail(WriteFailureFor(error), destFolder, error);
-        }
     } else {
         if (in.get() < 0)
             in.Reset(open(sourceBytes.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
@@ -438,18 +390,11 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         if (fstat(in.get(), &st) != 0)
             return Fail(CopyFailure::SourceUnreadable, source, errno);
 
-        if (!inPlace) {
-            int error = EEXIST;
-            for (int attempt = 0; attempt < 100 && error == EEXIST; ++attempt) {
-                out.Reset(open(temp.Next().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                               S_IRUSR | S_IWUSR));
-                error = out.get() < 0 ? errno : 0;
-            }
-            if (error) {
-                temp.Forget();
-                return Fail(WriteFailureFor(error), destFolder, error);
-            }
-        }
+        // A new file has nothing to lose in a crash; only one that replaces another is synced.
+        vz::platform::AtomicReplace out;
+        out.SetSync(vz::platform::AtomicReplace::Sync::WhenReplacing);
+        if (!out.Begin(destination))
+            return Fail(WriteFailureFor(out.Error()), destFolder, out.Error());
 
         const quint64 total = static_cast<quint64>(st.st_size);
         quint64 copied = 0;
@@ -461,7 +406,7 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         for (;;) {
             ssize_t n;
             if (kernelCopy) {
-                n = copy_file_range(in.get(), nullptr, out.get(), nullptr,
+                n = copy_file_range(in.get(), nullptr, out.Fd(), nullptr,
                                     static_cast<size_t>(kBlockSize), 0);
                 if (n < 0 && errno == EINTR)
                     continue;
@@ -486,7 +431,7 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
                     return Fail(CopyFailure::SourceUnreadable, source, errno);
                 for (ssize_t done = 0; done < n;) {
                     const ssize_t w =
-                        write(out.get(), buffer.get() + done, static_cast<size_t>(n - done));
+                        write(out.Fd(), buffer.get() + done, static_cast<size_t>(n - done));
                     if (w < 0 && errno == EINTR)
                         continue;
                     if (w < 0)
@@ -506,16 +451,13 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
                     return Cancel();
             }
         }
-        const struct timespec times[2] = {{0, UTIME_OMIT}, st.st_mtim};
-        if (fchmod(out.get(), st.st_mode & 07777) != 0 || futimens(out.get(), times) != 0 ||
-            !out.Close())
-            return Fail(WriteFailureFor(errno), destination, errno);
+        // Only a complete copy replaces what was there.
+        out.SetMode(st.st_mode & 07777);
+        out.SetModified(st.st_mtim);
+        if (!out.Commit())
+            return Fail(WriteFailureFor(out.Error()), destination, out.Error());
     }
 
-    // Only a complete copy replaces what was there.
-    if (!inPlace && rename(temp.path().constData(), destBytes.constData()) != 0)
-        return Fail(WriteFailureFor(errno), destination, errno);
-    temp.Forget();
     m_observer.Progress(100, name);
     ++m_result.filesCopied;
     Added(destination);

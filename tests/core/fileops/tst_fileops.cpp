@@ -85,7 +85,7 @@ struct stat LStat(const QString& path) {
 QStringList Leftovers(const QString& root) {
     QStringList found;
     for (const QString& p : vzt::ListTree(root)) {
-        if (p.contains(QLatin1String(".vz-copy-")))
+        if (p.contains(QLatin1String(".vz-")))
             found << p;
     }
     return found;

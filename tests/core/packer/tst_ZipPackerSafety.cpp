@@ -105,7 +105,7 @@ private slots:
         observer.stopWhen = [&](pkt::ScriptedObserver& o) {
             if (o.percents.empty())
                 return false;
-            duringStop = QDir(dir).entryList(QDir::Files);
+            duringStop = QDir(dir).entryList(QDir::Files | QDir::Hidden);
             for (const QString& name : duringStop)
                 classified << vz::ClassifyPath(dir + QLatin1Char('/') + name, vzt::AllExtensions());
             return true;
@@ -124,7 +124,7 @@ private slots:
 
         // The commit's temporary file was there, beside the archive, and the classifier (every
         // type switched on) does not take it for an archive: a crash could leave it.
-        const QString prefix = QFileInfo(archive).fileName() + QLatin1Char('.');
+        const QString prefix = QLatin1Char('.') + QFileInfo(archive).fileName() + ".vz-";
         const int temporary = duringStop.indexOf(QRegularExpression(
             QRegularExpression::escape(prefix) + QStringLiteral("[A-Za-z0-9]{6}")));
         QVERIFY2(temporary >= 0, qPrintable(duringStop.join(QLatin1Char(' '))));

@@ -1,5 +1,7 @@
-// Top-level places, file attributes and the temporary folder.
+// Top-level places, file attributes, the temporary folder and replacing a file in one step.
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <QDir>
@@ -10,6 +12,7 @@
 
 #include "TestSupport.h"
 #include "archive/ArchiveEntry.h"
+#include "platform/AtomicReplace.h"
 #include "platform/FileSystem.h"
 #include "platform/Places.h"
 #include "platform/TempFolder.h"
@@ -21,6 +24,23 @@ class TestPlatform : public QObject {
 
 private:
     QTemporaryDir m_dir;
+
+    // A fresh folder below m_dir, and its entries as the file system names them.
+    QByteArray NewFolder(const char* name) {
+        const QByteArray folder = QFile::encodeName(m_dir.path()) + '/' + name;
+        return mkdir(folder.constData(), 0700) == 0 ? folder : QByteArray();
+    }
+    static QList<QByteArray> Entries(const QByteArray& folder) {
+        QList<QByteArray> names;
+        if (DIR* d = opendir(folder.constData())) {
+            while (dirent* e = readdir(d)) {
+                if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0)
+                    names << e->d_name;
+            }
+            closedir(d);
+        }
+        return names;
+    }
 
 private slots:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
@@ -190,6 +210,113 @@ private slots:
         QFETCH(QString, name);
         QCOMPARE(FolderOf(path), folder);
         QCOMPARE(FileNameOf(path), name);
+    }
+
+    void atomicReplace_data() {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<int>("oldMode");    // -1: no file there before
+        QTest::addColumn<int>("givenMode");  // -1: none asked for
+        QTest::addColumn<QString>("end");    // commit, abandon or destroy
+        QTest::addColumn<int>("mode");       // the target's mode afterwards
+        const mode_t mask = umask(0);
+        umask(mask);
+        const int fresh = int(0666 & ~mask);
+        QTest::newRow("commit keeps the old mode")
+            << QByteArray("a.txt") << 0640 << -1 << "commit" << 0640;
+        QTest::newRow("commit gives the asked mode")
+            << QByteArray("a.txt") << 0640 << 0751 << "commit" << 0751;
+        QTest::newRow("new file: umask's mode")
+            << QByteArray("a.txt") << -1 << -1 << "commit" << fresh;
+        QTest::newRow("non-UTF-8 name")
+            << QByteArray("caf\xe9\xff") << 0600 << -1 << "commit" << 0600;
+        QTest::newRow("longest name")
+            << QByteArray(NAME_MAX, 'n') << 0644 << -1 << "commit" << 0644;
+        QTest::newRow("abandon") << QByteArray("a.txt") << 0640 << 0755 << "abandon" << 0640;
+        QTest::newRow("destroyed uncommitted")
+            << QByteArray("a.txt") << 0604 << -1 << "destroy" << 0604;
+        QTest::newRow("abandon, nothing there")
+            << QByteArray("a.txt") << -1 << -1 << "abandon" << -1;
+    }
+    void atomicReplace() {
+        QFETCH(QByteArray, name);
+        QFETCH(int, oldMode);
+        QFETCH(int, givenMode);
+        QFETCH(QString, end);
+        QFETCH(int, mode);
+        const QByteArray folder = NewFolder(QTest::currentDataTag());
+        QVERIFY(!folder.isEmpty());
+        const QByteArray target = folder + '/' + name;
+        const QByteArray old = "old content\n";
+        if (oldMode >= 0) {
+            const int fd = open(target.constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+            QVERIFY(fd >= 0);
+            QCOMPARE(write(fd, old.constData(), size_t(old.size())), ssize_t(old.size()));
+            QCOMPARE(fchmod(fd, mode_t(oldMode)), 0);
+            close(fd);
+        }
+        {
+            const int folderFd = open(folder.constData(), O_RDONLY | O_DIRECTORY);
+            QVERIFY(folderFd >= 0);
+            AtomicReplace replace;
+            QVERIFY2(replace.Begin(folderFd, name), qPrintable(replace.Reason()));
+            close(folderFd);
+            QCOMPARE(replace.Replaces(), oldMode >= 0);
+            QCOMPARE(write(replace.Fd(), "new", 3), ssize_t(3));
+            if (givenMode >= 0)
+                replace.SetMode(mode_t(givenMode));
+            replace.SetModified({1000000000, 0});
+            if (end == QLatin1String("commit"))
+                QVERIFY2(replace.Commit(), qPrintable(replace.Reason()));
+            else if (end == QLatin1String("abandon"))
+                replace.Abandon();
+        }
+        // No temporary file is left, whatever the end.
+        QCOMPARE(Entries(folder), mode >= 0 ? QList<QByteArray>{name} : QList<QByteArray>());
+        if (mode < 0)
+            return;
+        struct stat st {};
+        QCOMPARE(stat(target.constData(), &st), 0);
+        QCOMPARE(int(st.st_mode & 07777), mode);
+        const bool committed = end == QLatin1String("commit");
+        QCOMPARE(st.st_mtime == 1000000000, committed);
+        const int fd = open(target.constData(), O_RDONLY);
+        char data[64];
+        const ssize_t n = read(fd, data, sizeof data);
+        close(fd);
+        QCOMPARE(QByteArray(data, int(n)), committed ? QByteArray("new") : old);
+    }
+
+    void atomicReplaceFailsAndNamesApart() {
+        const QByteArray folder = NewFolder("apart");
+        QVERIFY(!folder.isEmpty());
+        const QString target = QFile::decodeName(folder) + QStringLiteral("/t.bin");
+        QVERIFY(vzt::WriteAll(target, "old"));
+        // Two at once on one target each get their own temporary file; the last commit wins.
+        AtomicReplace first, second;
+        QVERIFY(first.Begin(target) && second.Begin(target));
+        QVERIFY(first.TempName() != second.TempName());
+        QCOMPARE(write(second.Fd(), "second", 6), ssize_t(6));
+        QVERIFY(second.Commit());
+        QCOMPARE(write(first.Fd(), "first", 5), ssize_t(5));
+        QVERIFY(first.Commit());
+        QCOMPARE(vzt::ReadAll(target), QByteArray("first"));
+
+        AtomicReplace nowhere;
+        QVERIFY(!nowhere.Begin(QFile::decodeName(folder) + QStringLiteral("/missing/t.bin")));
+        QCOMPARE(nowhere.Reason(), QString::fromLocal8Bit(strerror(ENOENT)));
+
+        // A folder without write permission: a failure with its reason, the target as it was.
+        if (geteuid() == 0)
+            QSKIP("root writes into any folder");
+        QCOMPARE(chmod(folder.constData(), 0500), 0);
+        AtomicReplace refused;
+        QVERIFY(!refused.Begin(target));
+        chmod(folder.constData(), 0700);
+        QCOMPARE(refused.Error(), EACCES);
+        QCOMPARE(refused.Reason(), QString::fromLocal8Bit(strerror(EACCES)));
+        QCOMPARE(refused.Fd(), -1);
+        QCOMPARE(vzt::ReadAll(target), QByteArray("first"));
+        QCOMPARE(Entries(folder), QList<QByteArray>{"t.bin"});
     }
 
     void tempFolderIsPreparedAndEmptied() {

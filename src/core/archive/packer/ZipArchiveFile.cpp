@@ -4,12 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QFile>
-#include <QRandomGenerator>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <vector>
+
+#include "platform/AtomicReplace.h"
+#include "platform/FileSystem.h"
 
 namespace vz {
 namespace {
@@ -19,7 +20,8 @@ constexpr size_t kWriteBuffer = 1024 * 1024;
 
 class ArchiveFile {
 public:
-    ArchiveFile(const QByteArray& path, bool fresh) : m_path(path), m_fresh(fresh) {
+    ArchiveFile(const QString& path, bool fresh)
+        : m_path(path), m_bytes(platform::EncodePath(path)), m_fresh(fresh) {
         zip_error_init(&m_error);
     }
     ~ArchiveFile() {
@@ -75,7 +77,7 @@ public:
                 return 0;
             case ZIP_SOURCE_REMOVE:
                 CloseRead();
-                if (::unlink(m_path.constData()) != 0 && errno != ENOENT)
+                if (::unlink(m_bytes.constData()) != 0 && errno != ENOENT)
                     return Fail(ZIP_ER_REMOVE, errno);
                 m_fresh = true;
                 return 0;
@@ -111,7 +113,7 @@ private:
         if (m_fresh)
             return Fail(ZIP_ER_READ, ENOENT);  // how libzip learns "no file yet"
         struct stat info {};
-        if (::stat(m_path.constData(), &info) != 0)
+        if (::stat(m_bytes.constData(), &info) != 0)
             return Fail(ZIP_ER_READ, errno);
         zip_stat_init(st);
         st->valid = ZIP_STAT_SIZE | ZIP_STAT_MTIME;
@@ -122,7 +124,7 @@ private:
 
     zip_int64_t Open() {
         if (m_fd < 0) {
-            m_fd = ::open(m_path.constData(), O_RDONLY | O_CLOEXEC);
+            m_fd = ::open(m_bytes.constData(), O_RDONLY | O_CLOEXEC);
             if (m_fd < 0)
                 return Fail(ZIP_ER_OPEN, errno);
             struct stat info {};
@@ -188,22 +190,8 @@ private:
 
     zip_int64_t BeginWrite() {
         Rollback();
-        static const char kLetters[] =
-            "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-        for (int attempt = 0; attempt < 100 && m_tmpFd < 0; ++attempt) {
-            QByteArray name = m_path + '.';
-            for (int i = 0; i < 6; ++i)
-                name += kLetters[QRandomGenerator::global()->bounded(62)];
-            // The kernel applies the umask to 0666, as for any new file.
-            m_tmpFd = ::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (m_tmpFd >= 0) {
-                m_tmpPath = name;
-            } else if (errno != EEXIST) {
-                return Fail(ZIP_ER_TMPOPEN, errno);
-            }
-        }
-        if (m_tmpFd < 0)
-            return Fail(ZIP_ER_TMPOPEN, EEXIST);
+        if (!m_replace.Begin(m_path))
+            return Fail(ZIP_ER_TMPOPEN, m_replace.Error());
         m_writePos = m_written = m_bufferStart = 0;
         m_buffer.clear();
         m_buffer.reserve(kWriteBuffer);
@@ -213,8 +201,9 @@ private:
     bool Flush() {
         size_t done = 0;
         while (done < m_buffer.size()) {
-            const ssize_t n = ::pwrite(m_tmpFd, m_buffer.data() + done, m_buffer.size() - done,
-                                       static_cast<off_t>(m_bufferStart + done));
+            const ssize_t n =
+                ::pwrite(m_replace.Fd(), m_buffer.data() + done, m_buffer.size() - done,
+                         static_cast<off_t>(m_bufferStart + done));
             if (n < 0) {
                 if (errno == EINTR)
                     continue;
@@ -230,7 +219,7 @@ private:
     }
 
     zip_int64_t Write(const char* data, zip_uint64_t length) {
-        if (m_tmpFd < 0)
+        if (m_replace.Fd() < 0)
             return Fail(ZIP_ER_INTERNAL, 0);
         zip_uint64_t done = 0;
         while (done < length) {
@@ -254,55 +243,28 @@ private:
     }
 
     zip_int64_t Commit() {
-        if (m_tmpFd < 0)
+        if (m_replace.Fd() < 0)
             return Fail(ZIP_ER_INTERNAL, 0);
         if (!Flush())
             return -1;
-        struct stat old {};
-        if (!m_fresh && ::stat(m_path.constData(), &old) == 0) {
-            ::fchmod(m_tmpFd, old.st_mode & 07777);
-            if (::fchown(m_tmpFd, old.st_uid, old.st_gid) != 0) {
-                // Another owner's archive in our folder becomes ours, as with any rewrite.
-            }
+        if (m_fresh)  // an archive being created replaces no file's mode
+            m_replace.SetMode(platform::NewFileMode());
+        if (!m_replace.Commit()) {
+            const bool renaming = m_replace.FailedStep() == platform::AtomicReplace::Step::Rename;
+            return Fail(renaming ? ZIP_ER_RENAME : ZIP_ER_WRITE, m_replace.Error());
         }
-        if (::fsync(m_tmpFd) != 0)
-            return Fail(ZIP_ER_WRITE, errno);
-        if (::close(m_tmpFd) != 0) {
-            m_tmpFd = -1;
-            return Fail(ZIP_ER_WRITE, errno);
-        }
-        m_tmpFd = -1;
-        if (::rename(m_tmpPath.constData(), m_path.constData()) != 0)
-            return Fail(ZIP_ER_RENAME, errno);
-        m_tmpPath.clear();
-        SyncFolder();
         CloseRead();
         m_fresh = false;
         return 0;
     }
 
-    void SyncFolder() {
-        const int slash = m_path.lastIndexOf('/');
-        const QByteArray folder =
-            slash > 0 ? m_path.left(slash) : QByteArray(slash == 0 ? "/" : ".");
-        const int fd = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (fd >= 0) {
-            ::fsync(fd);
-            ::close(fd);
-        }
-    }
-
     void Rollback() {
-        if (m_tmpFd >= 0)
-            ::close(m_tmpFd);
-        m_tmpFd = -1;
-        if (!m_tmpPath.isEmpty())
-            ::unlink(m_tmpPath.constData());
-        m_tmpPath.clear();
+        m_replace.Abandon();
         m_buffer.clear();
     }
 
-    QByteArray m_path;
+    QString m_path;
+    QByteArray m_bytes;
     bool m_fresh;
     zip_error_t m_error;
 
@@ -313,8 +275,7 @@ private:
     zip_uint64_t m_cacheStart = 0;
     size_t m_cacheLength = 0;
 
-    int m_tmpFd = -1;
-    QByteArray m_tmpPath;
+    platform::AtomicReplace m_replace;
     zip_uint64_t m_writePos = 0;
     zip_uint64_t m_written = 0;
     zip_uint64_t m_bufferStart = 0;
@@ -328,7 +289,7 @@ zip_int64_t Callback(void* userdata, void* data, zip_uint64_t length, zip_source
 }  // namespace
 
 zip_source_t* CreateArchiveFileSource(const QString& path, bool fresh, zip_error_t* error) {
-    ArchiveFile* file = new ArchiveFile(QFile::encodeName(path), fresh);
+    ArchiveFile* file = new ArchiveFile(path, fresh);
     zip_source_t* source = zip_source_function_create(Callback, file, error);
     if (!source)
         delete file;

@@ -2,13 +2,12 @@
 // The archive file as libzip reads and rewrites it (a writable zip source of our own).
 //
 // Reading goes through pread with a read cache, so the many seeks that zip_open with
-// ZIP_CHECKCONS and zip_close make per entry cost no system call. Writing goes to a
-// temporary file beside the archive, "<archive>.xxxxxx" (six random letters and digits: an
-// extension that no archive family has, so that a leftover from a crash is never taken for an
-// archive), through a write buffer. Commit flushes it, gives it the old archive's mode (or
-// the mode a new file gets), syncs it to the disk, renames it over the archive and syncs the
-// folder: after a crash either the old or the new archive is there, whole. Rollback, and
-// freeing the source while writing, remove the temporary file.
+// ZIP_CHECKCONS and zip_close make per entry cost no system call. Writing goes through a
+// write buffer to a temporary file beside the archive (platform::AtomicReplace). Commit
+// flushes it, gives it the old archive's mode (or the mode a new file gets), syncs it to the
+// disk, renames it over the archive and syncs the folder: after a crash either the old or the
+// new archive is there, whole. Rollback, and freeing the source while writing, remove the
+// temporary file.
 
 #include <zip.h>
 #include <QString>
