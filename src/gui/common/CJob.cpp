@@ -160,6 +160,7 @@ bool CJob::Run(const Setup& setup, const Work& work) {
     }
     if (job->m_window == nullptr) {
         // No window: nothing may be asked, and the work is short by its nature.
+        job->m_waitedWithoutWindow = true;
         job->m_thread->wait();
         job->OnThreadFinished();
         return !stopped;
@@ -258,6 +259,8 @@ bool CJob::OnUi(const std::function<void()>& onUi) {
         onUi();
         return true;
     }
+    // The user-interface thread is blocked in the wait for this job: nothing can answer.
+    Q_ASSERT(!m_waitedWithoutWindow);
     auto call = std::make_shared<UiCall>();
     QMetaObject::invokeMethod(
         this,

@@ -52,7 +52,8 @@ public:
     static CJob* Start(const Setup& setup, Work work, Done done = {});
     // Runs `work` on a worker thread and returns when it has ended. The user-interface
     // thread waits a moment for it (kQuickMs); work that takes longer shows its progress
-    // window as a modal dialog with "&Stop" until it ends. True unless it was stopped.
+    // window as a modal dialog with "&Stop" until it ends. True unless it was stopped. A
+    // job without a window is simply waited for: its work must not ask anything.
     static bool Run(const Setup& setup, const Work& work);
 
     // The busy guard: a job runs, or a chain of jobs holds the guard.
@@ -118,6 +119,7 @@ private:
     std::atomic<bool> m_cancelled{false};
     std::atomic<bool> m_aborted{false};
     bool m_ended = false;
+    bool m_waitedWithoutWindow = false;
 
     mutable std::mutex m_mutex;  // guards what follows
     int m_percent = 0;
