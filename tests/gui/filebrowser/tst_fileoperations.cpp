@@ -643,8 +643,8 @@ void TestFileOperations::deleteQuestions() {
     QCOMPARE(m_dialogs[0].message, message);
     const vz::platform::FileFacts facts = vz::platform::ReadFacts(path);
     QCOMPARE(m_dialogs[0].details,
-             folder ? QStringList{"objects: 3", "created: " + vz::FormatConfirmTime(facts.created)}
-                    : QStringList{"size: 1 234 567 bytes", ModifiedLine(path)});
+             (folder ? QStringList{"objects: 3", "created: " + vz::FormatConfirmTime(facts.created)}
+                     : QStringList{"size: 1 234 567 bytes", ModifiedLine(path)}));
     QCOMPARE(m_dialogs[0].buttons, (QStringList{"&Yes", "&No"}));
     // "&No" leaves everything as it was.
     QVERIFY(QFileInfo::exists(path));
