@@ -1,8 +1,8 @@
 // Drag and drop between the two browsers and with other applications: the drop dispatch
 // (internal drags both ways, file lists from other applications by the setting, several
 // paths in order), where a drop may land, the highlight, hover expansion, scrolling at the
-// edges, the busy refusal, the drag images, and the late rendering of a drag out of the
-// Archive Browser, which unpacks only for a drop outside the main window.
+// edges, the refusal while a drop's jobs run, the drag images, and the late rendering of a
+// drag out of the Archive Browser, which unpacks only for a drop outside the main window.
 
 #include <QApplication>
 #include <QDir>
@@ -15,9 +15,11 @@
 #include <QUrl>
 #include <QWindow>
 #include <deque>
+#include <functional>
 #include <memory>
 
 #include "FamilyFixtures.h"
+#include "JobWait.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
 #include "common/CAppFlags.h"
@@ -64,6 +66,18 @@ std::unique_ptr<QMimeData> UriList(const QStringList& paths) {
     return data;
 }
 
+// Lets the queued work of a drop start, then waits for its jobs.
+bool WaitForDrop() {
+    bool reached = false;
+    QMetaObject::invokeMethod(
+        qApp, [&reached] { reached = true; }, Qt::QueuedConnection);
+    if (!QTest::qWaitFor([&reached] { return reached; }) || !vzt::WaitForJobs()) {
+        QTest::qFail("the drop did not end", __FILE__, __LINE__);
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 class TestDragDrop : public QObject {
@@ -77,33 +91,31 @@ private slots:
     void internalDragsBothWaysThroughTheViewports();
     void fileListsFromOtherApplications_data();
     void fileListsFromOtherApplications();
-    void severalPathsInOrderStopAtTheFirstFailure();
+    void severalPathsInOrderAndNothingElseTakenMeanwhile();
     void validDropRules_data();
     void validDropRules();
     void whatMayBeDragged();
     void highlightAndHoverExpansion();
     void autoScrollAtTheEdges();
-    void nothingIsTakenWhileAnOperationRuns();
     void dragImages_data();
     void dragImages();
     void lateRenderingOnlyForADropOutside();
-    void aDropInsideTheWindowNeverRenders();
 
 private:
     void Show();
     QModelIndex ArchiveItem(const QString& path);
     QModelIndex FileItem(const QString& path);
-    // Sends enter, move and drop to the viewport of `tree` at the centre of `item`, then
-    // lets the queued drop run. Returns the action the move was answered with.
+    // Sends enter, move and drop at `pos` to `receiver` (a tree's viewport, or the main
+    // window's QWindow, which hands them on to the widget under `pos`), then waits for the
+    // queued drop's jobs. Returns the action the move was answered with.
+    Qt::DropAction SendDrop(QObject* receiver, const QPoint& pos, const QMimeData* data);
     Qt::DropAction SendDrop(CVelaDragDropTree* tree, const QModelIndex& item,
-                            const QMimeData* data);
-    // The drag events that the platform gives the main window (its QWindow), which hands
-    // them on to the widget under `item` of `tree`: entering and leaving it again, leaving
-    // it, and entering, moving and dropping (then the queued drop runs).
+                            const QMimeData* data) {
+        return SendDrop(tree->viewport(), tree->visualRect(item).center(), data);
+    }
     QPoint InWindow(CVelaDragDropTree* tree, const QModelIndex& item) const;
     void PassThroughWindow(const QPoint& pos, const QMimeData* data);
     void LeaveWindow();
-    Qt::DropAction DropThroughWindow(const QPoint& pos, const QMimeData* data);
     void StartInternalDrag(CVelaDragDropTree* tree, const QModelIndex& item);
     void EndInternalDrag(CVelaDragDropTree* tree);
 
@@ -116,6 +128,7 @@ private:
     QList<vz::MessageBoxRequest> m_boxes;
     QStringList m_dialogs;
     std::deque<QString> m_dialogAnswers;
+    std::function<void()> m_onDialog;  // runs while a job waits for its question
 };
 
 void TestDragDrop::initTestCase() {
@@ -128,6 +141,9 @@ void TestDragDrop::initTestCase() {
     });
     vz::SetModalDialogHook([this](QDialog& dialog) {
         m_dialogs << QString::fromLatin1(dialog.metaObject()->className());
+        if (m_onDialog) {
+            m_onDialog();
+        }
         auto* confirm = qobject_cast<CConfirmDialog*>(&dialog);
         if (confirm == nullptr || m_dialogAnswers.empty()) {
             return int(QDialog::Rejected);
@@ -147,10 +163,12 @@ void TestDragDrop::init() {
     m_boxes.clear();
     m_dialogs.clear();
     m_dialogAnswers.clear();
+    m_onDialog = {};
     CAppFlags::Instance() = CAppFlags();
 }
 
 void TestDragDrop::cleanup() {
+    QVERIFY(vzt::WaitForJobs());
     m_window.reset();
 }
 
@@ -188,19 +206,15 @@ QModelIndex TestDragDrop::FileItem(const QString& path) {
     return m_files->PathOfItem(item) == path ? item : QModelIndex();
 }
 
-Qt::DropAction TestDragDrop::SendDrop(CVelaDragDropTree* tree, const QModelIndex& item,
-                                      const QMimeData* data) {
-    const QPoint pos = tree->visualRect(item).center();
+Qt::DropAction TestDragDrop::SendDrop(QObject* receiver, const QPoint& pos, const QMimeData* data) {
     QDragEnterEvent enter(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &enter);
+    QApplication::sendEvent(receiver, &enter);
     QDragMoveEvent move(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &move);
+    QApplication::sendEvent(receiver, &move);
     const Qt::DropAction answered = move.isAccepted() ? move.dropAction() : Qt::IgnoreAction;
     QDropEvent drop(QPointF(pos), Qt::CopyAction, data, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &drop);
-    // The drop's work runs once the drop has been answered.
-    QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
+    QApplication::sendEvent(receiver, &drop);
+    WaitForDrop();
     return answered;
 }
 
@@ -217,20 +231,6 @@ void TestDragDrop::PassThroughWindow(const QPoint& pos, const QMimeData* data) {
 void TestDragDrop::LeaveWindow() {
     QDragLeaveEvent leave;
     QApplication::sendEvent(m_window->windowHandle(), &leave);
-}
-
-Qt::DropAction TestDragDrop::DropThroughWindow(const QPoint& pos, const QMimeData* data) {
-    QWindow* window = m_window->windowHandle();
-    QDragEnterEvent enter(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window, &enter);
-    QDragMoveEvent move(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window, &move);
-    const Qt::DropAction answered = move.isAccepted() ? move.dropAction() : Qt::IgnoreAction;
-    QDropEvent drop(QPointF(pos), Qt::CopyAction, data, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(window, &drop);
-    QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
-    return answered;
 }
 
 void TestDragDrop::StartInternalDrag(CVelaDragDropTree* tree, const QModelIndex& item) {
@@ -250,12 +250,24 @@ void TestDragDrop::internalDragsBothWaysThroughTheViewports() {
     Show();
 
     // Archive Browser -> File Browser: the dragged folder is unpacked into the target.
+    // Even after the drag went outside and came back, a drop inside never renders.
+    m_archive->DropSource()->Follow();
     StartInternalDrag(m_archive, ArchiveItem(zip + "/docs"));
-    CVelaDataSource offered(m_archive, [](QString*) { return false; });
-    QCOMPARE(SendDrop(m_files, FileItem(m_root + "/files/out"), &offered), Qt::CopyAction);
+    CVelaDataSource offered(m_archive, [this](QString* rendered) {
+        return m_archive->UnpackForDragOut(m_archive->PathOfItem(m_archive->DraggedItem()),
+                                           rendered);
+    });
+    LeaveWindow();
+    QVERIFY(CAppFlags::Instance().outsideMainWindow);
+    QCOMPARE(SendDrop(m_window->windowHandle(), InWindow(m_files, FileItem(m_root + "/files/out")),
+                      &offered),
+             Qt::CopyAction);
     EndInternalDrag(m_archive);
+    m_archive->DropSource()->Released();
     QCOMPARE(vzt::ListTree(m_root + "/files/out"), (QStringList{"docs/", "docs/readme.txt"}));
+    QVERIFY(!CAppFlags::Instance().droppedOutside);
     QCOMPARE(offered.RenderCount(), 0);
+    QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
     QVERIFY(CAppFlags::Instance().dragSource.isNull());
     QVERIFY(!m_files->DropHighlight().isValid());
 
@@ -323,6 +335,7 @@ void TestDragDrop::fileListsFromOtherApplications() {
     // Even a drop that comes anyway is not taken.
     tree->DropTarget()->DragEnter(tree->visualRect(target).center(), data.get());
     tree->DropTarget()->Drop(data.get(), Qt::CopyAction);
+    QVERIFY(vzt::WaitForJobs());
 
     const bool copied = taken && list.endsWith("file");
     if (toArchive) {
@@ -334,27 +347,41 @@ void TestDragDrop::fileListsFromOtherApplications() {
     QVERIFY(m_boxes.isEmpty());
 }
 
-void TestDragDrop::severalPathsInOrderStopAtTheFirstFailure() {
+void TestDragDrop::severalPathsInOrderAndNothingElseTakenMeanwhile() {
     QVERIFY(vzt::MakeTree(m_root + "/files", {{"x/same.txt", "from x"},
                                               {"y/same.txt", "from y"},
                                               {"z/after.txt", "after"},
                                               {"out/", {}}}));
     Show();
     const QString out = m_root + "/files/out";
+    const auto other = UriList({m_root + "/files/z/after.txt"});
+    CVelaDropTarget* drop = m_files->DropTarget();
 
-    // In list order: the second same.txt replaces the first (after its question).
+    // In list order: the second same.txt replaces the first (after its question). While
+    // that question waits, no drop is taken and no drag starts: the drop holds the guard.
+    bool refused = false;
+    m_onDialog = [&] {
+        refused = CJob::Busy() &&
+                  drop->DragEnter(m_files->visualRect(FileItem(out)).center(), other.get()) ==
+                      Qt::IgnoreAction &&
+                  !drop->Drop(other.get(), Qt::CopyAction) &&
+                  !m_files->BeginDrag(FileItem(m_root + "/files/z/after.txt"));
+    };
     m_dialogAnswers = {"&Yes"};
-    m_files->DropTarget()->DragEnter(m_files->visualRect(FileItem(out)).center(), nullptr);
+    drop->DragEnter(m_files->visualRect(FileItem(out)).center(), nullptr);
     auto list = UriList({m_root + "/files/x/same.txt", m_root + "/files/y/same.txt"});
-    QVERIFY(m_files->DropTarget()->Drop(list.get(), Qt::CopyAction));
+    QVERIFY(drop->Drop(list.get(), Qt::CopyAction));
+    QVERIFY(CJob::Busy());
+    QVERIFY(vzt::WaitForJobs());
+    QVERIFY(refused);
     QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});
+    QCOMPARE(vzt::ListTree(out), QStringList{"same.txt"});
     QCOMPARE(vzt::ReadAll(out + "/same.txt"), QByteArray("from y"));
 
     // A path that fails ends the drop: the paths after it are not copied.
     list = UriList(
         {m_root + "/files/z/after.txt", m_root + "/files/gone.txt", m_root + "/files/x/same.txt"});
     QFile::remove(out + "/same.txt");
-    QFile::remove(out + "/after.txt");
     QCOMPARE(SendDrop(m_files, FileItem(out), list.get()), Qt::CopyAction);
     QCOMPARE(vzt::ListTree(out), QStringList{"after.txt"});
     QCOMPARE(m_boxes.size(), 1);
@@ -393,6 +420,7 @@ void TestDragDrop::validDropRules() {
     QCOMPARE(m_files->DropHighlight() == item, valid);
     QCOMPARE(drop->FirstHighlighted(), item);
     drop->Drop(list.get(), effect);
+    QVERIFY(vzt::WaitForJobs());
     EndInternalDrag(m_files);
     // Nothing was copied where the drop may not land.
     QCOMPARE(vzt::ListTree(m_root) != before, valid);
@@ -496,69 +524,35 @@ void TestDragDrop::autoScrollAtTheEdges() {
     QCOMPARE(horizontal->value(), 0);
 }
 
-void TestDragDrop::nothingIsTakenWhileAnOperationRuns() {
-    QVERIFY(vzt::MakeTree(m_root, {{"out/", {}}, {"new.txt", "n"}}));
-    Show();
-    const auto list = UriList({m_root + "/new.txt"});
-    for (bool CAppFlags::*busy :
-         {&CAppFlags::busyCopying, &CAppFlags::busyUnpacking, &CAppFlags::busyPacking}) {
-        CAppFlags::Instance().*busy = true;
-        const QModelIndex out = FileItem(m_root + "/out");
-        QCOMPARE(m_files->DropTarget()->DragEnter(m_files->visualRect(out).center(), list.get()),
-                 Qt::IgnoreAction);
-        QVERIFY(!m_files->DropTarget()->Drop(list.get(), Qt::CopyAction));
-        QVERIFY(!m_files->BeginDrag(FileItem(m_root + "/new.txt")));
-        CAppFlags::Instance().*busy = false;
-    }
-    QVERIFY(vzt::ListTree(m_root + "/out").isEmpty());
-}
-
 void TestDragDrop::dragImages_data() {
     QTest::addColumn<int>("style");
-    QTest::addColumn<bool>("withText");
-    QTest::addColumn<int>("iconSize");
-    QTest::addColumn<int>("padding");
-    QTest::newRow("like Windows XP") << 0 << true << 16 << 4;
-    QTest::newRow("large image with frame") << 1 << false << 32 << 10;
-    QTest::newRow("large image with text") << 2 << true << 32 << 5;
-    QTest::newRow("any other value") << 7 << true << 16 << 4;
+    QTest::addColumn<QPoint>("inIcon");  // a point inside the icon
+    QTest::newRow("like Windows XP") << 0 << QPoint(8, 8);
+    QTest::newRow("large image with frame") << 1 << QPoint(21, 21);
+    QTest::newRow("large image with text") << 2 << QPoint(16, 16);
+    QTest::newRow("any other value") << 7 << QPoint(8, 8);
 }
 
 void TestDragDrop::dragImages() {
     QFETCH(int, style);
-    QFETCH(bool, withText);
-    QFETCH(int, iconSize);
-    QFETCH(int, padding);
+    QFETCH(QPoint, inIcon);
     QPixmap picture(32, 32);
     picture.fill(Qt::blue);
-    const QIcon icon(picture);
     const QString label = QStringLiteral("report.txt");
     const QFont font = QApplication::font();
-    const int textWidth = QFontMetrics(font).horizontalAdvance(label);
-
-    const QPixmap image =
-        vz::dragdrop::DrawDragImage(style, icon, label, font, QApplication::palette());
-    QVERIFY(!image.isNull());
-    QCOMPARE(image.width(), iconSize + padding + (withText ? textWidth : 0));
-    QCOMPARE(image.height(),
-             withText ? qMax(iconSize, QFontMetrics(font).height()) : iconSize + padding);
-    // The icon is in the picture.
-    const QPoint inside = withText ? QPoint(iconSize / 2, image.height() / 2)
-                                   : QPoint(5 + iconSize / 2, 5 + iconSize / 2);
-    QCOMPARE(image.toImage().pixelColor(inside), QColor(Qt::blue));
-
+    const QImage image =
+        vz::dragdrop::DrawDragImage(style, QIcon(picture), label, font, QApplication::palette())
+            .toImage();
+    QCOMPARE(image.pixelColor(inIcon), QColor(Qt::blue));
+    // The label follows the icon, except in the framed style.
+    QCOMPARE(image.width() > QFontMetrics(font).horizontalAdvance(label), style != 1);
     // Without an icon it cannot be drawn; the tree's own image stands in.
     QVERIFY(
         vz::dragdrop::DrawDragImage(style, QIcon(), label, font, QApplication::palette()).isNull());
     QVERIFY(vzt::MakeTree(m_root, {{"folder/", {}}}));
     m_settings.DraggingImageForModeClearType = style;
     Show();
-    const QModelIndex item = FileItem(m_root + "/folder");
-    QVERIFY(!m_files->DragImage(item).isNull());
-    QVERIFY(!m_files->DefaultDragImage(item).isNull());
-
-    const QPixmap cursor = vz::dragdrop::NoDropCursor();
-    QCOMPARE(cursor.size(), QSize(32, 32));
+    QVERIFY(!m_files->DragImage(FileItem(m_root + "/folder")).isNull());
 }
 
 void TestDragDrop::lateRenderingOnlyForADropOutside() {
@@ -590,7 +584,7 @@ void TestDragDrop::lateRenderingOnlyForADropOutside() {
     QVERIFY(data->urls().isEmpty());
 
     // Back in the main window and dropped there: never rendered.
-    DropThroughWindow(overTree, data.get());
+    SendDrop(m_window->windowHandle(), overTree, data.get());
     QVERIFY(!flags.outsideMainWindow);
     source->Released();
     QVERIFY(!source->IsFollowing());
@@ -647,32 +641,6 @@ void TestDragDrop::lateRenderingOnlyForADropOutside() {
     source->Released();
     QVERIFY(!flags.droppedOutside);
     QVERIFY(m_boxes.isEmpty());
-}
-
-void TestDragDrop::aDropInsideTheWindowNeverRenders() {
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, {{"top.txt", "top"}}, m_root + "/s"));
-    QVERIFY(vzt::MakeTree(m_root + "/files", {{"out/", {}}}));
-    Show();
-    // Even after a drag that went outside and came back: the drop is inside.
-    m_archive->DropSource()->Follow();
-    StartInternalDrag(m_archive, ArchiveItem(zip + "/top.txt"));
-    CVelaDataSource data(m_archive, [this](QString* rendered) {
-        return m_archive->UnpackForDragOut(m_archive->PathOfItem(m_archive->DraggedItem()),
-                                           rendered);
-    });
-    LeaveWindow();
-    QVERIFY(CAppFlags::Instance().outsideMainWindow);
-    QCOMPARE(DropThroughWindow(InWindow(m_files, FileItem(m_root + "/files/out")), &data),
-             Qt::CopyAction);
-    EndInternalDrag(m_archive);
-    m_archive->DropSource()->Released();
-
-    QCOMPARE(vzt::ReadAll(m_root + "/files/out/top.txt"), QByteArray("top"));
-    QVERIFY(!CAppFlags::Instance().droppedOutside);
-    QVERIFY(data.urls().isEmpty());
-    QCOMPARE(data.RenderCount(), 0);
-    QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
 }
 
 QTEST_MAIN(TestDragDrop)
