@@ -1,32 +1,30 @@
 // Unpacking, creating archives and adding to them through the drops of the two browsers:
 // what lands where by the settings, the questions (overwrite, password, name and
-// compression, replace), the error boxes, Stop, the busy state, and that a failure leaves
-// nothing half-written and the original archive intact. Every dialog and message box is
-// answered through the hooks.
+// compression, replace), the error boxes with their details, Stop, what is refused while a
+// job runs, and that a failure leaves nothing half-written and the original archive intact.
+// Every dialog and message box is answered through the hooks; the jobs are waited for.
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
-#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 #include <QUrl>
 #include <deque>
 #include <functional>
 #include <memory>
 
+#include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
+#include "JobWait.h"
 #include "TestSupport.h"
-#include "app/CMainFrame.h"
 #include "app/CVelaZipApp.h"
-#include "archive/CArchiveUnpacker.h"
 #include "archive/PackSettings.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CConfirmReplace.h"
@@ -89,27 +87,15 @@ bool ZipTests(const QString& zipPath, const QString& password = QString()) {
         .Ok();
 }
 
-// Runs `action` once, as soon as the next operation of `tree` lets events through.
-void OnOperationStart(CVelaDragDropTree* tree, std::function<void()> action) {
-    auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = QObject::connect(tree, &CVelaDragDropTree::OperationStarted,
-                                   [connection, action](IProgressWindow*) {
-                                       QObject::disconnect(*connection);
-                                       QTimer::singleShot(0, action);
-                                   });
-}
-
-// Presses Stop on the progress dialog of the tree's next operation.
-void PressStopSoon(CVelaDragDropTree* tree, QString* title) {
-    OnOperationStart(tree, [title] {
-        for (QWidget* window : QApplication::topLevelWidgets()) {
-            auto* progress = qobject_cast<CPackProgress*>(window);
-            if (progress != nullptr && progress->isVisible()) {
-                *title = progress->windowTitle();
-                progress->StopButton()->click();
-            }
+// The progress window of the running job (it shows at once for unpack and pack).
+CPackProgress* VisibleProgress() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* progress = qobject_cast<CPackProgress*>(window);
+        if (progress != nullptr && progress->isVisible()) {
+            return progress;
         }
-    });
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -127,22 +113,18 @@ private slots:
     void unpackBySettings();
     void unpackRevealsTheItems_data();
     void unpackRevealsTheItems();
-    void vanishedArchiveShowsOnlyTheOpenError();
-    void damagedEntryShowsTheUnpackError();
+    void unpackFailureBoxes_data();
+    void unpackFailureBoxes();
     void overwriteQuestion_data();
     void overwriteQuestion();
     void passwordQuestion();
-    void stopEndsTheUnpackWithoutABox();
-    void closeAndSecondDropAreRefusedWhileUnpacking();
+    void whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile();
     void doubleClickOpensFilesOnly_data();
     void doubleClickOpensFilesOnly();
 
     // Creating and adding
-    void settingsResolution_data();
-    void settingsResolution();
-    void createThenAddForAMultiItemDrop();
-    void addIntoArchiveAndFolder_data();
-    void addIntoArchiveAndFolder();
+    void dropOnArchiveBrowser_data();
+    void dropOnArchiveBrowser();
     void readOnlyFamiliesAreLeftAlone_data();
     void readOnlyFamiliesAreLeftAlone();
     void confirmReplace();
@@ -150,13 +132,13 @@ private slots:
     void nameAndLevelDialog();
     void typedArchiveNames_data();
     void typedArchiveNames();
-    void passwordMismatchKeepsTheDialog();
     void encryptionFromTheDialog_data();
     void encryptionFromTheDialog();
     void cancelledDialogUndoesTheDrop();
     void badInputLeavesNothingBehind_data();
     void badInputLeavesNothingBehind();
-    void stopEndsThePackWithTheArchiveIntact();
+    void whileAdding_data();
+    void whileAdding();
 
 private:
     void Show();
@@ -164,6 +146,8 @@ private:
     QModelIndex FileItem(const QString& path);
     bool DragToFiles(const QString& sourcePath, const QString& targetFolder);
     bool DropOnArchive(const QStringList& paths, const QString& targetPath);
+    // Answers the overwrite question with "&Yes" after `during` ran (the worker waits).
+    void AnswerReplaceAfter(std::function<void()> during);
 
     QTemporaryDir m_dir;
     QString m_root;
@@ -177,21 +161,14 @@ private:
     std::deque<QMessageBox::StandardButton> m_boxAnswers;
     QStringList m_dialogs;  // class names, in order
     std::function<int(QDialog&)> m_answer;
-    std::function<void()> m_duringBox;
 };
 
 void TestUnpackPack::initTestCase() {
     QVERIFY(m_dir.isValid());
     vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config")));
-    // The main frame empties the temporary folder at start: this one.
-    qputenv("TMPDIR", QFile::encodeName(m_dir.filePath(QStringLiteral("tmp"))));
-    QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("tmp"))));
     vz::EnsureUtf8Locale();
     vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
         m_boxes << request;
-        if (m_duringBox) {
-            std::exchange(m_duringBox, nullptr)();
-        }
         if (m_boxAnswers.empty()) {
             return request.buttons.testFlag(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok;
         }
@@ -216,7 +193,6 @@ void TestUnpackPack::init() {
     m_boxAnswers.clear();
     m_dialogs.clear();
     m_answer = nullptr;
-    m_duringBox = nullptr;
     m_renders = 0;
     CVelaZipApp::Flags() = CAppFlags();
 }
@@ -243,6 +219,7 @@ void TestUnpackPack::Show() {
 }
 
 void TestUnpackPack::cleanup() {
+    QVERIFY(vzt::WaitForJobs());  // a failed case leaves no job running into the next
     m_window.reset();
     vz::SetOpenHook(nullptr);
 }
@@ -257,7 +234,7 @@ QModelIndex TestUnpackPack::FileItem(const QString& path) {
     return m_files->PathOfItem(item) == path ? item : QModelIndex();
 }
 
-// A drag of an Archive Browser item dropped on a File Browser folder.
+// A drag of an Archive Browser item dropped on a File Browser folder; waits for the unpack.
 bool TestUnpackPack::DragToFiles(const QString& sourcePath, const QString& targetFolder) {
     const QModelIndex source = ArchiveItem(sourcePath);
     const QModelIndex target = FileItem(targetFolder);
@@ -277,10 +254,11 @@ bool TestUnpackPack::DragToFiles(const QString& sourcePath, const QString& targe
         drop->DragEnter(m_files->visualRect(FileItem(targetFolder)).center(), &data);
     const bool done = drop->Drop(&data, effect);
     m_archive->SetDragInProgress(false);
-    return done && effect == Qt::CopyAction;
+    return done && effect == Qt::CopyAction && vzt::WaitForJobs();
 }
 
-// Disk paths from another application dropped on an Archive Browser item.
+// Disk paths from another application dropped on an Archive Browser item; waits for the
+// drop's chain of adds.
 bool TestUnpackPack::DropOnArchive(const QStringList& paths, const QString& targetPath) {
     const QModelIndex target = ArchiveItem(targetPath);
     if (!target.isValid()) {
@@ -297,7 +275,19 @@ bool TestUnpackPack::DropOnArchive(const QStringList& paths, const QString& targ
     CVelaDropTarget* drop = m_archive->DropTarget();
     const Qt::DropAction effect =
         drop->DragEnter(m_archive->visualRect(ArchiveItem(targetPath)).center(), &data);
-    return drop->Drop(&data, effect) && effect == Qt::CopyAction;
+    return drop->Drop(&data, effect) && effect == Qt::CopyAction && vzt::WaitForJobs();
+}
+
+void TestUnpackPack::AnswerReplaceAfter(std::function<void()> during) {
+    m_answer = [during](QDialog& dialog) {
+        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
+        if (replace == nullptr) {
+            return int(QDialog::Rejected);
+        }
+        during();
+        replace->Press(QStringLiteral("&Yes"));
+        return dialog.result();
+    };
 }
 
 // ---- Unpacking ----
@@ -338,7 +328,6 @@ void TestUnpackPack::unpackBySettings() {
     QVERIFY(m_boxes.isEmpty());
     QCOMPARE(m_renders, 0);  // a drop inside the window never asks the late data
     QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
-    QVERIFY(!CVelaZipApp::Flags().busyUnpacking);
 }
 
 void TestUnpackPack::unpackRevealsTheItems_data() {
@@ -398,42 +387,72 @@ void TestUnpackPack::unpackRevealsTheItems() {
     QVERIFY(!CVelaZipApp::Flags().refreshNow);
 }
 
-void TestUnpackPack::vanishedArchiveShowsOnlyTheOpenError() {
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    QVERIFY(QDir().mkpath(m_root + "/files/out"));
-    Show();
-    const QModelIndex source = ArchiveItem(zip + "/a/d.txt");
-    QVERIFY(source.isValid());
-    QVERIFY(QFile::remove(zip));  // between the drag and the drop
-
-    QVERIFY(DragToFiles(zip + "/a/d.txt", m_root + "/files/out"));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Opening Archive"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
-    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    QVERIFY(vzt::ListTree(m_root + "/files/out").isEmpty());
+void TestUnpackPack::unpackFailureBoxes_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("inner");  // what is dragged; empty: the archive
+    QTest::addColumn<QString>("caption");
+    QTest::addColumn<QString>("text");     // %1: the archive
+    QTest::addColumn<QString>("details");  // contained in the box's details
+    QTest::addColumn<QStringList>("written");
+    // Gone between the drag and the drop: only the open error shows.
+    QTest::newRow("vanished archive") << "vanished"
+                                      << "a/d.txt"
+                                      << "Error Opening Archive"
+                                      << "Cannot open the archive."
+                                      << "" << QStringList{};
+    // One flipped byte inside the stored data: the CRC check fails, nothing half-written.
+    QTest::newRow("damaged entry") << "damaged"
+                                   << "bad.bin"
+                                   << "Error Unpacking File"
+                                   << "Cannot unpack the file %1/bad.bin."
+                                   << "bad.bin" << QStringList{};
+    // A name that leads out of the destination is refused; the box says which one.
+    QTest::newRow("hostile entry") << "hostile"
+                                   << ""
+                                   << "Error Unpacking Archive"
+                                   << "Cannot unpack the archive %1."
+                                   << "Refused ../evil.txt" << QStringList{"safe.txt"};
 }
 
-void TestUnpackPack::damagedEntryShowsTheUnpackError() {
+void TestUnpackPack::unpackFailureBoxes() {
+    QFETCH(QString, kind);
+    QFETCH(QString, inner);
+    QFETCH(QString, caption);
+    QFETCH(QString, text);
+    QFETCH(QString, details);
+    QFETCH(QStringList, written);
     const QString zip = m_root + "/archives/x.zip";
-    const QByteArray data = vzt::RandomBytes(5000, 3);
-    QVERIFY(MakeZip(zip, {{"bad.bin", data}}, m_root + "/scratch", {"-0"}));
-    // One flipped byte inside the stored data: the CRC check fails.
-    QByteArray bytes = vzt::ReadAll(zip);
-    const int at = int(bytes.indexOf(data.left(32))) + 1000;
-    QVERIFY(at > 1000);
-    bytes[at] = char(bytes[at] ^ 0x55);
-    QVERIFY(vzt::WriteAll(zip, bytes));
+    if (kind == "hostile") {
+        QVERIFY(
+            vzt::WriteAll(zip, vzt::StoredZip({{"safe.txt", "safe"}, {"../evil.txt", "evil"}})));
+    } else if (kind == "damaged") {
+        const QByteArray data = vzt::RandomBytes(5000, 3);
+        QVERIFY(MakeZip(zip, {{"bad.bin", data}}, m_root + "/scratch", {"-0"}));
+        QByteArray bytes = vzt::ReadAll(zip);
+        const int at = int(bytes.indexOf(data.left(32))) + 1000;
+        QVERIFY(at > 1000);
+        bytes[at] = char(bytes[at] ^ 0x55);
+        QVERIFY(vzt::WriteAll(zip, bytes));
+    } else {
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+    }
     const QString target = m_root + "/files/out";
     QVERIFY(QDir().mkpath(target));
     Show();
+    const QString source = inner.isEmpty() ? zip : zip + '/' + inner;
+    QVERIFY(ArchiveItem(source).isValid());
+    if (kind == "vanished") {
+        QVERIFY(QFile::remove(zip));
+    }
 
-    QVERIFY(DragToFiles(zip + "/bad.bin", target));
+    QVERIFY(DragToFiles(source, target));
     QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Unpacking File"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot unpack the file %1.").arg(zip + "/bad.bin"));
-    QVERIFY(vzt::ListTree(target).isEmpty());  // nothing half-written
+    QCOMPARE(m_boxes[0].caption, caption);
+    QCOMPARE(m_boxes[0].text, text.arg(zip));
+    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    QVERIFY2(m_boxes[0].details.contains(details), qPrintable(m_boxes[0].details));
+    QCOMPARE(vzt::ListTree(target), written);
+    QVERIFY(!QFileInfo::exists(m_root + "/files/evil.txt"));
 }
 
 void TestUnpackPack::overwriteQuestion_data() {
@@ -519,90 +538,45 @@ void TestUnpackPack::passwordQuestion() {
     QVERIFY(m_boxes.isEmpty());
 }
 
-void TestUnpackPack::stopEndsTheUnpackWithoutABox() {
-    Tree many;
-    for (int i = 0; i < 40; ++i) {
-        many.insert(QStringLiteral("f%1.bin").arg(i, 2, 10, QLatin1Char('0')),
-                    vzt::RandomBytes(30000, quint32(i)));
-    }
+// The overwrite question holds the unpack's worker: while it waits the job runs, and the
+// Stop pressed then is taken up in the middle of the big file.
+void TestUnpackPack::whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile() {
     const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, many, m_root + "/scratch"));
+    QVERIFY(MakeZip(zip, {{"big.bin", vzt::RandomBytes(8 << 20, 5)}}, m_root + "/scratch", {"-0"}));
+    const QByteArray before = vzt::ReadAll(zip);
     const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
-    m_settings.UnpackArchivesWithoutPaths = true;
+    QVERIFY(vzt::WriteAll(target + "/big.bin", "old"));
+    QVERIFY(vzt::WriteAll(m_root + "/files/extra.txt", "extra"));
+    QString title;
+    bool busy = false;
+    bool dropRefused = false;
+    AnswerReplaceAfter([&] {
+        busy = CJob::Busy();
+        // The archive's own entry (the dragged one is the current item): nothing is asked.
+        QCOMPARE(m_archive->PathOfItem(m_archive->currentIndex()), zip + "/big.bin");
+        m_archive->OnDelete();
+        dropRefused = !DropOnArchive({m_root + "/files/extra.txt"}, m_root + "/archives");
+        CPackProgress* progress = VisibleProgress();
+        QVERIFY(progress != nullptr);
+        title = progress->windowTitle();
+        progress->StopButton()->click();
+    });
+    m_boxAnswers = {QMessageBox::Yes};
     Show();
 
-    QString title;
-    PressStopSoon(m_archive, &title);
-    m_boxAnswers = {QMessageBox::Yes};
-    QVERIFY(DragToFiles(zip, target));
+    QVERIFY(DragToFiles(zip + "/big.bin", target));
+    QVERIFY(busy);
+    QVERIFY(dropRefused);
     QCOMPARE(title, QStringLiteral("Unpack Progress"));
-    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});  // no delete confirmation
+    QCOMPARE(m_boxes.size(), 1);  // the question, and no failure box after it
     QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
     QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the unpack?"));
-    QVERIFY(vzt::ListTree(target).size() < many.size());
-    // What was written before the Stop is whole.
-    for (const QString& name : vzt::ListTree(target)) {
-        QCOMPARE(vzt::ReadAll(target + '/' + name), many.value(name));
-    }
-}
-
-void TestUnpackPack::closeAndSecondDropAreRefusedWhileUnpacking() {
-    Tree many;
-    for (int i = 0; i < 30; ++i) {
-        many.insert(QStringLiteral("f%1.bin").arg(i), vzt::RandomBytes(30000, quint32(i)));
-    }
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, many, m_root + "/scratch"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/extra.txt", "extra"));
-    QVERIFY(QDir().mkpath(m_root + "/files/out"));
-
-    CMainFrame frame({});
-    frame.Settings().UnpackArchivesWithoutPaths = true;
-    CVelaArchiveTree* archive = frame.ArchiveTree();
-    archive->Populate(m_root);
-    archive->SetArchiveExtensions(vzt::AllExtensions());
-    auto* files = static_cast<CVelaFileTree*>(frame.FileTree());
-    vz::platform::CPlace place;
-    place.path = m_root;
-    place.displayName = QStringLiteral("Test");
-    place.home = true;
-    files->FillRoots({place});
-    frame.show();
-
-    bool closeRefused = false;
-    bool secondDropRefused = false;
-    OnOperationStart(archive, [&] {
-        QVERIFY(frame.IsBusy(CMainFrame::Operation::Archive));
-        // The second drop: a file from another application onto the archive.
-        const QModelIndex zipItem = archive->Navigate(zip);
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(m_root + "/files/extra.txt")});
-        CVelaZipApp::Flags().dragSource.clear();
-        const Qt::DropAction effect =
-            archive->DropTarget()->DragEnter(archive->visualRect(zipItem).center(), &data);
-        secondDropRefused =
-            effect == Qt::IgnoreAction && !archive->DropTarget()->Drop(&data, effect);
-        closeRefused = !frame.close();
-    });
-    m_boxAnswers = {QMessageBox::No};  // the interrupt question: go on
-
-    const QModelIndex source = archive->Navigate(zip);
-    const QModelIndex target = files->Navigate(m_root + "/files/out");
-    archive->SetDraggedItem(source);
-    CVelaZipApp::Flags().dragSource = archive;
-    const Qt::DropAction effect =
-        files->DropTarget()->DragEnter(files->visualRect(target).center(), nullptr);
-    QVERIFY(files->DropTarget()->Drop(nullptr, effect));
-
-    QVERIFY(closeRefused);
-    QVERIFY(secondDropRefused);
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the unpack?"));
-    // "No" let the unpack finish; the refused drop added nothing.
-    QCOMPARE(vzt::ListTree(m_root + "/files/out").size(), many.size());
-    QCOMPARE(ZipContents(zip, m_root + "/check"), many);
-    QVERIFY(!frame.IsBusy(CMainFrame::Operation::Archive));
+    // The file that was there stays whole, and no part of the new one is left.
+    QCOMPARE(vzt::ListTree(target), QStringList{"big.bin"});
+    QCOMPARE(vzt::ReadAll(target + "/big.bin"), QByteArray("old"));
+    QCOMPARE(vzt::ReadAll(zip), before);
+    QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
 }
 
 void TestUnpackPack::doubleClickOpensFilesOnly_data() {
@@ -637,6 +611,7 @@ void TestUnpackPack::doubleClickOpensFilesOnly() {
 
     QTest::mouseDClick(m_archive->viewport(), Qt::LeftButton, {},
                        m_archive->visualRect(item).center());
+    QVERIFY(vzt::WaitForJobs());
     QCOMPARE(opened, opens ? QStringList{m_root + "/temp/d.txt"} : QStringList{});
     if (opens) {
         QCOMPARE(openedData, QByteArray("dee"));  // replaced without a question
@@ -648,121 +623,63 @@ void TestUnpackPack::doubleClickOpensFilesOnly() {
 
 // ---- Creating and adding ----
 
-void TestUnpackPack::settingsResolution_data() {
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("method");
-    QTest::addColumn<bool>("askName");
-    QTest::addColumn<bool>("creating");
-    QTest::addColumn<bool>("dialog");
-    QTest::addColumn<int>("usedLevel");  // without the dialog (last used level 4)
-    QTest::addColumn<int>("usedMethod");
-    QTest::newRow("fixed") << 3 << 1 << false << true << false << 3 << 12;
-    QTest::newRow("packer default") << -1 << 0 << false << true << false << -1 << 8;
-    QTest::newRow("above 9 keeps the last") << 12 << 0 << false << true << false << 4 << 8;
-    QTest::newRow("level asked") << -2 << 0 << false << false << true << 0 << 0;
-    QTest::newRow("method asked") << 5 << -1 << false << false << true << 0 << 0;
-    QTest::newRow("name asked") << 5 << 0 << true << true << true << 0 << 0;
-    QTest::newRow("name asked, adding") << 5 << 0 << true << false << false << 5 << 8;
-}
-
-void TestUnpackPack::settingsResolution() {
-    QFETCH(int, level);
-    QFETCH(int, method);
-    QFETCH(bool, askName);
-    QFETCH(bool, creating);
-    QFETCH(bool, dialog);
-    QFETCH(int, usedLevel);
-    QFETCH(int, usedMethod);
-    CSettingsRecord settings;
-    settings.CompressionLevel = level;
-    settings.CompressionMethod = method;
-    settings.AskBeforeCreation = askName;
-    const vz::pack::NameAndLevelSetup setup =
-        vz::pack::SetupNameAndLevel(settings, creating, QStringLiteral("report"));
-    QCOMPARE(setup.showDialog, dialog);
-    QCOMPARE(setup.levelEnabled, level == -2);
-    QCOMPARE(setup.level, level >= 0 && level <= 9 ? level : 6);
-    QCOMPARE(setup.methodEnabled, method == -1);
-    QCOMPARE(setup.nameEnabled, askName && creating);
-    if (!dialog) {
-        QCOMPARE(vz::pack::FixedLevel(settings, 4), usedLevel);
-        QCOMPARE(vz::pack::FixedMethod(settings), usedMethod);
-    }
-
-    QCOMPARE(vz::pack::ProposedArchiveName("/w/report.txt"), QStringLiteral("report"));
-    QCOMPARE(vz::pack::ProposedArchiveName("/w/data/"), QStringLiteral("data"));
-    QCOMPARE(vz::pack::ProposedArchiveName("/w/a.b.c"), QStringLiteral("a.b"));
-    QCOMPARE(vz::pack::ArchiveBaseName("mine.zip"), QStringLiteral("mine"));
-    QCOMPARE(vz::pack::CheckPasswords(true, "", ""), vz::pack::PasswordVerdict::Off);
-    QCOMPARE(vz::pack::CheckPasswords(false, "abc", "abd"), vz::pack::PasswordVerdict::Off);
-    QCOMPARE(vz::pack::CheckPasswords(true, "abc", "abd"), vz::pack::PasswordVerdict::Mismatch);
-    QCOMPARE(CPackProgress::ElapsedText(3725), QStringLiteral("Elapsed time: 1:02:05"));
-}
-
-void TestUnpackPack::createThenAddForAMultiItemDrop() {
-    const QString work = m_root + "/files/work";
-    const Tree data{{"data/one.bin", vzt::RandomBytes(70000, 1)},
-                    {"data/sub/two.txt", "two"},
-                    {"data/empty/", {}}};
-    QVERIFY(vzt::MakeTree(work, data));
-    QVERIFY(vzt::WriteAll(work + "/report.txt", "the report"));
-    const QString target = m_root + "/archives";
-    Show();
-
-    QVERIFY(DropOnArchive({work + "/report.txt", work + "/data"}, target));
-    const QString zip = target + "/report.zip";
-    QCOMPARE(m_archive->CreatedArchive(), zip);
-    QVERIFY(ZipTests(zip));
-    Tree expected = data;
-    expected.insert("data/", {});
-    expected.insert("data/sub/", {});
-    expected.insert("report.txt", "the report");
-    QCOMPARE(ZipContents(zip, m_root + "/check"), expected);
-    QVERIFY(m_boxes.isEmpty());
-    QVERIFY(m_dialogs.isEmpty());  // fixed level and method, no name asked
-    // The target, empty before, has children now, and lists the new archive.
-    const QModelIndex targetItem = ArchiveItem(target);
-    QVERIFY(m_archive->TreeModel()->hasChildren(targetItem));
-    m_archive->expand(targetItem);
-    QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "report.zip").isValid());
-    QVERIFY(!CVelaZipApp::Flags().busyPacking);
-    QVERIFY(!CVelaZipApp::Flags().creatingArchive);
-}
-
-void TestUnpackPack::addIntoArchiveAndFolder_data() {
-    QTest::addColumn<QString>("inner");
+void TestUnpackPack::dropOnArchiveBrowser_data() {
+    QTest::addColumn<QString>("inner");  // the target in x.zip; "-": the disk folder
     QTest::addColumn<bool>("eachItem");
+    QTest::newRow("a disk folder: a new archive") << "-" << true;
     QTest::newRow("the archive") << "" << true;
     QTest::newRow("a folder in it") << "a" << true;
     QTest::newRow("a folder, listed once") << "a" << false;
 }
 
-void TestUnpackPack::addIntoArchiveAndFolder() {
+void TestUnpackPack::dropOnArchiveBrowser() {
     QFETCH(QString, inner);
     QFETCH(bool, eachItem);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    QVERIFY(vzt::MakeTree(m_root + "/files", {{"new.txt", "new"}, {"dir/in.txt", "in"}}));
+    const bool creating = inner == "-";
+    const QString zip = m_root + "/archives/" + (creating ? "new.zip" : "x.zip");
+    Tree expected;
+    if (!creating) {
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+        expected = SampleTree();
+        expected.insert("a/", {});
+        expected.insert("a/b/", {});
+    }
+    const Tree data{{"new.txt", "new"},
+                    {"dir/in.bin", vzt::RandomBytes(70000, 1)},
+                    {"dir/sub/two.txt", "two"},
+                    {"dir/empty/", {}}};
+    QVERIFY(vzt::MakeTree(m_root + "/files", data));
     m_settings.RefreshArchiveBrowserTreeWithAddingOfEachItem = eachItem;
+    m_settings.AskBeforeCreation = !creating;  // adds never ask for a name
     Show();
-    const QString targetPath = inner.isEmpty() ? zip : zip + '/' + inner;
+    const QString targetPath = creating          ? m_root + "/archives"
+                               : inner.isEmpty() ? zip
+                                                 : zip + '/' + inner;
     m_archive->expand(ArchiveItem(targetPath));
 
     QVERIFY(DropOnArchive({m_root + "/files/new.txt", m_root + "/files/dir"}, targetPath));
-    const QString prefix = inner.isEmpty() ? QString() : inner + '/';
-    Tree expected = SampleTree();
-    expected.insert("a/", {});
-    expected.insert("a/b/", {});
-    expected.insert(prefix + "new.txt", "new");
+    const QString prefix = creating || inner.isEmpty() ? QString() : inner + '/';
+    for (auto it = data.cbegin(); it != data.cend(); ++it) {
+        expected.insert(prefix + it.key(), it.value());
+    }
     expected.insert(prefix + "dir/", {});
-    expected.insert(prefix + "dir/in.txt", "in");
+    expected.insert(prefix + "dir/sub/", {});
     QVERIFY(ZipTests(zip));
     QCOMPARE(ZipContents(zip, m_root + "/check"), expected);
+    QCOMPARE(m_archive->CreatedArchive(), creating ? zip : QString());
+    QVERIFY(m_boxes.isEmpty());
+    QVERIFY(m_dialogs.isEmpty());  // fixed level and method, no name asked
+    QVERIFY(!CVelaZipApp::Flags().creatingArchive);
     // The open target shows what was added.
     const QModelIndex targetItem = ArchiveItem(targetPath);
-    QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "new.txt").isValid());
-    QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "dir").isValid());
-    QVERIFY(m_boxes.isEmpty());
+    m_archive->expand(targetItem);
+    CVelaTreeModel* model = m_archive->TreeModel();
+    if (creating) {
+        QVERIFY(model->FindChild(targetItem, "new.zip").isValid());
+    } else {
+        QVERIFY(model->FindChild(targetItem, "new.txt").isValid());
+        QVERIFY(model->FindChild(targetItem, "dir").isValid());
+    }
 }
 
 void TestUnpackPack::readOnlyFamiliesAreLeftAlone_data() {
@@ -785,7 +702,11 @@ void TestUnpackPack::readOnlyFamiliesAreLeftAlone() {
 
     // Not a place to drop on, and a drop there does nothing.
     QVERIFY(!DropOnArchive({m_root + "/files/new.txt"}, archive.path));
-    QVERIFY(!m_archive->Add(m_root + "/files/new.txt", ArchiveItem(archive.path), 0));
+    bool goOn = true;
+    m_archive->Add(m_root + "/files/new.txt", ArchiveItem(archive.path), 0,
+                   [&goOn](bool next) { goOn = next; });
+    QVERIFY(vzt::WaitForJobs());
+    QVERIFY(!goOn);
     QCOMPARE(vzt::ReadAll(archive.path), before);
     QVERIFY(m_boxes.isEmpty());
     QVERIFY(m_dialogs.isEmpty());
@@ -841,46 +762,34 @@ void TestUnpackPack::nameAndLevelDialog() {
     m_settings.EnableEncryption = encrypt;
     m_settings.AskBeforeCreation = askName;
     QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    struct Seen {
-        QString title, name;
-        bool nameOn, methodOn, levelOn, setPassword, passwordOn, encryptionMethodOn;
-        int methodIndex, levelIndex, encryptionIndex;
-        QStringList methods, levels, encryptions;
-        bool passwordOnAfterToggle;
-        QLineEdit::EchoMode echoShown;
-    } seen{};
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        if (d == nullptr) {
-            return int(QDialog::Rejected);
-        }
-        seen.title = d->windowTitle();
-        seen.name = d->NameEdit()->text();
-        seen.nameOn = d->NameEdit()->isEnabled();
-        seen.methodOn = d->MethodCombo()->isEnabled();
-        seen.levelOn = d->LevelCombo()->isEnabled();
-        seen.setPassword = d->SetPasswordCheck()->isChecked();
-        seen.passwordOn = d->PasswordEdit()->isEnabled() && d->ConfirmEdit()->isEnabled() &&
-                          d->ShowPasswordCheck()->isEnabled();
-        seen.encryptionMethodOn = d->EncryptionMethodCombo()->isEnabled();
-        seen.methodIndex = d->MethodCombo()->currentIndex();
-        seen.levelIndex = d->LevelCombo()->currentIndex();
-        seen.encryptionIndex = d->EncryptionMethodCombo()->currentIndex();
-        for (int i = 0; i < d->MethodCombo()->count(); ++i)
-            seen.methods << d->MethodCombo()->itemText(i);
-        for (int i = 0; i < d->LevelCombo()->count(); ++i)
-            seen.levels << d->LevelCombo()->itemText(i);
-        for (int i = 0; i < d->EncryptionMethodCombo()->count(); ++i)
-            seen.encryptions << d->EncryptionMethodCombo()->itemText(i);
-        d->SetPasswordCheck()->setChecked(!seen.setPassword);
-        seen.passwordOnAfterToggle = d->PasswordEdit()->isEnabled();
+    // What the dialog shows enabled and set follows the settings.
+    auto check = [&](CNameAndLevel* d) {
+        QCOMPARE(d->windowTitle(), QStringLiteral("Name and Compression Settings"));
+        QCOMPARE(d->NameEdit()->text(), QStringLiteral("report"));
+        QCOMPARE(d->NameEdit()->isEnabled(), askName);
+        QCOMPARE(d->LevelCombo()->isEnabled(), level == -2);
+        QCOMPARE(d->MethodCombo()->isEnabled(), method == -1);
+        QCOMPARE(d->LevelCombo()->currentIndex(), level == -2 ? 6 : level);
+        QCOMPARE(d->MethodCombo()->currentIndex(), method == 1 ? 1 : 0);
+        QCOMPARE(d->SetPasswordCheck()->isChecked(), encrypt);
+        QCOMPARE(d->PasswordEdit()->isEnabled() && d->ConfirmEdit()->isEnabled() &&
+                     d->ShowPasswordCheck()->isEnabled(),
+                 encrypt);
+        QCOMPARE(d->EncryptionMethodCombo()->isEnabled(), encrypt && encryptionMethod == -1);
+        QCOMPARE(d->EncryptionMethodCombo()->currentIndex(), std::max(encryptionMethod, 0));
+        d->SetPasswordCheck()->setChecked(!encrypt);
+        QCOMPARE(d->PasswordEdit()->isEnabled(), !encrypt);
         d->SetPasswordCheck()->setChecked(false);
         d->ShowPasswordCheck()->setChecked(true);
-        seen.echoShown = d->ConfirmEdit()->echoMode();
+        QCOMPARE(d->ConfirmEdit()->echoMode(), QLineEdit::Normal);
+    };
+    m_answer = [&](QDialog& dialog) {
+        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
+        check(d);
         // What the user can change: the enabled controls.
-        if (seen.levelOn)
+        if (d->LevelCombo()->isEnabled())
             d->LevelCombo()->setCurrentIndex(0);
-        if (seen.methodOn)
+        if (d->MethodCombo()->isEnabled())
             d->MethodCombo()->setCurrentIndex(1);
         d->NameEdit()->setText(QStringLiteral("chosen.name.zip"));
         d->OkButton()->click();
@@ -890,24 +799,6 @@ void TestUnpackPack::nameAndLevelDialog() {
 
     QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
     QCOMPARE(m_dialogs, QStringList{"CNameAndLevel"});
-    QCOMPARE(seen.title, QStringLiteral("Name and Compression Settings"));
-    QCOMPARE(seen.name, QStringLiteral("report"));
-    QCOMPARE(seen.nameOn, askName);
-    QCOMPARE(seen.levelOn, level == -2);
-    QCOMPARE(seen.methodOn, method == -1);
-    QCOMPARE(seen.levelIndex, level == -2 ? 6 : level);
-    QCOMPARE(seen.methodIndex, method == 1 ? 1 : 0);
-    QCOMPARE(seen.setPassword, encrypt);
-    QCOMPARE(seen.passwordOn, encrypt);
-    QCOMPARE(seen.passwordOnAfterToggle, !encrypt);
-    QCOMPARE(seen.encryptionMethodOn, encrypt && encryptionMethod == -1);
-    QCOMPARE(seen.encryptionIndex, encryptionMethod < 0 ? 0 : encryptionMethod);
-    QCOMPARE(seen.echoShown, QLineEdit::Normal);
-    QCOMPARE(seen.methods, (QStringList{"DEFLATE", "BZIP2"}));
-    QCOMPARE(seen.levels, (QStringList{"0 - store", "1 - best speed", "2", "3", "4", "5",
-                                       "6 - default", "7", "8", "9 - best compression"}));
-    QCOMPARE(seen.encryptions, (QStringList{"Zip 2.0", "AES-128", "AES-192", "AES-256"}));
-
     // The typed name counts only when it may be typed.
     const QString zip = m_root + "/archives/" + (askName ? "chosen.name.zip" : "report.zip");
     QVERIFY(QFileInfo::exists(zip));
@@ -975,48 +866,20 @@ void TestUnpackPack::typedArchiveNames() {
     QCOMPARE(QDir(m_root).entryList(QDir::Files | QDir::Hidden), QStringList());
 }
 
-void TestUnpackPack::passwordMismatchKeepsTheDialog() {
-    m_settings.CompressionLevel = -2;
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    bool stayedOpen = false;
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        d->SetPasswordCheck()->setChecked(true);
-        d->PasswordEdit()->setText("abc");
-        d->ConfirmEdit()->setText("abd");
-        dialog.setResult(-1);
-        d->OkButton()->click();
-        stayedOpen = dialog.result() == -1;
-        d->ConfirmEdit()->setText("abc");
-        d->OkButton()->click();
-        return dialog.result();
-    };
-    Show();
-
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
-    QVERIFY(stayedOpen);
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Password does not match the confirm password."));
-    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    const QString zip = m_root + "/archives/report.zip";
-    QVERIFY(ZipTests(zip, "abc"));
-    QVERIFY(!ZipTests(zip, "wrong"));
-    // The password of the drop is forgotten with it.
-    QVERIFY(!CVelaZipApp::Flags().usePassword);
-    QVERIFY(CVelaZipApp::Flags().password.isEmpty());
-}
-
 void TestUnpackPack::encryptionFromTheDialog_data() {
     QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("encrypted");
-    QTest::newRow("both empty") << "" << false;
-    QTest::newRow("a password") << "s3cret" << true;
+    QTest::addColumn<QString>("firstConfirm");  // what the confirm edit holds at the first OK
+    QTest::newRow("both empty") << ""
+                                << "";
+    QTest::newRow("a password") << "s3cret"
+                                << "s3cret";
+    QTest::newRow("a mismatch keeps the dialog") << "abc"
+                                                 << "abd";
 }
 
 void TestUnpackPack::encryptionFromTheDialog() {
     QFETCH(QString, password);
-    QFETCH(bool, encrypted);
+    QFETCH(QString, firstConfirm);
     m_settings.CompressionMethod = -1;
     m_settings.EnableEncryption = true;
     m_settings.EncryptionMethod = 3;
@@ -1024,9 +887,14 @@ void TestUnpackPack::encryptionFromTheDialog() {
     QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
     QVERIFY(vzt::WriteAll(m_root + "/files/one.txt", "one"));
     QVERIFY(vzt::WriteAll(m_root + "/files/two.txt", "two"));
+    bool stayedOpen = false;
     m_answer = [&](QDialog& dialog) {
         auto* d = qobject_cast<CNameAndLevel*>(&dialog);
         d->PasswordEdit()->setText(password);
+        d->ConfirmEdit()->setText(firstConfirm);
+        dialog.setResult(-1);
+        d->OkButton()->click();
+        stayedOpen = dialog.result() == -1;
         d->ConfirmEdit()->setText(password);
         d->OkButton()->click();
         return dialog.result();
@@ -1036,17 +904,26 @@ void TestUnpackPack::encryptionFromTheDialog() {
     // Two items, one question: the second item uses the answers given for the first.
     QVERIFY(DropOnArchive({m_root + "/files/one.txt", m_root + "/files/two.txt"}, zip));
     QCOMPARE(m_dialogs.size(), 1);
-    const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
-    QCOMPARE(listing.count("Encrypted = +"), encrypted ? 2 : 0);
-    if (encrypted) {
-        QVERIFY(listing.contains("AES-256"));
+    QCOMPARE(stayedOpen, firstConfirm != password);
+    if (stayedOpen) {
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
+        QCOMPARE(m_boxes[0].text, QStringLiteral("Password does not match the confirm password."));
+        QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    } else {
+        QVERIFY(m_boxes.isEmpty());
     }
+    const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
+    QCOMPARE(listing.count("Encrypted = +"), password.isEmpty() ? 0 : 2);
+    QCOMPARE(listing.contains("AES-256"), !password.isEmpty());
     Tree expected = SampleTree();
     expected.insert("a/", {});
     expected.insert("a/b/", {});
     expected.insert("one.txt", "one");
     expected.insert("two.txt", "two");
     QCOMPARE(ZipContents(zip, m_root + "/check", password), expected);
+    // The password of the drop is forgotten with it.
+    QVERIFY(!CVelaZipApp::Flags().usePassword);
     QVERIFY(CVelaZipApp::Flags().password.isEmpty());
 }
 
@@ -1102,25 +979,49 @@ void TestUnpackPack::badInputLeavesNothingBehind() {
              QStringLiteral("Cannot create the archive %1.").arg(m_root + "/archives/report.zip"));
 }
 
-void TestUnpackPack::stopEndsThePackWithTheArchiveIntact() {
+void TestUnpackPack::whileAdding_data() {
+    QTest::addColumn<bool>("stop");
+    QTest::newRow("Stop leaves the archive as it was") << true;
+    QTest::newRow("the target's parent collapsed") << false;
+}
+
+// The overwrite question of the packer holds the add's worker while the case acts.
+void TestUnpackPack::whileAdding() {
+    QFETCH(bool, stop);
     const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+    QVERIFY(MakeZip(zip, {{"a/big.bin", "old"}, {"a/d.txt", "dee"}}, m_root + "/scratch"));
     const QByteArray before = vzt::ReadAll(zip);
-    Tree many;
-    for (int i = 0; i < 30; ++i) {
-        many.insert(QStringLiteral("big/f%1.bin").arg(i), vzt::RandomBytes(200000, quint32(i)));
-    }
-    QVERIFY(vzt::MakeTree(m_root + "/files", many));
+    const QByteArray big = vzt::RandomBytes(16 << 20, 9);
+    QVERIFY(vzt::MakeTree(m_root + "/files", {{"big.bin", big}, {"next.txt", "next"}}));
+    m_settings.CompressionLevel = 6;
+    QString title;
+    AnswerReplaceAfter([&] {
+        CPackProgress* progress = VisibleProgress();
+        QVERIFY(progress != nullptr);
+        title = progress->windowTitle();
+        if (stop) {
+            progress->StopButton()->click();
+        } else {
+            // Forgets the drop target while the add into it runs.
+            m_archive->collapse(ArchiveItem(zip));
+        }
+    });
+    m_boxAnswers = {QMessageBox::Yes};
     Show();
 
-    QString title;
-    PressStopSoon(m_archive, &title);
-    m_boxAnswers = {QMessageBox::Yes};
-    QVERIFY(DropOnArchive({m_root + "/files/big"}, zip));
+    QVERIFY(DropOnArchive({m_root + "/files/big.bin", m_root + "/files/next.txt"}, zip + "/a"));
     QCOMPARE(title, QStringLiteral("Pack Progress"));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the pack?"));
-    QCOMPARE(vzt::ReadAll(zip), before);
+    QVERIFY(ZipTests(zip));
+    if (stop) {
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the pack?"));
+        QCOMPARE(vzt::ReadAll(zip), before);
+    } else {
+        QVERIFY(m_boxes.isEmpty());
+        const Tree contents = ZipContents(zip, m_root + "/check");
+        QCOMPARE(contents.value("a/big.bin"), big);
+        QCOMPARE(contents.value("a/d.txt"), QByteArray("dee"));
+    }
     QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
 }
 
