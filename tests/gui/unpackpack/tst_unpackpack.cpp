@@ -25,6 +25,7 @@
 #include "JobWait.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
+#include "archive/CArchiveUnpacker.h"
 #include "archive/PackSettings.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CConfirmReplace.h"
@@ -115,9 +116,8 @@ private slots:
     void unpackRevealsTheItems();
     void unpackFailureBoxes_data();
     void unpackFailureBoxes();
-    void overwriteQuestion_data();
-    void overwriteQuestion();
-    void passwordQuestion();
+    void unpackQuestions_data();
+    void unpackQuestions();
     void whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile();
     void doubleClickOpensFilesOnly_data();
     void doubleClickOpensFilesOnly();
@@ -392,7 +392,7 @@ void TestUnpackPack::unpackFailureBoxes_data() {
     QTest::addColumn<QString>("inner");  // what is dragged; empty: the archive
     QTest::addColumn<QString>("caption");
     QTest::addColumn<QString>("text");     // %1: the archive
-    QTest::addColumn<QString>("details");  // contained in the box's details
+    QTest::addColumn<QString>("details");  // in the box's details, once
     QTest::addColumn<QStringList>("written");
     // Gone between the drag and the drop: only the open error shows.
     QTest::newRow("vanished archive") << "vanished"
@@ -405,7 +405,7 @@ void TestUnpackPack::unpackFailureBoxes_data() {
                                    << "bad.bin"
                                    << "Error Unpacking File"
                                    << "Cannot unpack the file %1/bad.bin."
-                                   << "bad.bin" << QStringList{};
+                                   << "Cannot unpack bad.bin" << QStringList{};
     // A name that leads out of the destination is refused; the box says which one.
     QTest::newRow("hostile entry") << "hostile"
                                    << ""
@@ -450,36 +450,60 @@ void TestUnpackPack::unpackFailureBoxes() {
     QCOMPARE(m_boxes[0].caption, caption);
     QCOMPARE(m_boxes[0].text, text.arg(zip));
     QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    QVERIFY2(m_boxes[0].details.contains(details), qPrintable(m_boxes[0].details));
+    // The core's reason, once.
+    QVERIFY2(details.isEmpty() || m_boxes[0].details.count(details) == 1,
+             qPrintable(m_boxes[0].details));
     QCOMPARE(vzt::ListTree(target), written);
     QVERIFY(!QFileInfo::exists(m_root + "/files/evil.txt"));
 }
 
-void TestUnpackPack::overwriteQuestion_data() {
+void TestUnpackPack::unpackQuestions_data() {
+    QTest::addColumn<bool>("encrypted");  // with the password "abc"; else d.txt is there
     QTest::addColumn<bool>("ask");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("asked, yes") << true << "&Yes" << QByteArray("dee");
-    QTest::newRow("asked, no") << true << "&No" << QByteArray("old");
-    QTest::newRow("without asking") << false << "" << QByteArray("dee");
+    QTest::addColumn<QStringList>("answers");  // buttons or passwords, in order; then Cancel
+    QTest::addColumn<QByteArray>("expected");  // in d.txt; empty: no file
+    QTest::addColumn<QStringList>("dialogs");
+    const QStringList replace{"CConfirmReplace"};
+    const QStringList password{"CPasswordDialog"};
+    QTest::newRow("overwrite asked, yes")
+        << false << true << QStringList{"&Yes"} << QByteArray("dee") << replace;
+    QTest::newRow("overwrite asked, no")
+        << false << true << QStringList{"&No"} << QByteArray("old") << replace;
+    QTest::newRow("overwrite without asking")
+        << false << false << QStringList{} << QByteArray("dee") << QStringList{};
+    QTest::newRow("password wrong, then right")
+        << true << true << QStringList{"wrong", "abc"} << QByteArray("dee") << password + password;
+    // Cancelling the question writes nothing and says nothing.
+    QTest::newRow("password cancelled")
+        << true << true << QStringList{} << QByteArray() << password;
 }
 
-void TestUnpackPack::overwriteQuestion() {
+void TestUnpackPack::unpackQuestions() {
+    QFETCH(bool, encrypted);
     QFETCH(bool, ask);
-    QFETCH(QString, answer);
+    QFETCH(QStringList, answers);
     QFETCH(QByteArray, expected);
+    QFETCH(QStringList, dialogs);
     const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch",
+                    encrypted ? QStringList{"-P", "abc"} : QStringList{}));
     const QString target = m_root + "/files/out";
-    QVERIFY(vzt::WriteAll(target + "/d.txt", "old"));
+    QVERIFY(encrypted ? QDir().mkpath(target) : vzt::WriteAll(target + "/d.txt", "old"));
     m_settings.AskBeforeOverwriting = ask;
-    QStringList existing;
-    QStringList incoming;
+    QStringList existing, incoming, prompts;
+    bool masked = true;
     m_answer = [&](QDialog& dialog) {
-        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
-        if (replace == nullptr) {
+        if (answers.isEmpty()) {
             return int(QDialog::Rejected);
         }
+        const QString answer = answers.takeFirst();
+        if (auto* password = qobject_cast<CPasswordDialog*>(&dialog)) {
+            prompts << password->Prompt();
+            masked = masked && password->PasswordEdit()->echoMode() == QLineEdit::Password;
+            password->SetPassword(answer);
+            return int(QDialog::Accepted);
+        }
+        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
         existing = replace->ExistingLines();
         incoming = replace->IncomingLines();
         replace->Press(answer);
@@ -488,54 +512,22 @@ void TestUnpackPack::overwriteQuestion() {
     Show();
 
     QVERIFY(DragToFiles(zip + "/a/d.txt", target));
+    QCOMPARE(m_dialogs, dialogs);
+    QCOMPARE(vzt::ListTree(target), expected.isEmpty() ? QStringList{} : QStringList{"d.txt"});
     QCOMPARE(vzt::ReadAll(target + "/d.txt"), expected);
-    if (!ask) {
-        QVERIFY(m_dialogs.isEmpty());
-        return;
+    QVERIFY(m_boxes.isEmpty());
+    if (!prompts.isEmpty()) {
+        QVERIFY(masked);
+        QVERIFY(!prompts[0].contains("not correct"));
+        QCOMPARE(prompts.last().contains("not correct"), prompts.size() > 1);
     }
-    QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});
-    QCOMPARE(existing.value(0), target + "/d.txt");
-    QCOMPARE(existing.value(1), QStringLiteral("size: 3 bytes"));
-    QCOMPARE(incoming.value(0), QStringLiteral("a/d.txt"));
-    QCOMPARE(incoming.value(1), QStringLiteral("size: 3 bytes"));
-    QVERIFY(incoming.value(2).startsWith("modified: "));
-    QVERIFY(m_boxes.isEmpty());
-}
-
-void TestUnpackPack::passwordQuestion() {
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, {{"secret.txt", "hidden words"}}, m_root + "/scratch", {"-P", "abc"}));
-    const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
-    QStringList prompts;
-    bool masked = true;
-    std::deque<QString> passwords{"wrong", "abc"};
-    m_answer = [&](QDialog& dialog) {
-        auto* ask = qobject_cast<CPasswordDialog*>(&dialog);
-        if (ask == nullptr || passwords.empty()) {
-            return int(QDialog::Rejected);
-        }
-        prompts << ask->Prompt();
-        masked = masked && ask->PasswordEdit()->echoMode() == QLineEdit::Password;
-        ask->SetPassword(passwords.front());
-        passwords.pop_front();
-        return int(QDialog::Accepted);
-    };
-    Show();
-
-    QVERIFY(DragToFiles(zip + "/secret.txt", target));
-    QCOMPARE(prompts.size(), 2);
-    QVERIFY(!prompts[0].contains("not correct"));
-    QVERIFY(prompts[1].contains("not correct"));
-    QVERIFY(masked);
-    QCOMPARE(vzt::ReadAll(target + "/secret.txt"), QByteArray("hidden words"));
-    QVERIFY(m_boxes.isEmpty());
-
-    // Cancelling the question writes nothing and says nothing.
-    QVERIFY(QFile::remove(target + "/secret.txt"));
-    QVERIFY(DragToFiles(zip + "/secret.txt", target));
-    QVERIFY(vzt::ListTree(target).isEmpty());
-    QVERIFY(m_boxes.isEmpty());
+    if (!existing.isEmpty()) {
+        QCOMPARE(existing.value(0), target + "/d.txt");
+        QCOMPARE(existing.value(1), QStringLiteral("size: 3 bytes"));
+        QCOMPARE(incoming.value(0), QStringLiteral("a/d.txt"));
+        QCOMPARE(incoming.value(1), QStringLiteral("size: 3 bytes"));
+        QVERIFY(incoming.value(2).startsWith("modified: "));
+    }
 }
 
 // The overwrite question holds the unpack's worker: while it waits the job runs, and the
@@ -950,20 +942,17 @@ void TestUnpackPack::cancelledDialogUndoesTheDrop() {
 
 void TestUnpackPack::badInputLeavesNothingBehind_data() {
     QTest::addColumn<QString>("source");   // in files/; vanished.txt is gone before the drop
-    QTest::addColumn<QString>("target");   // in archives/
+    QTest::addColumn<QString>("target");   // under archives
     QTest::addColumn<QString>("caption");  // of the one box; empty: none
     // The add fails inside the packer: that ends it without a message, and no new archive
     // is left behind.
-    QTest::newRow("vanished, new archive") << "vanished.txt"
-                                           << ""
-                                           << "";
+    const QString none;
+    QTest::newRow("vanished, new archive") << "vanished.txt" << none << none;
     QTest::newRow("vanished, existing archive") << "vanished.txt"
-                                                << "x.zip"
-                                                << "";
+                                                << "/x.zip" << none;
     // A folder in the place of the new archive: it cannot be created.
-    QTest::newRow("a folder in the archive's place") << "report.txt"
-                                                     << ""
-                                                     << "Error Creating Archive";
+    QTest::newRow("a folder in the archive's place")
+        << "report.txt" << none << "Error Creating Archive";
 }
 
 void TestUnpackPack::badInputLeavesNothingBehind() {
@@ -977,7 +966,7 @@ void TestUnpackPack::badInputLeavesNothingBehind() {
     QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
     Show();
 
-    QVERIFY(DropOnArchive({m_root + "/files/" + source}, m_root + "/archives/" + target));
+    QVERIFY(DropOnArchive({m_root + "/files/" + source}, m_root + "/archives" + target));
     QCOMPARE(m_boxes.size(), caption.isEmpty() ? 0 : 1);
     if (!caption.isEmpty()) {
         QCOMPARE(m_boxes[0].caption, caption);
