@@ -134,9 +134,8 @@ private slots:
     void typedArchiveNames();
     void encryptionFromTheDialog_data();
     void encryptionFromTheDialog();
-    void cancelledDialogUndoesTheDrop();
-    void badInputLeavesNothingBehind_data();
-    void badInputLeavesNothingBehind();
+    void dropsThatLeaveNothingBehind_data();
+    void dropsThatLeaveNothingBehind();
     void whileAdding_data();
     void whileAdding();
 
@@ -921,52 +920,44 @@ void TestUnpackPack::encryptionFromTheDialog() {
     QVERIFY(CVelaZipApp::Flags().password.isEmpty());
 }
 
-void TestUnpackPack::cancelledDialogUndoesTheDrop() {
-    m_settings.CompressionLevel = -2;
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/second.txt", "second"));
-    Show();
-    QVERIFY(ArchiveItem(m_root + "/archives").isValid());
-    const QModelIndex selected = m_archive->currentIndex();
-    m_answer = [](QDialog&) { return int(QDialog::Rejected); };
-
-    QVERIFY(!m_archive->DropTarget()->Drop(nullptr, Qt::IgnoreAction));
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt", m_root + "/files/second.txt"},
-                          m_root + "/archives"));
-    QCOMPARE(m_dialogs.size(), 1);  // the drop ended with the first item
-    QVERIFY(vzt::ListTree(m_root + "/archives").isEmpty());
-    QVERIFY(!m_archive->DropHighlight().isValid());
-    QCOMPARE(m_archive->currentIndex(), selected);
-    QVERIFY(m_boxes.isEmpty());
-}
-
-void TestUnpackPack::badInputLeavesNothingBehind_data() {
+void TestUnpackPack::dropsThatLeaveNothingBehind_data() {
     QTest::addColumn<QString>("source");   // in files/; vanished.txt is gone before the drop
     QTest::addColumn<QString>("target");   // under archives
+    QTest::addColumn<bool>("cancel");      // the level is asked, and the dialog cancelled
     QTest::addColumn<QString>("caption");  // of the one box; empty: none
     // The add fails inside the packer: that ends it without a message, and no new archive
     // is left behind.
     const QString none;
-    QTest::newRow("vanished, new archive") << "vanished.txt" << none << none;
+    QTest::newRow("vanished, new archive") << "vanished.txt" << none << false << none;
     QTest::newRow("vanished, existing archive") << "vanished.txt"
-                                                << "/x.zip" << none;
+                                                << "/x.zip" << false << none;
     // A folder in the place of the new archive: it cannot be created.
     QTest::newRow("a folder in the archive's place")
-        << "report.txt" << none << "Error Creating Archive";
+        << "report.txt" << none << false << "Error Creating Archive";
+    QTest::newRow("dialog cancelled") << "report.txt" << none << true << none;
 }
 
-void TestUnpackPack::badInputLeavesNothingBehind() {
+// Each drop ends with its first item: the second one goes nowhere either.
+void TestUnpackPack::dropsThatLeaveNothingBehind() {
     QFETCH(QString, source);
     QFETCH(QString, target);
+    QFETCH(bool, cancel);
     QFETCH(QString, caption);
     const QString zip = m_root + "/archives/x.zip";
     QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
     const QByteArray before = vzt::ReadAll(zip);
     QVERIFY(QDir().mkpath(m_root + "/archives/report.zip"));
     QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
+    QVERIFY(vzt::WriteAll(m_root + "/files/second.txt", "second"));
+    m_settings.CompressionLevel = cancel ? -2 : 6;
     Show();
+    const QPersistentModelIndex selected = ArchiveItem(m_root + "/archives" + target);
+    QVERIFY(selected.isValid());
 
-    QVERIFY(DropOnArchive({m_root + "/files/" + source}, m_root + "/archives" + target));
+    QVERIFY(!m_archive->DropTarget()->Drop(nullptr, Qt::IgnoreAction));
+    QVERIFY(DropOnArchive({m_root + "/files/" + source, m_root + "/files/second.txt"},
+                          m_root + "/archives" + target));
+    QCOMPARE(m_dialogs.size(), cancel ? 1 : 0);
     QCOMPARE(m_boxes.size(), caption.isEmpty() ? 0 : 1);
     if (!caption.isEmpty()) {
         QCOMPARE(m_boxes[0].caption, caption);
@@ -976,6 +967,8 @@ void TestUnpackPack::badInputLeavesNothingBehind() {
     }
     QCOMPARE(vzt::ListTree(m_root + "/archives"), (QStringList{"report.zip/", "x.zip"}));
     QCOMPARE(vzt::ReadAll(zip), before);
+    QVERIFY(!m_archive->DropHighlight().isValid());
+    QCOMPARE(QPersistentModelIndex(m_archive->currentIndex()), selected);
 }
 
 void TestUnpackPack::whileAdding_data() {
@@ -1021,6 +1014,7 @@ void TestUnpackPack::whileAdding() {
         const Tree contents = ZipContents(zip, m_root + "/check");
         QCOMPARE(contents.value("a/big.bin"), big);
         QCOMPARE(contents.value("a/d.txt"), QByteArray("dee"));
+        QVERIFY(!contents.contains("a/next.txt"));  // the drop ended with its target
     }
     QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
 }
