@@ -118,15 +118,16 @@ void CArchiveUnpacking::ShowFailure(const Outcome& outcome, const QString& detai
 
 namespace {
 
-// The core's reason of a failure, then what it reported about single entries.
+// The core's reason of a failure, then what it reported about single entries (the reason
+// is the first of those when an entry failed: each line once).
 QString DetailsOf(const QString& reason, const CJob& job) {
-    QStringList lines;
-    if (!reason.isEmpty()) {
-        lines << reason;
-    }
     const QString reported = job.Reasons();
+    QStringList lines;
     if (!reported.isEmpty()) {
-        lines << reported;
+        lines = reported.split(QLatin1Char('\n'));
+    }
+    if (!reason.isEmpty() && !lines.contains(reason)) {
+        lines.prepend(reason);
     }
     return lines.join(QLatin1Char('\n'));
 }

@@ -1,30 +1,29 @@
 // Unpacking, creating archives and adding to them through the drops of the two browsers:
 // what lands where by the settings, the questions (overwrite, password, name and
-// compression, replace), the error boxes, Stop, the busy state, and that a failure leaves
-// nothing half-written and the original archive intact. Every dialog and message box is
-// answered through the hooks.
+// compression, replace), the error boxes with their details, Stop, what is refused while a
+// job runs, and that a failure leaves nothing half-written and the original archive intact.
+// Every dialog and message box is answered through the hooks; the jobs are waited for.
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
-#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 #include <QUrl>
 #include <deque>
 #include <functional>
 #include <memory>
 
+#include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
+#include "JobWait.h"
 #include "TestSupport.h"
-#include "app/CMainFrame.h"
 #include "app/CVelaZipApp.h"
 #include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
@@ -90,27 +89,15 @@ bool ZipTests(const QString& zipPath, const QString& password = QString()) {
         .Ok();
 }
 
-// Runs `action` once, as soon as the next operation of `tree` lets events through.
-void OnOperationStart(CVelaDragDropTree* tree, std::function<void()> action) {
-    auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = QObject::connect(tree, &CVelaDragDropTree::OperationStarted,
-                                   [connection, action](IProgressWindow*) {
-                                       QObject::disconnect(*connection);
-                                       QTimer::singleShot(0, action);
-                                   });
-}
-
-// Presses Stop on the progress dialog of the tree's next operation.
-void PressStopSoon(CVelaDragDropTree* tree, QString* title) {
-    OnOperationStart(tree, [title] {
-        for (QWidget* window : QApplication::topLevelWidgets()) {
-            auto* progress = qobject_cast<CPackProgress*>(window);
-            if (progress != nullptr && progress->isVisible()) {
-                *title = progress->windowTitle();
-                progress->StopButton()->click();
-            }
+// The progress window of the running job (it shows at once for unpack and pack).
+CPackProgress* VisibleProgress() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* progress = qobject_cast<CPackProgress*>(window);
+        if (progress != nullptr && progress->isVisible()) {
+            return progress;
         }
-    });
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -128,22 +115,17 @@ private slots:
     void unpackBySettings();
     void unpackRevealsTheItems_data();
     void unpackRevealsTheItems();
-    void vanishedArchiveShowsOnlyTheOpenError();
-    void damagedEntryShowsTheUnpackError();
-    void overwriteQuestion_data();
-    void overwriteQuestion();
-    void passwordQuestion();
-    void stopEndsTheUnpackWithoutABox();
-    void closeAndSecondDropAreRefusedWhileUnpacking();
+    void unpackFailureBoxes_data();
+    void unpackFailureBoxes();
+    void unpackQuestions_data();
+    void unpackQuestions();
+    void whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile();
     void doubleClickOpensFilesOnly_data();
     void doubleClickOpensFilesOnly();
 
     // Creating and adding
-    void settingsResolution_data();
-    void settingsResolution();
-    void createThenAddForAMultiItemDrop();
-    void addIntoArchiveAndFolder_data();
-    void addIntoArchiveAndFolder();
+    void dropOnArchiveBrowser_data();
+    void dropOnArchiveBrowser();
     void readOnlyFamiliesAreLeftAlone_data();
     void readOnlyFamiliesAreLeftAlone();
     void confirmReplace();
@@ -151,13 +133,12 @@ private slots:
     void nameAndLevelDialog();
     void typedArchiveNames_data();
     void typedArchiveNames();
-    void passwordMismatchKeepsTheDialog();
     void encryptionFromTheDialog_data();
     void encryptionFromTheDialog();
-    void cancelledDialogUndoesTheDrop();
-    void badInputLeavesNothingBehind_data();
-    void badInputLeavesNothingBehind();
-    void stopEndsThePackWithTheArchiveIntact();
+    void dropsThatLeaveNothingBehind_data();
+    void dropsThatLeaveNothingBehind();
+    void whileAdding_data();
+    void whileAdding();
 
 private:
     void Show();
@@ -165,6 +146,8 @@ private:
     QModelIndex FileItem(const QString& path);
     bool DragToFiles(const QString& sourcePath, const QString& targetFolder);
     bool DropOnArchive(const QStringList& paths, const QString& targetPath);
+    // Answers the overwrite question with "&Yes" after `during` ran (the worker waits).
+    void AnswerReplaceAfter(std::function<void()> during);
 
     QTemporaryDir m_dir;
     QString m_root;
@@ -178,21 +161,14 @@ private:
     std::deque<QMessageBox::StandardButton> m_boxAnswers;
     QStringList m_dialogs;  // class names, in order
     std::function<int(QDialog&)> m_answer;
-    std::function<void()> m_duringBox;
 };
 
 void TestUnpackPack::initTestCase() {
     QVERIFY(m_dir.isValid());
     vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config")));
-    // The main frame empties the temporary folder at start: this one.
-    qputenv("TMPDIR", QFile::encodeName(m_dir.filePath(QStringLiteral("tmp"))));
-    QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("tmp"))));
     vz::EnsureUtf8Locale();
     vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
         m_boxes << request;
-        if (m_duringBox) {
-            std::exchange(m_duringBox, nullptr)();
-        }
         if (m_boxAnswers.empty()) {
             return request.buttons.testFlag(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok;
         }
@@ -217,7 +193,6 @@ void TestUnpackPack::init() {
     m_boxAnswers.clear();
     m_dialogs.clear();
     m_answer = nullptr;
-    m_duringBox = nullptr;
     m_renders = 0;
     CAppFlags::Instance() = CAppFlags();
 }
@@ -244,6 +219,7 @@ void TestUnpackPack::Show() {
 }
 
 void TestUnpackPack::cleanup() {
+    QVERIFY(vzt::WaitForJobs());  // a failed case leaves no job running into the next
     m_window.reset();
     vz::SetOpenHook(nullptr);
 }
@@ -258,7 +234,7 @@ QModelIndex TestUnpackPack::FileItem(const QString& path) {
     return m_files->PathOfItem(item) == path ? item : QModelIndex();
 }
 
-// A drag of an Archive Browser item dropped on a File Browser folder.
+// A drag of an Archive Browser item dropped on a File Browser folder; waits for the unpack.
 bool TestUnpackPack::DragToFiles(const QString& sourcePath, const QString& targetFolder) {
     const QModelIndex source = ArchiveItem(sourcePath);
     const QModelIndex target = FileItem(targetFolder);
@@ -278,10 +254,11 @@ bool TestUnpackPack::DragToFiles(const QString& sourcePath, const QString& targe
         drop->DragEnter(m_files->visualRect(FileItem(targetFolder)).center(), &data);
     const bool done = drop->Drop(&data, effect);
     m_archive->SetDragInProgress(false);
-    return done && effect == Qt::CopyAction;
+    return done && effect == Qt::CopyAction && vzt::WaitForJobs();
 }
 
-// Disk paths from another application dropped on an Archive Browser item.
+// Disk paths from another application dropped on an Archive Browser item; waits for the
+// drop's chain of adds.
 bool TestUnpackPack::DropOnArchive(const QStringList& paths, const QString& targetPath) {
     const QModelIndex target = ArchiveItem(targetPath);
     if (!target.isValid()) {
@@ -298,7 +275,19 @@ bool TestUnpackPack::DropOnArchive(const QStringList& paths, const QString& targ
     CVelaDropTarget* drop = m_archive->DropTarget();
     const Qt::DropAction effect =
         drop->DragEnter(m_archive->visualRect(ArchiveItem(targetPath)).center(), &data);
-    return drop->Drop(&data, effect) && effect == Qt::CopyAction;
+    return drop->Drop(&data, effect) && effect == Qt::CopyAction && vzt::WaitForJobs();
+}
+
+void TestUnpackPack::AnswerReplaceAfter(std::function<void()> during) {
+    m_answer = [during](QDialog& dialog) {
+        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
+        if (replace == nullptr) {
+            return int(QDialog::Rejected);
+        }
+        during();
+        replace->Press(QStringLiteral("&Yes"));
+        return dialog.result();
+    };
 }
 
 // ---- Unpacking ----
@@ -339,7 +328,6 @@ void TestUnpackPack::unpackBySettings() {
     QVERIFY(m_boxes.isEmpty());
     QCOMPARE(m_renders, 0);  // a drop inside the window never asks the late data
     QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
-    QVERIFY(!CAppFlags::Instance().busyUnpacking);
 }
 
 void TestUnpackPack::unpackRevealsTheItems_data() {
@@ -399,69 +387,123 @@ void TestUnpackPack::unpackRevealsTheItems() {
     QVERIFY(!CAppFlags::Instance().refreshNow);
 }
 
-void TestUnpackPack::vanishedArchiveShowsOnlyTheOpenError() {
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    QVERIFY(QDir().mkpath(m_root + "/files/out"));
-    Show();
-    const QModelIndex source = ArchiveItem(zip + "/a/d.txt");
-    QVERIFY(source.isValid());
-    QVERIFY(QFile::remove(zip));  // between the drag and the drop
-
-    QVERIFY(DragToFiles(zip + "/a/d.txt", m_root + "/files/out"));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Opening Archive"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot open the archive."));
-    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    QVERIFY(vzt::ListTree(m_root + "/files/out").isEmpty());
+void TestUnpackPack::unpackFailureBoxes_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("inner");  // what is dragged; empty: the archive
+    QTest::addColumn<QString>("caption");
+    QTest::addColumn<QString>("text");     // %1: the archive
+    QTest::addColumn<QString>("details");  // in the box's details, once
+    QTest::addColumn<QStringList>("written");
+    // Gone between the drag and the drop: only the open error shows.
+    QTest::newRow("vanished archive") << "vanished"
+                                      << "a/d.txt"
+                                      << "Error Opening Archive"
+                                      << "Cannot open the archive."
+                                      << "" << QStringList{};
+    // One flipped byte inside the stored data: the CRC check fails, nothing half-written.
+    QTest::newRow("damaged entry") << "damaged"
+                                   << "bad.bin"
+                                   << "Error Unpacking File"
+                                   << "Cannot unpack the file %1/bad.bin."
+                                   << "Cannot unpack bad.bin" << QStringList{};
+    // A name that leads out of the destination is refused; the box says which one.
+    QTest::newRow("hostile entry") << "hostile"
+                                   << ""
+                                   << "Error Unpacking Archive"
+                                   << "Cannot unpack the archive %1."
+                                   << "Refused ../evil.txt" << QStringList{"safe.txt"};
 }
 
-void TestUnpackPack::damagedEntryShowsTheUnpackError() {
+void TestUnpackPack::unpackFailureBoxes() {
+    QFETCH(QString, kind);
+    QFETCH(QString, inner);
+    QFETCH(QString, caption);
+    QFETCH(QString, text);
+    QFETCH(QString, details);
+    QFETCH(QStringList, written);
     const QString zip = m_root + "/archives/x.zip";
-    const QByteArray data = vzt::RandomBytes(5000, 3);
-    QVERIFY(MakeZip(zip, {{"bad.bin", data}}, m_root + "/scratch", {"-0"}));
-    // One flipped byte inside the stored data: the CRC check fails.
-    QByteArray bytes = vzt::ReadAll(zip);
-    const int at = int(bytes.indexOf(data.left(32))) + 1000;
-    QVERIFY(at > 1000);
-    bytes[at] = char(bytes[at] ^ 0x55);
-    QVERIFY(vzt::WriteAll(zip, bytes));
+    if (kind == "hostile") {
+        QVERIFY(
+            vzt::WriteAll(zip, vzt::StoredZip({{"safe.txt", "safe"}, {"../evil.txt", "evil"}})));
+    } else if (kind == "damaged") {
+        const QByteArray data = vzt::RandomBytes(5000, 3);
+        QVERIFY(MakeZip(zip, {{"bad.bin", data}}, m_root + "/scratch", {"-0"}));
+        QByteArray bytes = vzt::ReadAll(zip);
+        const int at = int(bytes.indexOf(data.left(32))) + 1000;
+        QVERIFY(at > 1000);
+        bytes[at] = char(bytes[at] ^ 0x55);
+        QVERIFY(vzt::WriteAll(zip, bytes));
+    } else {
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+    }
     const QString target = m_root + "/files/out";
     QVERIFY(QDir().mkpath(target));
     Show();
+    const QString source = inner.isEmpty() ? zip : zip + '/' + inner;
+    QVERIFY(ArchiveItem(source).isValid());
+    if (kind == "vanished") {
+        QVERIFY(QFile::remove(zip));
+    }
 
-    QVERIFY(DragToFiles(zip + "/bad.bin", target));
+    QVERIFY(DragToFiles(source, target));
     QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Unpacking File"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot unpack the file %1.").arg(zip + "/bad.bin"));
-    QVERIFY(vzt::ListTree(target).isEmpty());  // nothing half-written
+    QCOMPARE(m_boxes[0].caption, caption);
+    QCOMPARE(m_boxes[0].text, text.arg(zip));
+    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    // The core's reason, once.
+    QVERIFY2(details.isEmpty() || m_boxes[0].details.count(details) == 1,
+             qPrintable(m_boxes[0].details));
+    QCOMPARE(vzt::ListTree(target), written);
+    QVERIFY(!QFileInfo::exists(m_root + "/files/evil.txt"));
 }
 
-void TestUnpackPack::overwriteQuestion_data() {
+void TestUnpackPack::unpackQuestions_data() {
+    QTest::addColumn<bool>("encrypted");  // with the password "abc"; else d.txt is there
     QTest::addColumn<bool>("ask");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("asked, yes") << true << "&Yes" << QByteArray("dee");
-    QTest::newRow("asked, no") << true << "&No" << QByteArray("old");
-    QTest::newRow("without asking") << false << "" << QByteArray("dee");
+    QTest::addColumn<QStringList>("answers");  // buttons or passwords, in order; then Cancel
+    QTest::addColumn<QByteArray>("expected");  // in d.txt; empty: no file
+    QTest::addColumn<QStringList>("dialogs");
+    const QStringList replace{"CConfirmReplace"};
+    const QStringList password{"CPasswordDialog"};
+    QTest::newRow("overwrite asked, yes")
+        << false << true << QStringList{"&Yes"} << QByteArray("dee") << replace;
+    QTest::newRow("overwrite asked, no")
+        << false << true << QStringList{"&No"} << QByteArray("old") << replace;
+    QTest::newRow("overwrite without asking")
+        << false << false << QStringList{} << QByteArray("dee") << QStringList{};
+    QTest::newRow("password wrong, then right")
+        << true << true << QStringList{"wrong", "abc"} << QByteArray("dee") << password + password;
+    // Cancelling the question writes nothing and says nothing.
+    QTest::newRow("password cancelled")
+        << true << true << QStringList{} << QByteArray() << password;
 }
 
-void TestUnpackPack::overwriteQuestion() {
+void TestUnpackPack::unpackQuestions() {
+    QFETCH(bool, encrypted);
     QFETCH(bool, ask);
-    QFETCH(QString, answer);
+    QFETCH(QStringList, answers);
     QFETCH(QByteArray, expected);
+    QFETCH(QStringList, dialogs);
     const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch",
+                    encrypted ? QStringList{"-P", "abc"} : QStringList{}));
     const QString target = m_root + "/files/out";
-    QVERIFY(vzt::WriteAll(target + "/d.txt", "old"));
+    QVERIFY(encrypted ? QDir().mkpath(target) : vzt::WriteAll(target + "/d.txt", "old"));
     m_settings.AskBeforeOverwriting = ask;
-    QStringList existing;
-    QStringList incoming;
+    QStringList existing, incoming, prompts;
+    bool masked = true;
     m_answer = [&](QDialog& dialog) {
-        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
-        if (replace == nullptr) {
+        if (answers.isEmpty()) {
             return int(QDialog::Rejected);
         }
+        const QString answer = answers.takeFirst();
+        if (auto* password = qobject_cast<CPasswordDialog*>(&dialog)) {
+            prompts << password->Prompt();
+            masked = masked && password->PasswordEdit()->echoMode() == QLineEdit::Password;
+            password->SetPassword(answer);
+            return int(QDialog::Accepted);
+        }
+        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
         existing = replace->ExistingLines();
         incoming = replace->IncomingLines();
         replace->Press(answer);
@@ -470,140 +512,60 @@ void TestUnpackPack::overwriteQuestion() {
     Show();
 
     QVERIFY(DragToFiles(zip + "/a/d.txt", target));
+    QCOMPARE(m_dialogs, dialogs);
+    QCOMPARE(vzt::ListTree(target), expected.isEmpty() ? QStringList{} : QStringList{"d.txt"});
     QCOMPARE(vzt::ReadAll(target + "/d.txt"), expected);
-    if (!ask) {
-        QVERIFY(m_dialogs.isEmpty());
-        return;
-    }
-    QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});
-    QCOMPARE(existing.value(0), target + "/d.txt");
-    QCOMPARE(existing.value(1), QStringLiteral("size: 3 bytes"));
-    QCOMPARE(incoming.value(0), QStringLiteral("a/d.txt"));
-    QCOMPARE(incoming.value(1), QStringLiteral("size: 3 bytes"));
-    QVERIFY(incoming.value(2).startsWith("modified: "));
     QVERIFY(m_boxes.isEmpty());
+    if (!prompts.isEmpty()) {
+        QVERIFY(masked);
+        QVERIFY(!prompts[0].contains("not correct"));
+        QCOMPARE(prompts.last().contains("not correct"), prompts.size() > 1);
+    }
+    if (!existing.isEmpty()) {
+        QCOMPARE(existing.value(0), target + "/d.txt");
+        QCOMPARE(existing.value(1), QStringLiteral("size: 3 bytes"));
+        QCOMPARE(incoming.value(0), QStringLiteral("a/d.txt"));
+        QCOMPARE(incoming.value(1), QStringLiteral("size: 3 bytes"));
+        QVERIFY(incoming.value(2).startsWith("modified: "));
+    }
 }
 
-void TestUnpackPack::passwordQuestion() {
+// The overwrite question holds the unpack's worker: while it waits the job runs, and the
+// Stop pressed then is taken up in the middle of the big file.
+void TestUnpackPack::whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile() {
     const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, {{"secret.txt", "hidden words"}}, m_root + "/scratch", {"-P", "abc"}));
+    QVERIFY(MakeZip(zip, {{"big.bin", vzt::RandomBytes(8 << 20, 5)}}, m_root + "/scratch", {"-0"}));
+    const QByteArray before = vzt::ReadAll(zip);
     const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
-    QStringList prompts;
-    bool masked = true;
-    std::deque<QString> passwords{"wrong", "abc"};
-    m_answer = [&](QDialog& dialog) {
-        auto* ask = qobject_cast<CPasswordDialog*>(&dialog);
-        if (ask == nullptr || passwords.empty()) {
-            return int(QDialog::Rejected);
-        }
-        prompts << ask->Prompt();
-        masked = masked && ask->PasswordEdit()->echoMode() == QLineEdit::Password;
-        ask->SetPassword(passwords.front());
-        passwords.pop_front();
-        return int(QDialog::Accepted);
-    };
-    Show();
-
-    QVERIFY(DragToFiles(zip + "/secret.txt", target));
-    QCOMPARE(prompts.size(), 2);
-    QVERIFY(!prompts[0].contains("not correct"));
-    QVERIFY(prompts[1].contains("not correct"));
-    QVERIFY(masked);
-    QCOMPARE(vzt::ReadAll(target + "/secret.txt"), QByteArray("hidden words"));
-    QVERIFY(m_boxes.isEmpty());
-
-    // Cancelling the question writes nothing and says nothing.
-    QVERIFY(QFile::remove(target + "/secret.txt"));
-    QVERIFY(DragToFiles(zip + "/secret.txt", target));
-    QVERIFY(vzt::ListTree(target).isEmpty());
-    QVERIFY(m_boxes.isEmpty());
-}
-
-void TestUnpackPack::stopEndsTheUnpackWithoutABox() {
-    Tree many;
-    for (int i = 0; i < 40; ++i) {
-        many.insert(QStringLiteral("f%1.bin").arg(i, 2, 10, QLatin1Char('0')),
-                    vzt::RandomBytes(30000, quint32(i)));
-    }
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, many, m_root + "/scratch"));
-    const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
-    m_settings.UnpackArchivesWithoutPaths = true;
-    Show();
-
+    QVERIFY(vzt::WriteAll(target + "/big.bin", "old"));
+    QVERIFY(vzt::WriteAll(m_root + "/files/extra.txt", "extra"));
     QString title;
-    PressStopSoon(m_archive, &title);
+    bool dropRefused = false;
+    AnswerReplaceAfter([&] {
+        // The archive's own entry (the dragged one is the current item): nothing is asked.
+        QCOMPARE(m_archive->PathOfItem(m_archive->currentIndex()), zip + "/big.bin");
+        m_archive->OnDelete();
+        dropRefused = !DropOnArchive({m_root + "/files/extra.txt"}, m_root + "/archives");
+        CPackProgress* progress = VisibleProgress();
+        QVERIFY(progress != nullptr);
+        title = progress->windowTitle();
+        progress->StopButton()->click();
+    });
     m_boxAnswers = {QMessageBox::Yes};
-    QVERIFY(DragToFiles(zip, target));
+    Show();
+
+    QVERIFY(DragToFiles(zip + "/big.bin", target));
+    QVERIFY(dropRefused);
     QCOMPARE(title, QStringLiteral("Unpack Progress"));
-    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});  // no delete confirmation
+    QCOMPARE(m_boxes.size(), 1);  // the question, and no failure box after it
     QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
     QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the unpack?"));
-    QVERIFY(vzt::ListTree(target).size() < many.size());
-    // What was written before the Stop is whole.
-    for (const QString& name : vzt::ListTree(target)) {
-        QCOMPARE(vzt::ReadAll(target + '/' + name), many.value(name));
-    }
-}
-
-void TestUnpackPack::closeAndSecondDropAreRefusedWhileUnpacking() {
-    Tree many;
-    for (int i = 0; i < 30; ++i) {
-        many.insert(QStringLiteral("f%1.bin").arg(i), vzt::RandomBytes(30000, quint32(i)));
-    }
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, many, m_root + "/scratch"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/extra.txt", "extra"));
-    QVERIFY(QDir().mkpath(m_root + "/files/out"));
-
-    CMainFrame frame({});
-    frame.Settings().UnpackArchivesWithoutPaths = true;
-    CVelaArchiveTree* archive = frame.ArchiveTree();
-    archive->Populate(m_root);
-    archive->SetArchiveExtensions(vzt::AllExtensions());
-    auto* files = static_cast<CVelaFileTree*>(frame.FileTree());
-    vz::platform::CPlace place;
-    place.path = m_root;
-    place.displayName = QStringLiteral("Test");
-    place.home = true;
-    files->FillRoots({place});
-    frame.show();
-
-    bool closeRefused = false;
-    bool secondDropRefused = false;
-    OnOperationStart(archive, [&] {
-        QVERIFY(frame.IsBusy(CMainFrame::Operation::Archive));
-        // The second drop: a file from another application onto the archive.
-        const QModelIndex zipItem = archive->Navigate(zip);
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(m_root + "/files/extra.txt")});
-        CAppFlags::Instance().dragSource.clear();
-        const Qt::DropAction effect =
-            archive->DropTarget()->DragEnter(archive->visualRect(zipItem).center(), &data);
-        secondDropRefused =
-            effect == Qt::IgnoreAction && !archive->DropTarget()->Drop(&data, effect);
-        closeRefused = !frame.close();
-    });
-    m_boxAnswers = {QMessageBox::No};  // the interrupt question: go on
-
-    const QModelIndex source = archive->Navigate(zip);
-    const QModelIndex target = files->Navigate(m_root + "/files/out");
-    archive->SetDraggedItem(source);
-    CAppFlags::Instance().dragSource = archive;
-    const Qt::DropAction effect =
-        files->DropTarget()->DragEnter(files->visualRect(target).center(), nullptr);
-    QVERIFY(files->DropTarget()->Drop(nullptr, effect));
-
-    QVERIFY(closeRefused);
-    QVERIFY(secondDropRefused);
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the unpack?"));
-    // "No" let the unpack finish; the refused drop added nothing.
-    QCOMPARE(vzt::ListTree(m_root + "/files/out").size(), many.size());
-    QCOMPARE(ZipContents(zip, m_root + "/check"), many);
-    QVERIFY(!frame.IsBusy(CMainFrame::Operation::Archive));
+    // The file that was there stays whole, and no part of the new one is left.
+    QCOMPARE(vzt::ListTree(target), QStringList{"big.bin"});
+    QCOMPARE(vzt::ReadAll(target + "/big.bin"), QByteArray("old"));
+    QCOMPARE(vzt::ReadAll(zip), before);
+    QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
 }
 
 void TestUnpackPack::doubleClickOpensFilesOnly_data() {
@@ -638,6 +600,7 @@ void TestUnpackPack::doubleClickOpensFilesOnly() {
 
     QTest::mouseDClick(m_archive->viewport(), Qt::LeftButton, {},
                        m_archive->visualRect(item).center());
+    QVERIFY(vzt::WaitForJobs());
     QCOMPARE(opened, opens ? QStringList{m_root + "/temp/d.txt"} : QStringList{});
     if (opens) {
         QCOMPARE(openedData, QByteArray("dee"));  // replaced without a question
@@ -649,121 +612,63 @@ void TestUnpackPack::doubleClickOpensFilesOnly() {
 
 // ---- Creating and adding ----
 
-void TestUnpackPack::settingsResolution_data() {
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("method");
-    QTest::addColumn<bool>("askName");
-    QTest::addColumn<bool>("creating");
-    QTest::addColumn<bool>("dialog");
-    QTest::addColumn<int>("usedLevel");  // without the dialog (last used level 4)
-    QTest::addColumn<int>("usedMethod");
-    QTest::newRow("fixed") << 3 << 1 << false << true << false << 3 << 12;
-    QTest::newRow("packer default") << -1 << 0 << false << true << false << -1 << 8;
-    QTest::newRow("above 9 keeps the last") << 12 << 0 << false << true << false << 4 << 8;
-    QTest::newRow("level asked") << -2 << 0 << false << false << true << 0 << 0;
-    QTest::newRow("method asked") << 5 << -1 << false << false << true << 0 << 0;
-    QTest::newRow("name asked") << 5 << 0 << true << true << true << 0 << 0;
-    QTest::newRow("name asked, adding") << 5 << 0 << true << false << false << 5 << 8;
-}
-
-void TestUnpackPack::settingsResolution() {
-    QFETCH(int, level);
-    QFETCH(int, method);
-    QFETCH(bool, askName);
-    QFETCH(bool, creating);
-    QFETCH(bool, dialog);
-    QFETCH(int, usedLevel);
-    QFETCH(int, usedMethod);
-    CSettingsRecord settings;
-    settings.CompressionLevel = level;
-    settings.CompressionMethod = method;
-    settings.AskBeforeCreation = askName;
-    const vz::pack::NameAndLevelSetup setup =
-        vz::pack::SetupNameAndLevel(settings, creating, QStringLiteral("report"));
-    QCOMPARE(setup.showDialog, dialog);
-    QCOMPARE(setup.levelEnabled, level == -2);
-    QCOMPARE(setup.level, level >= 0 && level <= 9 ? level : 6);
-    QCOMPARE(setup.methodEnabled, method == -1);
-    QCOMPARE(setup.nameEnabled, askName && creating);
-    if (!dialog) {
-        QCOMPARE(vz::pack::FixedLevel(settings, 4), usedLevel);
-        QCOMPARE(vz::pack::FixedMethod(settings), usedMethod);
-    }
-
-    QCOMPARE(vz::pack::ProposedArchiveName("/w/report.txt"), QStringLiteral("report"));
-    QCOMPARE(vz::pack::ProposedArchiveName("/w/data/"), QStringLiteral("data"));
-    QCOMPARE(vz::pack::ProposedArchiveName("/w/a.b.c"), QStringLiteral("a.b"));
-    QCOMPARE(vz::pack::ArchiveBaseName("mine.zip"), QStringLiteral("mine"));
-    QCOMPARE(vz::pack::CheckPasswords(true, "", ""), vz::pack::PasswordVerdict::Off);
-    QCOMPARE(vz::pack::CheckPasswords(false, "abc", "abd"), vz::pack::PasswordVerdict::Off);
-    QCOMPARE(vz::pack::CheckPasswords(true, "abc", "abd"), vz::pack::PasswordVerdict::Mismatch);
-    QCOMPARE(CPackProgress::ElapsedText(3725), QStringLiteral("Elapsed time: 1:02:05"));
-}
-
-void TestUnpackPack::createThenAddForAMultiItemDrop() {
-    const QString work = m_root + "/files/work";
-    const Tree data{{"data/one.bin", vzt::RandomBytes(70000, 1)},
-                    {"data/sub/two.txt", "two"},
-                    {"data/empty/", {}}};
-    QVERIFY(vzt::MakeTree(work, data));
-    QVERIFY(vzt::WriteAll(work + "/report.txt", "the report"));
-    const QString target = m_root + "/archives";
-    Show();
-
-    QVERIFY(DropOnArchive({work + "/report.txt", work + "/data"}, target));
-    const QString zip = target + "/report.zip";
-    QCOMPARE(m_archive->CreatedArchive(), zip);
-    QVERIFY(ZipTests(zip));
-    Tree expected = data;
-    expected.insert("data/", {});
-    expected.insert("data/sub/", {});
-    expected.insert("report.txt", "the report");
-    QCOMPARE(ZipContents(zip, m_root + "/check"), expected);
-    QVERIFY(m_boxes.isEmpty());
-    QVERIFY(m_dialogs.isEmpty());  // fixed level and method, no name asked
-    // The target, empty before, has children now, and lists the new archive.
-    const QModelIndex targetItem = ArchiveItem(target);
-    QVERIFY(m_archive->TreeModel()->hasChildren(targetItem));
-    m_archive->expand(targetItem);
-    QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "report.zip").isValid());
-    QVERIFY(!CAppFlags::Instance().busyPacking);
-    QVERIFY(!CAppFlags::Instance().creatingArchive);
-}
-
-void TestUnpackPack::addIntoArchiveAndFolder_data() {
-    QTest::addColumn<QString>("inner");
+void TestUnpackPack::dropOnArchiveBrowser_data() {
+    QTest::addColumn<QString>("inner");  // the target in x.zip; "-": the disk folder
     QTest::addColumn<bool>("eachItem");
+    QTest::newRow("a disk folder: a new archive") << "-" << true;
     QTest::newRow("the archive") << "" << true;
     QTest::newRow("a folder in it") << "a" << true;
     QTest::newRow("a folder, listed once") << "a" << false;
 }
 
-void TestUnpackPack::addIntoArchiveAndFolder() {
+void TestUnpackPack::dropOnArchiveBrowser() {
     QFETCH(QString, inner);
     QFETCH(bool, eachItem);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    QVERIFY(vzt::MakeTree(m_root + "/files", {{"new.txt", "new"}, {"dir/in.txt", "in"}}));
+    const bool creating = inner == "-";
+    const QString zip = m_root + "/archives/" + (creating ? "new.zip" : "x.zip");
+    Tree expected;
+    if (!creating) {
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+        expected = SampleTree();
+        expected.insert("a/", {});
+        expected.insert("a/b/", {});
+    }
+    const Tree data{{"new.txt", "new"},
+                    {"dir/in.bin", vzt::RandomBytes(70000, 1)},
+                    {"dir/sub/two.txt", "two"},
+                    {"dir/empty/", {}}};
+    QVERIFY(vzt::MakeTree(m_root + "/files", data));
     m_settings.RefreshArchiveBrowserTreeWithAddingOfEachItem = eachItem;
+    m_settings.AskBeforeCreation = !creating;  // adds never ask for a name
     Show();
-    const QString targetPath = inner.isEmpty() ? zip : zip + '/' + inner;
+    const QString targetPath = creating          ? m_root + "/archives"
+                               : inner.isEmpty() ? zip
+                                                 : zip + '/' + inner;
     m_archive->expand(ArchiveItem(targetPath));
 
     QVERIFY(DropOnArchive({m_root + "/files/new.txt", m_root + "/files/dir"}, targetPath));
-    const QString prefix = inner.isEmpty() ? QString() : inner + '/';
-    Tree expected = SampleTree();
-    expected.insert("a/", {});
-    expected.insert("a/b/", {});
-    expected.insert(prefix + "new.txt", "new");
+    const QString prefix = creating || inner.isEmpty() ? QString() : inner + '/';
+    for (auto it = data.cbegin(); it != data.cend(); ++it) {
+        expected.insert(prefix + it.key(), it.value());
+    }
     expected.insert(prefix + "dir/", {});
-    expected.insert(prefix + "dir/in.txt", "in");
+    expected.insert(prefix + "dir/sub/", {});
     QVERIFY(ZipTests(zip));
     QCOMPARE(ZipContents(zip, m_root + "/check"), expected);
+    QCOMPARE(m_archive->CreatedArchive(), creating ? zip : QString());
+    QVERIFY(m_boxes.isEmpty());
+    QVERIFY(m_dialogs.isEmpty());  // fixed level and method, no name asked
+    QVERIFY(!CAppFlags::Instance().creatingArchive);
     // The open target shows what was added.
     const QModelIndex targetItem = ArchiveItem(targetPath);
-    QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "new.txt").isValid());
-    QVERIFY(m_archive->TreeModel()->FindChild(targetItem, "dir").isValid());
-    QVERIFY(m_boxes.isEmpty());
+    m_archive->expand(targetItem);
+    CVelaTreeModel* model = m_archive->TreeModel();
+    if (creating) {
+        QVERIFY(model->FindChild(targetItem, "new.zip").isValid());
+    } else {
+        QVERIFY(model->FindChild(targetItem, "new.txt").isValid());
+        QVERIFY(model->FindChild(targetItem, "dir").isValid());
+    }
 }
 
 void TestUnpackPack::readOnlyFamiliesAreLeftAlone_data() {
@@ -786,7 +691,11 @@ void TestUnpackPack::readOnlyFamiliesAreLeftAlone() {
 
     // Not a place to drop on, and a drop there does nothing.
     QVERIFY(!DropOnArchive({m_root + "/files/new.txt"}, archive.path));
-    QVERIFY(!m_archive->Add(m_root + "/files/new.txt", ArchiveItem(archive.path), 0));
+    bool goOn = true;
+    m_archive->Add(m_root + "/files/new.txt", ArchiveItem(archive.path), 0,
+                   [&goOn](bool next) { goOn = next; });
+    QVERIFY(vzt::WaitForJobs());
+    QVERIFY(!goOn);
     QCOMPARE(vzt::ReadAll(archive.path), before);
     QVERIFY(m_boxes.isEmpty());
     QVERIFY(m_dialogs.isEmpty());
@@ -842,46 +751,34 @@ void TestUnpackPack::nameAndLevelDialog() {
     m_settings.EnableEncryption = encrypt;
     m_settings.AskBeforeCreation = askName;
     QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    struct Seen {
-        QString title, name;
-        bool nameOn, methodOn, levelOn, setPassword, passwordOn, encryptionMethodOn;
-        int methodIndex, levelIndex, encryptionIndex;
-        QStringList methods, levels, encryptions;
-        bool passwordOnAfterToggle;
-        QLineEdit::EchoMode echoShown;
-    } seen{};
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        if (d == nullptr) {
-            return int(QDialog::Rejected);
-        }
-        seen.title = d->windowTitle();
-        seen.name = d->NameEdit()->text();
-        seen.nameOn = d->NameEdit()->isEnabled();
-        seen.methodOn = d->MethodCombo()->isEnabled();
-        seen.levelOn = d->LevelCombo()->isEnabled();
-        seen.setPassword = d->SetPasswordCheck()->isChecked();
-        seen.passwordOn = d->PasswordEdit()->isEnabled() && d->ConfirmEdit()->isEnabled() &&
-                          d->ShowPasswordCheck()->isEnabled();
-        seen.encryptionMethodOn = d->EncryptionMethodCombo()->isEnabled();
-        seen.methodIndex = d->MethodCombo()->currentIndex();
-        seen.levelIndex = d->LevelCombo()->currentIndex();
-        seen.encryptionIndex = d->EncryptionMethodCombo()->currentIndex();
-        for (int i = 0; i < d->MethodCombo()->count(); ++i)
-            seen.methods << d->MethodCombo()->itemText(i);
-        for (int i = 0; i < d->LevelCombo()->count(); ++i)
-            seen.levels << d->LevelCombo()->itemText(i);
-        for (int i = 0; i < d->EncryptionMethodCombo()->count(); ++i)
-            seen.encryptions << d->EncryptionMethodCombo()->itemText(i);
-        d->SetPasswordCheck()->setChecked(!seen.setPassword);
-        seen.passwordOnAfterToggle = d->PasswordEdit()->isEnabled();
+    // What the dialog shows enabled and set follows the settings.
+    auto check = [&](CNameAndLevel* d) {
+        QCOMPARE(d->windowTitle(), QStringLiteral("Name and Compression Settings"));
+        QCOMPARE(d->NameEdit()->text(), QStringLiteral("report"));
+        QCOMPARE(d->NameEdit()->isEnabled(), askName);
+        QCOMPARE(d->LevelCombo()->isEnabled(), level == -2);
+        QCOMPARE(d->MethodCombo()->isEnabled(), method == -1);
+        QCOMPARE(d->LevelCombo()->currentIndex(), level == -2 ? 6 : level);
+        QCOMPARE(d->MethodCombo()->currentIndex(), method == 1 ? 1 : 0);
+        QCOMPARE(d->SetPasswordCheck()->isChecked(), encrypt);
+        QCOMPARE(d->PasswordEdit()->isEnabled() && d->ConfirmEdit()->isEnabled() &&
+                     d->ShowPasswordCheck()->isEnabled(),
+                 encrypt);
+        QCOMPARE(d->EncryptionMethodCombo()->isEnabled(), encrypt && encryptionMethod == -1);
+        QCOMPARE(d->EncryptionMethodCombo()->currentIndex(), std::max(encryptionMethod, 0));
+        d->SetPasswordCheck()->setChecked(!encrypt);
+        QCOMPARE(d->PasswordEdit()->isEnabled(), !encrypt);
         d->SetPasswordCheck()->setChecked(false);
         d->ShowPasswordCheck()->setChecked(true);
-        seen.echoShown = d->ConfirmEdit()->echoMode();
+        QCOMPARE(d->ConfirmEdit()->echoMode(), QLineEdit::Normal);
+    };
+    m_answer = [&](QDialog& dialog) {
+        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
+        check(d);
         // What the user can change: the enabled controls.
-        if (seen.levelOn)
+        if (d->LevelCombo()->isEnabled())
             d->LevelCombo()->setCurrentIndex(0);
-        if (seen.methodOn)
+        if (d->MethodCombo()->isEnabled())
             d->MethodCombo()->setCurrentIndex(1);
         d->NameEdit()->setText(QStringLiteral("chosen.name.zip"));
         d->OkButton()->click();
@@ -891,24 +788,6 @@ void TestUnpackPack::nameAndLevelDialog() {
 
     QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
     QCOMPARE(m_dialogs, QStringList{"CNameAndLevel"});
-    QCOMPARE(seen.title, QStringLiteral("Name and Compression Settings"));
-    QCOMPARE(seen.name, QStringLiteral("report"));
-    QCOMPARE(seen.nameOn, askName);
-    QCOMPARE(seen.levelOn, level == -2);
-    QCOMPARE(seen.methodOn, method == -1);
-    QCOMPARE(seen.levelIndex, level == -2 ? 6 : level);
-    QCOMPARE(seen.methodIndex, method == 1 ? 1 : 0);
-    QCOMPARE(seen.setPassword, encrypt);
-    QCOMPARE(seen.passwordOn, encrypt);
-    QCOMPARE(seen.passwordOnAfterToggle, !encrypt);
-    QCOMPARE(seen.encryptionMethodOn, encrypt && encryptionMethod == -1);
-    QCOMPARE(seen.encryptionIndex, encryptionMethod < 0 ? 0 : encryptionMethod);
-    QCOMPARE(seen.echoShown, QLineEdit::Normal);
-    QCOMPARE(seen.methods, (QStringList{"DEFLATE", "BZIP2"}));
-    QCOMPARE(seen.levels, (QStringList{"0 - store", "1 - best speed", "2", "3", "4", "5",
-                                       "6 - default", "7", "8", "9 - best compression"}));
-    QCOMPARE(seen.encryptions, (QStringList{"Zip 2.0", "AES-128", "AES-192", "AES-256"}));
-
     // The typed name counts only when it may be typed.
     const QString zip = m_root + "/archives/" + (askName ? "chosen.name.zip" : "report.zip");
     QVERIFY(QFileInfo::exists(zip));
@@ -976,48 +855,20 @@ void TestUnpackPack::typedArchiveNames() {
     QCOMPARE(QDir(m_root).entryList(QDir::Files | QDir::Hidden), QStringList());
 }
 
-void TestUnpackPack::passwordMismatchKeepsTheDialog() {
-    m_settings.CompressionLevel = -2;
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    bool stayedOpen = false;
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        d->SetPasswordCheck()->setChecked(true);
-        d->PasswordEdit()->setText("abc");
-        d->ConfirmEdit()->setText("abd");
-        dialog.setResult(-1);
-        d->OkButton()->click();
-        stayedOpen = dialog.result() == -1;
-        d->ConfirmEdit()->setText("abc");
-        d->OkButton()->click();
-        return dialog.result();
-    };
-    Show();
-
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
-    QVERIFY(stayedOpen);
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Password does not match the confirm password."));
-    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    const QString zip = m_root + "/archives/report.zip";
-    QVERIFY(ZipTests(zip, "abc"));
-    QVERIFY(!ZipTests(zip, "wrong"));
-    // The password of the drop is forgotten with it.
-    QVERIFY(!CAppFlags::Instance().usePassword);
-    QVERIFY(CAppFlags::Instance().password.isEmpty());
-}
-
 void TestUnpackPack::encryptionFromTheDialog_data() {
     QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("encrypted");
-    QTest::newRow("both empty") << "" << false;
-    QTest::newRow("a password") << "s3cret" << true;
+    QTest::addColumn<QString>("firstConfirm");  // what the confirm edit holds at the first OK
+    QTest::newRow("both empty") << ""
+                                << "";
+    QTest::newRow("a password") << "s3cret"
+                                << "s3cret";
+    QTest::newRow("a mismatch keeps the dialog") << "abc"
+                                                 << "abd";
 }
 
 void TestUnpackPack::encryptionFromTheDialog() {
     QFETCH(QString, password);
-    QFETCH(bool, encrypted);
+    QFETCH(QString, firstConfirm);
     m_settings.CompressionMethod = -1;
     m_settings.EnableEncryption = true;
     m_settings.EncryptionMethod = 3;
@@ -1025,11 +876,18 @@ void TestUnpackPack::encryptionFromTheDialog() {
     QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
     QVERIFY(vzt::WriteAll(m_root + "/files/one.txt", "one"));
     QVERIFY(vzt::WriteAll(m_root + "/files/two.txt", "two"));
+    bool stayedOpen = false;
     m_answer = [&](QDialog& dialog) {
         auto* d = qobject_cast<CNameAndLevel*>(&dialog);
         d->PasswordEdit()->setText(password);
-        d->ConfirmEdit()->setText(password);
+        d->ConfirmEdit()->setText(firstConfirm);
+        dialog.setResult(-1);
         d->OkButton()->click();
+        stayedOpen = dialog.result() == -1;
+        if (stayedOpen) {
+            d->ConfirmEdit()->setText(password);
+            d->OkButton()->click();
+        }
         return dialog.result();
     };
     Show();
@@ -1037,91 +895,126 @@ void TestUnpackPack::encryptionFromTheDialog() {
     // Two items, one question: the second item uses the answers given for the first.
     QVERIFY(DropOnArchive({m_root + "/files/one.txt", m_root + "/files/two.txt"}, zip));
     QCOMPARE(m_dialogs.size(), 1);
-    const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
-    QCOMPARE(listing.count("Encrypted = +"), encrypted ? 2 : 0);
-    if (encrypted) {
-        QVERIFY(listing.contains("AES-256"));
+    QCOMPARE(stayedOpen, firstConfirm != password);
+    if (stayedOpen) {
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
+        QCOMPARE(m_boxes[0].text, QStringLiteral("Password does not match the confirm password."));
+        QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+    } else {
+        QVERIFY(m_boxes.isEmpty());
     }
+    const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
+    QCOMPARE(listing.count("Encrypted = +"), password.isEmpty() ? 0 : 2);
+    QCOMPARE(listing.contains("AES-256"), !password.isEmpty());
     Tree expected = SampleTree();
     expected.insert("a/", {});
     expected.insert("a/b/", {});
     expected.insert("one.txt", "one");
     expected.insert("two.txt", "two");
     QCOMPARE(ZipContents(zip, m_root + "/check", password), expected);
-    QVERIFY(CAppFlags::Instance().password.isEmpty());
+    // The answers of the drop, its password with them, are forgotten with it: the next drop
+    // asks again.
+    QVERIFY(DropOnArchive({m_root + "/files/one.txt"}, zip));
+    QCOMPARE(m_dialogs.size(), 2);
 }
 
-void TestUnpackPack::cancelledDialogUndoesTheDrop() {
-    m_settings.CompressionLevel = -2;
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/second.txt", "second"));
-    Show();
-    QVERIFY(ArchiveItem(m_root + "/archives").isValid());
-    const QModelIndex selected = m_archive->currentIndex();
-    m_answer = [](QDialog&) { return int(QDialog::Rejected); };
-
-    QVERIFY(!m_archive->DropTarget()->Drop(nullptr, Qt::IgnoreAction));
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt", m_root + "/files/second.txt"},
-                          m_root + "/archives"));
-    QCOMPARE(m_dialogs.size(), 1);  // the drop ended with the first item
-    QVERIFY(vzt::ListTree(m_root + "/archives").isEmpty());
-    QVERIFY(!m_archive->DropHighlight().isValid());
-    QCOMPARE(m_archive->currentIndex(), selected);
-    QVERIFY(m_boxes.isEmpty());
-}
-
-void TestUnpackPack::badInputLeavesNothingBehind_data() {
-    QTest::addColumn<bool>("intoExisting");
-    QTest::newRow("new archive") << false;
-    QTest::newRow("existing archive") << true;
-}
-
-void TestUnpackPack::badInputLeavesNothingBehind() {
-    QFETCH(bool, intoExisting);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    const QByteArray before = vzt::ReadAll(zip);
-    // Gone between the drag and the drop.
-    const QString missing = m_root + "/files/vanished.txt";
-    Show();
-
+void TestUnpackPack::dropsThatLeaveNothingBehind_data() {
+    QTest::addColumn<QString>("source");   // in files/; vanished.txt is gone before the drop
+    QTest::addColumn<QString>("target");   // under archives
+    QTest::addColumn<bool>("cancel");      // the level is asked, and the dialog cancelled
+    QTest::addColumn<QString>("caption");  // of the one box; empty: none
     // The add fails inside the packer: that ends it without a message, and no new archive
     // is left behind.
-    QVERIFY(DropOnArchive({missing}, intoExisting ? zip : m_root + "/archives"));
-    QVERIFY2(m_boxes.isEmpty(), qPrintable(m_boxes.value(0).text));
-    QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
-    QCOMPARE(vzt::ReadAll(zip), before);
-
+    const QString none;
+    QTest::newRow("vanished, new archive") << "vanished.txt" << none << false << none;
+    QTest::newRow("vanished, existing archive") << "vanished.txt"
+                                                << "/x.zip" << false << none;
     // A folder in the place of the new archive: it cannot be created.
-    QVERIFY(QDir().mkpath(m_root + "/archives/report.zip"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    m_boxes.clear();
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Error Creating Archive"));
-    QCOMPARE(m_boxes[0].text,
-             QStringLiteral("Cannot create the archive %1.").arg(m_root + "/archives/report.zip"));
+    QTest::newRow("a folder in the archive's place")
+        << "report.txt" << none << false << "Error Creating Archive";
+    QTest::newRow("dialog cancelled") << "report.txt" << none << true << none;
 }
 
-void TestUnpackPack::stopEndsThePackWithTheArchiveIntact() {
+// Each drop ends with its first item: the second one goes nowhere either.
+void TestUnpackPack::dropsThatLeaveNothingBehind() {
+    QFETCH(QString, source);
+    QFETCH(QString, target);
+    QFETCH(bool, cancel);
+    QFETCH(QString, caption);
     const QString zip = m_root + "/archives/x.zip";
     QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
     const QByteArray before = vzt::ReadAll(zip);
-    Tree many;
-    for (int i = 0; i < 30; ++i) {
-        many.insert(QStringLiteral("big/f%1.bin").arg(i), vzt::RandomBytes(200000, quint32(i)));
-    }
-    QVERIFY(vzt::MakeTree(m_root + "/files", many));
+    QVERIFY(QDir().mkpath(m_root + "/archives/report.zip"));
+    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
+    QVERIFY(vzt::WriteAll(m_root + "/files/second.txt", "second"));
+    m_settings.CompressionLevel = cancel ? -2 : 6;
     Show();
+    const QPersistentModelIndex selected = ArchiveItem(m_root + "/archives" + target);
+    QVERIFY(selected.isValid());
 
-    QString title;
-    PressStopSoon(m_archive, &title);
-    m_boxAnswers = {QMessageBox::Yes};
-    QVERIFY(DropOnArchive({m_root + "/files/big"}, zip));
-    QCOMPARE(title, QStringLiteral("Pack Progress"));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the pack?"));
+    QVERIFY(!m_archive->DropTarget()->Drop(nullptr, Qt::IgnoreAction));
+    QVERIFY(DropOnArchive({m_root + "/files/" + source, m_root + "/files/second.txt"},
+                          m_root + "/archives" + target));
+    QCOMPARE(m_dialogs.size(), cancel ? 1 : 0);
+    QCOMPARE(m_boxes.size(), caption.isEmpty() ? 0 : 1);
+    if (!caption.isEmpty()) {
+        QCOMPARE(m_boxes[0].caption, caption);
+        QCOMPARE(
+            m_boxes[0].text,
+            QStringLiteral("Cannot create the archive %1.").arg(m_root + "/archives/report.zip"));
+    }
+    QCOMPARE(vzt::ListTree(m_root + "/archives"), (QStringList{"report.zip/", "x.zip"}));
     QCOMPARE(vzt::ReadAll(zip), before);
+    QVERIFY(!m_archive->DropHighlight().isValid());
+    QCOMPARE(QPersistentModelIndex(m_archive->currentIndex()), selected);
+}
+
+void TestUnpackPack::whileAdding_data() {
+    QTest::addColumn<bool>("stop");
+    QTest::newRow("Stop leaves the archive as it was") << true;
+    QTest::newRow("the target's parent collapsed") << false;
+}
+
+// The overwrite question of the packer holds the add's worker while the case acts.
+void TestUnpackPack::whileAdding() {
+    QFETCH(bool, stop);
+    const QString zip = m_root + "/archives/x.zip";
+    QVERIFY(MakeZip(zip, {{"a/big.bin", "old"}, {"a/d.txt", "dee"}}, m_root + "/scratch"));
+    const QByteArray before = vzt::ReadAll(zip);
+    const QByteArray big = vzt::RandomBytes(16 << 20, 9);
+    QVERIFY(vzt::MakeTree(m_root + "/files", {{"big.bin", big}, {"next.txt", "next"}}));
+    m_settings.CompressionLevel = 6;
+    Show();
+    const QPersistentModelIndex zipItem = ArchiveItem(zip);
+    QString title;
+    AnswerReplaceAfter([&] {
+        CPackProgress* progress = VisibleProgress();
+        QVERIFY(progress != nullptr);
+        title = progress->windowTitle();
+        if (stop) {
+            progress->StopButton()->click();
+        } else {
+            // Forgets the drop target while the add into it runs.
+            m_archive->collapse(zipItem);
+        }
+    });
+    m_boxAnswers = {QMessageBox::Yes};
+
+    QVERIFY(DropOnArchive({m_root + "/files/big.bin", m_root + "/files/next.txt"}, zip + "/a"));
+    QCOMPARE(title, QStringLiteral("Pack Progress"));
+    QVERIFY(ZipTests(zip));
+    if (stop) {
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the pack?"));
+        QCOMPARE(vzt::ReadAll(zip), before);
+    } else {
+        QVERIFY(m_boxes.isEmpty());
+        const Tree contents = ZipContents(zip, m_root + "/check");
+        QCOMPARE(contents.value("a/big.bin"), big);
+        QCOMPARE(contents.value("a/d.txt"), QByteArray("dee"));
+        QVERIFY(!contents.contains("a/next.txt"));  // the drop ended with its target
+    }
     QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
 }
 
