@@ -285,10 +285,6 @@ private Q_SLOTS:
         QTest::newRow("exact name first")
             << cased << QStringList{"delete", "@/README"} << 0
             << QStringList{"Docs/a.txt", "docs/b.txt", "readme/x.txt"};
-        QTest::newRow("rename onto a name in another case")
-            << cased << QStringList{"rename", "@/DOCS", "README"} << 1 << cased;
-        QTest::newRow("new folder in another case")
-            << cased << QStringList{"mkdir", "@/DOCS"} << 1 << cased;
         QTest::newRow("rename the merged folder")
             << cased << QStringList{"rename", "@/DOCS", "Papers"} << 0
             << QStringList{"Papers/a.txt", "Papers/b.txt", "README", "readme/x.txt"};

@@ -63,7 +63,9 @@ private:
 
     // Entries whose folders differ only in case, which the Archive Browser shows as one
     // folder "Docs", in this order: Docs/a.txt, docs/b.txt, docs/Sub/c.txt, the folder entry
-    // DOCS/, hid.txt, top.txt and the folder entry "new folder/".
+    // DOCS/, hid.txt, top.txt and the folder entry "new folder/"; then names that the Archive
+    // Browser shows otherwise: "./dot.txt" as "dot.txt", "w//e.txt" as "w/e.txt", and
+    // "w/../up.txt", which it leaves out.
     QString MixedCase(const QString& name) {
         const QString dir = m_tmp.filePath(name);
         QDir(dir).removeRecursively();
@@ -77,7 +79,10 @@ private:
                                                            {"DOCS/", {}, folder},
                                                            {"hid.txt", "h"},
                                                            {"top.txt", "t"},
-                                                           {"new folder/", {}, folder}})));
+                                                           {"new folder/", {}, folder},
+                                                           {"./dot.txt", "d"},
+                                                           {"w//e.txt", "e"},
+                                                           {"w/../up.txt", "u"}})));
             QVERIFY(vzt::MakeTree(dir + QStringLiteral("/add"),
                                   {{"n.txt", "n"}, {"DOCS/SUB/m.txt", "m"}}));
         }();
@@ -318,12 +323,15 @@ private slots:
     }
 
     // Edits named as the Archive Browser names them act on the entries of every spelling,
-    // and entries keep their own spelling.
+    // and entries keep their own spelling; an entry that an edit moves or keeps gets the name
+    // shown; the name that the Archive Browser leaves out is never touched.
     void caseEdits_data() {
         QTest::addColumn<QString>("operation");
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::addColumn<QStringList>("expected");  // besides hid.txt, top.txt, new folder/
+        // Besides hid.txt, top.txt, new folder/, ./dot.txt, w//e.txt and w/../up.txt; "-"
+        // marks one of those that is gone.
+        QTest::addColumn<QStringList>("expected");
         QTest::newRow("remove a file of the merged folder")
             << "removeFile"
             << "Docs/b.txt"
@@ -377,6 +385,22 @@ private slots:
             << "n.txt"
             << "DOCS/SUB"
             << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/", "docs/Sub/n.txt"};
+        const QStringList docs{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/"};
+        QTest::newRow("rename ./dot.txt named as shown")
+            << "renameFile"
+            << "dot.txt"
+            << "dot2.txt" << docs + QStringList{"-./dot.txt", "dot2.txt"};
+        QTest::newRow("remove w//e.txt named as shown")
+            << "removeFile"
+            << "w/e.txt"
+            << "" << docs + QStringList{"-w//e.txt", "w/"};
+        QTest::newRow("rename the folder of w//e.txt")
+            << "renameFolder"
+            << "w"
+            << "v" << docs + QStringList{"-w//e.txt", "v/e.txt"};
+        QTest::newRow("remove the folder of w//e.txt") << "removeFolder"
+                                                       << "w"
+                                                       << "" << docs + QStringList{"-w//e.txt"};
         QTest::newRow("add a folder that is there in another case")
             << "addFolder"
             << "DOCS"
@@ -405,7 +429,8 @@ private slots:
             ok = RunEdit(packer, operation, a, b);
         QVERIFY2(ok, qPrintable(packer.LastError()));
         QVERIFY(packer.CloseArchive());
-        QStringList want{"hid.txt", "top.txt", "new folder/"};
+        QStringList want{"hid.txt",   "top.txt",  "new folder/",
+                         "./dot.txt", "w//e.txt", "w/../up.txt"};
         for (const QString& name : expected) {
             if (name.startsWith(QLatin1Char('-')))
                 want.removeAll(name.mid(1));
