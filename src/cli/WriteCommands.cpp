@@ -285,7 +285,7 @@ int Rename(Args args) {
                           if (kind == EntryKind::Missing)
                               return false;
                           QString name;
-                          if (!CheckTypedName(t.archive + QLatin1Char('/') + t.inner, typed,
+                          if (!CheckTypedName(vz::JoinPath(t.archive, t.inner), typed,
                                               kind == EntryKind::Folder, &name)) {
                               *refused = true;
                               return false;
@@ -321,8 +321,8 @@ int MakeFolder(Args args) {
         [](CZipPacker& packer, const Target& t, bool* refused) {
             // The new folder's name is typed like a rename's.
             QString name;
-            if (!CheckTypedName(t.archive + QLatin1Char('/') + t.inner, vz::LastComponent(t.inner),
-                                true, &name)) {
+            if (!CheckTypedName(vz::JoinPath(t.archive, t.inner), vz::LastComponent(t.inner), true,
+                                &name)) {
                 *refused = true;
                 return false;
             }

@@ -737,7 +737,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     ShowPercent(100);
     if (listener && ini.RefreshArchiveBrowserTreeWithAddingOfEachItem) {
         for (size_t i : written)
-            listener->ItemAdded(path + QLatin1Char('/') + items[i].entryName);
+            listener->ItemAdded(vz::JoinPath(path, items[i].entryName));
     }
     return true;
 }
