@@ -270,36 +270,29 @@ private Q_SLOTS:
         QCOMPARE(Names(zip), (QStringList{"Spaced", "b.txt"}));
     }
 
-    // Inner paths name entries as `list` shows them: folders in any case (an entry of exactly
-    // the given name wins over one whose name differs in case), "./a.txt" as "a.txt" and
-    // "d//b.txt" as "d/b.txt"; an edit writes the entries it moves under the names shown.
+    // Inner paths name entries as `list` shows them: an entry of exactly the given name wins
+    // over a folder whose name differs in case, "./a.txt" is "a.txt" and "d//b.txt" is
+    // "d/b.txt"; an edit writes the entries it moves under the names shown. (Folders in any
+    // case are the packer's tests'.)
     void namesAsListed_data() {
         QTest::addColumn<QStringList>("entries");  // written as given by python3's zipfile
         QTest::addColumn<QStringList>("command");  // "@" stands for the archive
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QStringList>("after");  // the names in the archive, sorted
-        const QStringList cased{"Docs/a.txt", "README", "docs/b.txt", "readme/x.txt"};
-        QTest::newRow("file in a folder named in another case")
-            << cased << QStringList{"delete", "@/Docs/b.txt"} << 0
-            << QStringList{"Docs/a.txt", "README", "readme/x.txt"};
+        QTest::addColumn<QStringList>("after");    // the names in the archive, sorted
         QTest::newRow("exact name first")
-            << cased << QStringList{"delete", "@/README"} << 0
+            << QStringList{"Docs/a.txt", "README", "docs/b.txt", "readme/x.txt"}
+            << QStringList{"delete", "@/README"}
             << QStringList{"Docs/a.txt", "docs/b.txt", "readme/x.txt"};
-        QTest::newRow("rename the merged folder")
-            << cased << QStringList{"rename", "@/DOCS", "Papers"} << 0
-            << QStringList{"Papers/a.txt", "Papers/b.txt", "README", "readme/x.txt"};
         const QStringList odd{"./a.txt", "d//b.txt"};
-        QTest::newRow("rename ./a.txt as a.txt") << odd << QStringList{"rename", "@/a.txt", "x.txt"}
-                                                 << 0 << QStringList{"d//b.txt", "x.txt"};
+        QTest::newRow("rename ./a.txt as a.txt")
+            << odd << QStringList{"rename", "@/a.txt", "x.txt"} << QStringList{"d//b.txt", "x.txt"};
         QTest::newRow("delete d//b.txt as d/b.txt")
-            << odd << QStringList{"delete", "@/d/b.txt"} << 0 << QStringList{"./a.txt", "d/"};
+            << odd << QStringList{"delete", "@/d/b.txt"} << QStringList{"./a.txt", "d/"};
         QTest::newRow("rename the folder of d//b.txt")
-            << odd << QStringList{"rename", "@/d", "e"} << 0 << QStringList{"./a.txt", "e/b.txt"};
+            << odd << QStringList{"rename", "@/d", "e"} << QStringList{"./a.txt", "e/b.txt"};
     }
     void namesAsListed() {
         QFETCH(QStringList, entries);
         QFETCH(QStringList, command);
-        QFETCH(int, exitCode);
         QFETCH(QStringList, after);
         if (!vzt::HaveTool("python3"))
             QSKIP("python3 is not installed: it writes the names as given");
@@ -315,7 +308,7 @@ private Q_SLOTS:
         QVERIFY2(made.Ok(), made.output.constData());
         command.replaceInStrings(QRegularExpression("^@"), zip);
         const auto r = Cli(command);
-        QVERIFY2(r.exitCode == exitCode, r.output.constData());
+        QVERIFY2(r.exitCode == 0, r.output.constData());
         QStringList names = QString::fromUtf8(vzt::Run("unzip", {"-Z1", zip}).output)
                                 .split('\n', Qt::SkipEmptyParts);
         names.sort();
