@@ -6,7 +6,9 @@
 #include "Commands.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/packer/CZipPacker.h"
+#include "common/InnerPath.h"
 #include "common/Texts.h"
+#include "fileops/FileRename.h"
 
 namespace cli {
 namespace {
@@ -259,20 +261,16 @@ EntryKind KindOf(CZipPacker& packer, const Target& t, bool* refused) {
     return EntryKind::Missing;
 }
 
-// A name that the user typed (trimmed already), for the entry that `path` names: false, with
-// one line, when it is empty or holds one of the nine forbidden characters.
-bool CheckTypedName(const QString& path, const QString& name) {
-    if (name.isEmpty()) {
-        PrintError(QStringLiteral("%1: a name cannot be empty").arg(path));
-        return false;
-    }
-    if (vz::HasForbiddenNameChar(name)) {
-        PrintError(QStringLiteral("%1: the name %2 holds one of \\ / : * ? \" < > |, which a name "
-                                  "cannot contain")
-                       .arg(path, name));
-        return false;
-    }
-    return true;
+// A name that the user typed for the entry at `path`: false, with the sentence that the
+// program's dialogs show (on one line), when the typed-name check refuses it.
+bool CheckTypedName(const QString& path, const QString& typed, bool isFolder, QString* name) {
+    const vz::fileops::RenameVerdict verdict = vz::fileops::CheckTypedName(typed, name);
+    if (verdict == vz::fileops::RenameVerdict::Rename)
+        return true;
+    QString sentence = vz::fileops::RenameRefusalText(verdict, isFolder);
+    sentence.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    PrintError(QStringLiteral("%1: %2").arg(path, sentence));
+    return false;
 }
 
 }  // namespace
@@ -280,23 +278,22 @@ bool CheckTypedName(const QString& path, const QString& name) {
 int Rename(Args args) {
     if (!CheckRest(args, 2, 2, QStringLiteral("rename ARCHIVE/INNER NEWNAME")))
         return kUsage;
-    const QString name = vz::TrimName(args.Rest().at(1));
-    if (!CheckTypedName(Absolute(args.Rest().at(0)), name))
-        return kFailed;
-    return EditInside(
-        args.Rest().at(0), "an entry", [&](CZipPacker& packer, const Target& t, bool* refused) {
-            const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
-            const QString renamed = (slash < 0 ? QString() : t.inner.left(slash + 1)) + name;
-            switch (KindOf(packer, t, refused)) {
-                case EntryKind::Folder:
-                    return packer.RenameFolder(t.inner, renamed);
-                case EntryKind::File:
-                    return packer.RenameFile(t.inner, renamed);
-                case EntryKind::Missing:
-                    return false;
-            }
-            return false;
-        });
+    const QString typed = args.Rest().at(1);
+    return EditInside(args.Rest().at(0), "an entry",
+                      [&](CZipPacker& packer, const Target& t, bool* refused) {
+                          const EntryKind kind = KindOf(packer, t, refused);
+                          if (kind == EntryKind::Missing)
+                              return false;
+                          QString name;
+                          if (!CheckTypedName(vz::JoinPath(t.archive, t.inner), typed,
+                                              kind == EntryKind::Folder, &name)) {
+                              *refused = true;
+                              return false;
+                          }
+                          const QString renamed = vz::JoinPath(vz::ParentPath(t.inner), name);
+                          return kind == EntryKind::Folder ? packer.RenameFolder(t.inner, renamed)
+                                                           : packer.RenameFile(t.inner, renamed);
+                      });
 }
 
 int Delete(Args args) {
@@ -319,18 +316,18 @@ int Delete(Args args) {
 int MakeFolder(Args args) {
     if (!CheckRest(args, 1, 1, QStringLiteral("mkdir ARCHIVE/INNER")))
         return kUsage;
-    return EditInside(args.Rest().at(0), "the folder to make",
-                      [](CZipPacker& packer, const Target& t, bool* refused) {
-                          // The new folder's name is typed like a rename's: trimmed, and
-                          // refused when nothing or a forbidden character remains.
-                          const int slash = t.inner.lastIndexOf(QLatin1Char('/'));
-                          const QString name = vz::TrimName(t.inner.mid(slash + 1));
-                          if (!CheckTypedName(t.archive + QLatin1Char('/') + t.inner, name)) {
-                              *refused = true;
-                              return false;
-                          }
-                          return packer.CreateEmptyFolder(t.inner.left(slash + 1) + name);
-                      });
+    return EditInside(
+        args.Rest().at(0), "the folder to make",
+        [](CZipPacker& packer, const Target& t, bool* refused) {
+            // The new folder's name is typed like a rename's.
+            QString name;
+            if (!CheckTypedName(vz::JoinPath(t.archive, t.inner), vz::LastComponent(t.inner), true,
+                                &name)) {
+                *refused = true;
+                return false;
+            }
+            return packer.CreateEmptyFolder(vz::JoinPath(vz::ParentPath(t.inner), name));
+        });
 }
 
 }  // namespace cli

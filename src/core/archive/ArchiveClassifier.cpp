@@ -1,32 +1,10 @@
 #include "archive/ArchiveClassifier.h"
 
-#include <QFileInfo>
-
 #include "archive/ArchiveFamily.h"
 #include "archive/CArchiveUnpacker.h"
 
 namespace vz {
 namespace {
-
-QString StripTrailingSlashes(QString path) {
-    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
-        path.chop(1);
-    return path;
-}
-
-// The longest prefix of `path` that names an existing file, or empty.
-QString ExistingFilePrefix(const QString& path) {
-    QString p = StripTrailingSlashes(path);
-    while (!p.isEmpty()) {
-        if (QFileInfo(p).isFile())
-            return p;
-        const int slash = p.lastIndexOf(QLatin1Char('/'));
-        if (slash <= 0)
-            return QString();
-        p.truncate(slash);
-    }
-    return QString();
-}
 
 // Probes an .exe with the unpackers of the enabled families, in the order of the list.
 int ProbeExecutable(const QString& file, const QStringList& recognised) {
@@ -59,15 +37,13 @@ int ProbeExecutable(const QString& file, const QStringList& recognised) {
 }  // namespace
 
 QString UpperExtension(const QString& path) {
-    const int slash = path.lastIndexOf(QLatin1Char('/'));
-    const int dot = path.lastIndexOf(QLatin1Char('.'));
-    if (dot < 0 || dot < slash)
-        return QString();
-    return path.mid(dot + 1).toUpper();
+    const QString name = LastComponent(path);
+    const int dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot < 0 ? QString() : name.mid(dot + 1).toUpper();
 }
 
 int ClassifyPath(const QString& path, const QStringList& recognisedExtensions) {
-    const QString file = ExistingFilePrefix(path);
+    const QString file = SplitArchivePath(path).archivePath;
     if (file.isEmpty())
         return ArchiveFamily::None;
     const QString ext = UpperExtension(file);
@@ -84,15 +60,6 @@ bool PassesArchiveExtensionTest(const QString& filePath, const QStringList& reco
     if (ext.isEmpty() || !recognisedExtensions.contains(ext))
         return false;
     return ClassifyPath(filePath, recognisedExtensions) != ArchiveFamily::None;
-}
-
-ArchivePathParts SplitArchivePath(const QString& path) {
-    ArchivePathParts parts;
-    const QString clean = StripTrailingSlashes(path);
-    parts.archivePath = ExistingFilePrefix(clean);
-    if (!parts.archivePath.isEmpty() && clean.size() > parts.archivePath.size() + 1)
-        parts.innerPath = clean.mid(parts.archivePath.size() + 1);
-    return parts;
 }
 
 }  // namespace vz

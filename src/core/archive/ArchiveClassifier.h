@@ -1,11 +1,11 @@
 #pragma once
-// Turning a path into an archive family, and splitting a path that leads into an archive.
-//
-// Paths use "/" between components. A path inside an archive is the archive's disk path,
-// "/", and the inner path ("/home/u/a.zip/docs/readme.txt").
+// Turning a path into an archive family. Item paths that lead into an archive, and their
+// split at the archive (SplitArchivePath), are common/InnerPath.h's.
 
 #include <QString>
 #include <QStringList>
+
+#include "common/InnerPath.h"
 
 namespace vz {
 
@@ -19,13 +19,6 @@ int ClassifyPath(const QString& path, const QStringList& recognisedExtensions);
 // The test that the disk listings use for a file: does this existing file count as an
 // archive (the classifier's answer is not 0)?
 bool PassesArchiveExtensionTest(const QString& filePath, const QStringList& recognisedExtensions);
-
-struct ArchivePathParts {
-    QString archivePath;  // the existing file; empty when no prefix of the path is a file
-    QString innerPath;    // the rest after "/"; empty for the archive itself
-};
-// Cuts the path at its last "/" until an existing file remains.
-ArchivePathParts SplitArchivePath(const QString& path);
 
 // The upper-case text after the last "." of the last path component, or empty.
 QString UpperExtension(const QString& path);

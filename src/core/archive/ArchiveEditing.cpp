@@ -1,30 +1,16 @@
 #include "archive/ArchiveEditing.h"
 
-#include "archive/EntryList.h"
+#include "common/InnerPath.h"
 #include "common/Texts.h"
 
 namespace vz::archiveedit {
 
-namespace {
-
-QString Joined(const QString& folder, const QString& name) {
-    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
-}
-
-}  // namespace
-
 fileops::RenameCheck CheckEntryName(const QString& oldInnerPath, const QString& typedName) {
     fileops::RenameCheck check;
-    check.newName = TrimName(typedName);
-    if (check.newName.isEmpty()) {
-        check.verdict = fileops::RenameVerdict::EmptyName;
+    check.verdict = fileops::CheckTypedName(typedName, &check.newName);
+    if (check.verdict != fileops::RenameVerdict::Rename)
         return check;
-    }
-    if (HasForbiddenNameChar(check.newName)) {
-        check.verdict = fileops::RenameVerdict::ForbiddenCharacter;
-        return check;
-    }
-    check.newPath = Joined(ParentPath(oldInnerPath), check.newName);
+    check.newPath = JoinPath(ParentPath(oldInnerPath), check.newName);
     check.verdict = EqualsNoCase(check.newPath, oldInnerPath) ? fileops::RenameVerdict::LabelOnly
                                                               : fileops::RenameVerdict::Rename;
     return check;
@@ -81,9 +67,9 @@ fileops::DetailLines EntryDetailLines(const ARCHIVEFILEFULLINFO& info) {
 QString NewFolderPath(const QString& parentInnerPath,
                       const std::function<bool(const QString&)>& folderExists) {
     const QString stem = QStringLiteral("New Folder");
-    QString candidate = Joined(parentInnerPath, stem);
+    QString candidate = JoinPath(parentInnerPath, stem);
     for (int n = 1; folderExists(candidate); ++n) {
-        candidate = Joined(parentInnerPath, stem + QLatin1Char(' ') + QString::number(n));
+        candidate = JoinPath(parentInnerPath, stem + QLatin1Char(' ') + QString::number(n));
     }
     return candidate;
 }

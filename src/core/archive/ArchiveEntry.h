@@ -7,16 +7,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include "common/DosAttribute.h"
 #include "common/Texts.h"
-
-// MS-DOS attribute bits as zip entries carry them.
-enum DosAttribute : quint32 {
-    kDosReadOnly = 0x01,
-    kDosHidden = 0x02,
-    kDosSystem = 0x04,
-    kDosDirectory = 0x10,
-    kDosArchive = 0x20,
-};
 
 // What listing reads of an entry.
 struct ARCHIVEFILESHORTINFO {

@@ -236,9 +236,7 @@ struct CArchiveUnpacker::Impl {
 
     // The display path of a header: a compressed tar's entries lie below its level.
     QString DisplayPath(const QString& path) const {
-        if (!tarInside || path.isEmpty())
-            return path;
-        return streamName + QLatin1Char('/') + path;
+        return tarInside && !path.isEmpty() ? JoinPath(streamName, path) : path;
     }
 
     // Reads the first header: proves that the file is of the family and, for a compressed

@@ -1,6 +1,6 @@
 #pragma once
-// Pure functions over an archive's entry list: inner-path normalisation, one level of the
-// Archive Browser, and the description texts. No archive access here.
+// Pure functions over an archive's entry list: one level of the Archive Browser, and the
+// description texts. No archive access here. Inner paths are those of common/InnerPath.h.
 
 #include <QString>
 #include <QStringList>
@@ -8,6 +8,7 @@
 
 #include "archive/ArchiveEntry.h"
 #include "archive/CArchiveUnpacker.h"
+#include "common/InnerPath.h"
 
 namespace vz {
 
@@ -27,23 +28,6 @@ struct ListedEntry {
     // was not listed from the central directory.
     qint64 directoryIndex = -1;
 };
-
-struct NormalisedName {
-    QString path;         // "/"-separated, no empty or "." components, no leading/trailing "/"
-    bool unsafe = false;  // absolute (leading "/" or a drive letter) or holding ".."
-    bool trailingSlash = false;
-};
-// Reads "\" as a separator, drops empty and "." components, flags absolute names and "..".
-NormalisedName NormaliseEntryName(const QString& raw);
-
-// The last component of an inner path, and everything before it ("" at the top).
-QString LastComponent(const QString& innerPath);
-QString ParentPath(const QString& innerPath);
-
-// Does `path` lie in `folder` (equal to it, or below it)? Case-insensitive; an empty folder
-// holds everything.
-bool IsAtOrBelow(const QString& path, const QString& folder);
-bool IsBelow(const QString& path, const QString& folder);
 
 // One level below `folder` in one pass over the entries (see ArchiveLevel).
 ArchiveLevel ListLevel(const std::vector<ListedEntry>& entries, const QString& folder);

@@ -471,9 +471,9 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
     const NormalisedName n = NormaliseEntryName(c.rawName);
     ARCHIVEFILEFULLINFO& info = c.entry.info;
     info.path = n.path;
-    c.unsafe = n.unsafe;
-    c.entry.skip = n.unsafe || n.path.isEmpty();
-    if (n.unsafe)
+    c.unsafe = n.Unsafe();
+    c.entry.skip = n.Unsafe() || n.path.isEmpty();
+    if (n.Unsafe())
         c.entry.refusedName = c.rawName;
 
     const mode_t type = archive_entry_filetype(h);
@@ -486,7 +486,7 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
         const NormalisedName target =
             NormaliseEntryName(DecodeEntryName(archive_entry_hardlink_utf8(h), link));
         c.hardlinkTarget = target.path;
-        c.hardlinkUnsafe = target.unsafe || target.path.isEmpty();
+        c.hardlinkUnsafe = target.Unsafe() || target.path.isEmpty();
     }
     if (!info.isFolder && archive_entry_size_is_set(h)) {
         info.size = static_cast<quint64>(std::max<la_int64_t>(0, archive_entry_size(h)));

@@ -1,5 +1,6 @@
 #include "archive/PackSettings.h"
 
+#include "common/InnerPath.h"
 #include "settings/CSettingsRecord.h"
 
 namespace vz::pack {
@@ -82,7 +83,7 @@ QString ProposedArchiveName(const QString& sourcePath) {
     while (name.size() > 1 && name.endsWith(QLatin1Char('/'))) {
         name.chop(1);
     }
-    name = name.mid(name.lastIndexOf(QLatin1Char('/')) + 1);
+    name = LastComponent(name);
     const QString base = ArchiveBaseName(name);
     // A name that is all extension (".profile") keeps it, so that the archive has a name.
     return base.isEmpty() ? name : base;

@@ -259,8 +259,8 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
         }
         const NormalisedName nn = NormaliseEntryName(rawName);
         info.path = nn.path;
-        le.skip = nn.unsafe || nn.path.isEmpty();
-        if (nn.unsafe)
+        le.skip = nn.Unsafe() || nn.path.isEmpty();
+        if (nn.Unsafe())
             le.refusedName = rawName;
         const int opsys = madeBy >> 8;
         if (opsys == 3)

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "archive/ArchiveEntry.h"
+#include "common/DosAttribute.h"
 
 namespace vz::fileops {
 

@@ -1,6 +1,6 @@
 #include "fileops/FileDescriptions.h"
 
-#include "archive/ArchiveEntry.h"
+#include "common/DosAttribute.h"
 #include "fileops/FolderReader.h"
 
 namespace vz::fileops {

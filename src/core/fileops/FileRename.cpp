@@ -5,24 +5,26 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "archive/ArchiveEntry.h"
+#include "common/DosAttribute.h"
+#include "common/InnerPath.h"
 
 namespace vz::fileops {
 
+RenameVerdict CheckTypedName(const QString& typed, QString* name) {
+    *name = vz::TrimName(typed);
+    if (name->isEmpty())
+        return RenameVerdict::EmptyName;
+    if (vz::HasForbiddenNameChar(*name))
+        return RenameVerdict::ForbiddenCharacter;
+    return RenameVerdict::Rename;
+}
+
 RenameCheck CheckRename(const QString& oldPath, const QString& typedName) {
     RenameCheck check;
-    check.newName = vz::TrimName(typedName);
-    if (check.newName.isEmpty()) {
-        check.verdict = RenameVerdict::EmptyName;
+    check.verdict = CheckTypedName(typedName, &check.newName);
+    if (check.verdict != RenameVerdict::Rename)
         return check;
-    }
-    if (vz::HasForbiddenNameChar(check.newName)) {
-        check.verdict = RenameVerdict::ForbiddenCharacter;
-        return check;
-    }
-    const QString folder = platform::FolderOf(oldPath);
-    check.newPath = folder.endsWith(QLatin1Char('/')) ? folder + check.newName
-                                                      : folder + QLatin1Char('/') + check.newName;
+    check.newPath = vz::JoinPath(platform::FolderOf(oldPath), check.newName);
     if (vz::EqualsNoCase(check.newPath, oldPath)) {
         // The label takes the new spelling; the disk keeps the old one.
         check.verdict = RenameVerdict::LabelOnly;

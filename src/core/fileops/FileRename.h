@@ -23,8 +23,14 @@ struct RenameCheck {
     QString newPath;  // the old path's folder + "/" + newName
 };
 
-// Checks a typed name for the item at `oldPath`, in this order: empty, forbidden
-// characters, the same path without regard to case, something else already there.
+// The check of a name that the user typed, for every place that takes one (a rename in either
+// browser, a new folder, the command line): `name` gets it without leading and trailing
+// blanks; EmptyName when nothing remains, ForbiddenCharacter when it holds one of the nine
+// characters \ / : * ? " < > |, else Rename. RenameRefusalText words the refusals.
+RenameVerdict CheckTypedName(const QString& typed, QString* name);
+
+// Checks a typed name for the item at `oldPath`, in this order: the typed-name check, the same
+// path without regard to case, something else already there.
 RenameCheck CheckRename(const QString& oldPath, const QString& typedName);
 
 // The message of a refused name (empty for Rename and LabelOnly), file or folder wording.

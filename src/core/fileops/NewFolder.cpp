@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include "archive/ArchiveEntry.h"
+#include "common/DosAttribute.h"
 #include "platform/FileSystem.h"
 
 namespace vz::fileops {

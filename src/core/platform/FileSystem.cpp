@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "archive/ArchiveEntry.h"
+#include "common/DosAttribute.h"
 
 namespace vz::platform {
 

@@ -63,7 +63,9 @@ private:
 
     // Entries whose folders differ only in case, which the Archive Browser shows as one
     // folder "Docs", in this order: Docs/a.txt, docs/b.txt, docs/Sub/c.txt, the folder entry
-    // DOCS/, hid.txt, top.txt and the folder entry "new folder/".
+    // DOCS/, hid.txt, top.txt and the folder entry "new folder/"; then names that the Archive
+    // Browser shows otherwise: "./dot.txt" as "dot.txt", "w//e.txt" as "w/e.txt", and
+    // "w/../up.txt", which it leaves out.
     QString MixedCase(const QString& name) {
         const QString dir = m_tmp.filePath(name);
         QDir(dir).removeRecursively();
@@ -77,7 +79,10 @@ private:
                                                            {"DOCS/", {}, folder},
                                                            {"hid.txt", "h"},
                                                            {"top.txt", "t"},
-                                                           {"new folder/", {}, folder}})));
+                                                           {"new folder/", {}, folder},
+                                                           {"./dot.txt", "d"},
+                                                           {"w//e.txt", "e"},
+                                                           {"w/../up.txt", "u"}})));
             QVERIFY(vzt::MakeTree(dir + QStringLiteral("/add"),
                                   {{"n.txt", "n"}, {"DOCS/SUB/m.txt", "m"}}));
         }();
@@ -92,27 +97,46 @@ private:
 private slots:
     void initTestCase() { QVERIFY(m_tmp.isValid()); }
 
-    void impliedFoldersExist_data() {
+    // What names an entry: folders that exist only as the path of deeper entries, and in a
+    // mixed-case archive the folders in any case, a file's name exactly first, then in any
+    // case; names the Archive Browser shows otherwise ("./dot.txt" as "dot.txt").
+    void namedEntries_data() {
+        QTest::addColumn<bool>("mixed");  // the MixedCase archive, else ImpliedFolders
         QTest::addColumn<QString>("path");
         QTest::addColumn<bool>("folder");
         QTest::addColumn<bool>("file");
-        QTest::newRow("implied") << "x" << true << false;
-        QTest::newRow("implied, deeper") << "x/y" << true << false;
-        QTest::newRow("trailing slash") << "x/y/" << true << false;
-        QTest::newRow("file below") << "x/y/z.txt" << false << true;
-        QTest::newRow("file at the root") << "top.txt" << false << true;
-        QTest::newRow("a prefix is not a folder") << "x/y/z" << false << false;
-        QTest::newRow("name sharing a prefix") << "xy" << false << false;
-        QTest::newRow("folder in another case") << "X/Y" << true << false;
-        QTest::newRow("file in another case") << "X/y/Z.TXT" << false << true;
-        QTest::newRow("missing") << "q" << false << false;
-        QTest::newRow("climbing out") << "x/../x" << false << false;
+        QTest::addColumn<int>("size");  // of the file GetFileInfo finds
+        QTest::newRow("implied") << false << "x" << true << false << 0;
+        QTest::newRow("implied, deeper") << false << "x/y" << true << false << 0;
+        QTest::newRow("trailing slash") << false << "x/y/" << true << false << 0;
+        QTest::newRow("file below") << false << "x/y/z.txt" << false << true << 1;
+        QTest::newRow("file at the root") << false << "top.txt" << false << true << 3;
+        QTest::newRow("a prefix is not a folder") << false << "x/y/z" << false << false << 0;
+        QTest::newRow("name sharing a prefix") << false << "xy" << false << false << 0;
+        QTest::newRow("folder in another case") << false << "X/Y" << true << false << 0;
+        QTest::newRow("file in another case") << false << "X/y/Z.TXT" << false << true << 1;
+        QTest::newRow("missing") << false << "q" << false << false << 0;
+        QTest::newRow("climbing out") << false << "x/../x" << false << false << 0;
+        QTest::newRow("as the browser shows it") << true << "Docs/b.txt" << false << true << 2;
+        QTest::newRow("every part in another case")
+            << true << "DOCS/SUB/C.TXT" << false << true << 3;
+        QTest::newRow("merged folder") << true << "dOcS" << true << false << 0;
+        QTest::newRow("folder below it") << true << "Docs/SUB" << true << false << 0;
+        QTest::newRow("folder entry in another case") << true << "New Folder" << true << false << 0;
+        QTest::newRow("file name in another case") << true << "HID.txt" << false << true << 1;
+        QTest::newRow("missing below") << true << "Docs/b" << false << false << 0;
+        QTest::newRow("./dot.txt as shown") << true << "dot.txt" << false << true << 1;
+        QTest::newRow("w//e.txt as shown") << true << "w/e.txt" << false << true << 1;
+        QTest::newRow("a refused name") << true << "w/up.txt" << false << false << 0;
     }
-    void impliedFoldersExist() {
+    void namedEntries() {
+        QFETCH(bool, mixed);
         QFETCH(QString, path);
         QFETCH(bool, folder);
         QFETCH(bool, file);
-        const QString archive = ImpliedFolders(QStringLiteral("implied"));
+        QFETCH(int, size);
+        const QString archive =
+            mixed ? MixedCase(QStringLiteral("named")) : ImpliedFolders(QStringLiteral("implied"));
         QVERIFY(!pkt::EntryNames(archive).contains(QStringLiteral("x/")));
         CZipPacker packer;
         QVERIFY(packer.OpenArchive(archive));
@@ -120,8 +144,9 @@ private slots:
         QCOMPARE(packer.FileExists(path), file);
         ZIPFILEFULLINFO info;
         QCOMPARE(packer.GetFileInfo(path, info), folder || file);
-        if (folder)
-            QVERIFY(info.isFolder);
+        QCOMPARE(info.isFolder, folder);
+        if (file)
+            QCOMPARE(info.size, quint64(size));
     }
 
     void folderEdits_data() {
@@ -285,45 +310,16 @@ private slots:
         QCOMPARE(vzt::ReadAll(archive), before);
     }
 
-    // What names a mixed-case archive's entries: the folders in any case, a file's name
-    // exactly first, then in any case.
-    void caseOfNames_data() {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("folder");
-        QTest::addColumn<bool>("file");
-        QTest::addColumn<int>("size");  // of the entry GetFileInfo finds; -1 a folder
-        QTest::newRow("as the browser shows it") << "Docs/b.txt" << false << true << 2;
-        QTest::newRow("every part in another case") << "DOCS/SUB/C.TXT" << false << true << 3;
-        QTest::newRow("merged folder") << "dOcS" << true << false << -1;
-        QTest::newRow("folder below it") << "Docs/SUB" << true << false << -1;
-        QTest::newRow("folder entry in another case") << "New Folder" << true << false << -1;
-        QTest::newRow("file in another case") << "HID.txt" << false << true << 1;
-        QTest::newRow("missing") << "Docs/b" << false << false << 0;
-    }
-    void caseOfNames() {
-        QFETCH(QString, path);
-        QFETCH(bool, folder);
-        QFETCH(bool, file);
-        QFETCH(int, size);
-        CZipPacker packer;
-        QVERIFY(packer.OpenArchive(MixedCase(QStringLiteral("casenames"))));
-        QCOMPARE(packer.FolderExists(path), folder);
-        QCOMPARE(packer.FileExists(path), file);
-        ZIPFILEFULLINFO info;
-        QCOMPARE(packer.GetFileInfo(path, info), folder || file);
-        if (folder)
-            QVERIFY(info.isFolder);
-        if (file)
-            QCOMPARE(info.size, quint64(size));
-    }
-
     // Edits named as the Archive Browser names them act on the entries of every spelling,
-    // and entries keep their own spelling.
+    // and entries keep their own spelling; an entry that an edit moves or keeps gets the name
+    // shown; the name that the Archive Browser leaves out is never touched.
     void caseEdits_data() {
         QTest::addColumn<QString>("operation");
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::addColumn<QStringList>("expected");  // besides hid.txt, top.txt, new folder/
+        // Besides hid.txt, top.txt, new folder/, ./dot.txt, w//e.txt and w/../up.txt; "-"
+        // marks one of those that is gone.
+        QTest::addColumn<QStringList>("expected");
         QTest::newRow("remove a file of the merged folder")
             << "removeFile"
             << "Docs/b.txt"
@@ -377,6 +373,22 @@ private slots:
             << "n.txt"
             << "DOCS/SUB"
             << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/", "docs/Sub/n.txt"};
+        const QStringList docs{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/"};
+        QTest::newRow("rename ./dot.txt named as shown")
+            << "renameFile"
+            << "dot.txt"
+            << "dot2.txt" << docs + QStringList{"-./dot.txt", "dot2.txt"};
+        QTest::newRow("remove w//e.txt named as shown")
+            << "removeFile"
+            << "w/e.txt"
+            << "" << docs + QStringList{"-w//e.txt", "w/"};
+        QTest::newRow("rename the folder of w//e.txt")
+            << "renameFolder"
+            << "w"
+            << "v" << docs + QStringList{"-w//e.txt", "v/e.txt"};
+        QTest::newRow("remove the folder of w//e.txt") << "removeFolder"
+                                                       << "w"
+                                                       << "" << docs + QStringList{"-w//e.txt"};
         QTest::newRow("add a folder that is there in another case")
             << "addFolder"
             << "DOCS"
@@ -405,7 +417,8 @@ private slots:
             ok = RunEdit(packer, operation, a, b);
         QVERIFY2(ok, qPrintable(packer.LastError()));
         QVERIFY(packer.CloseArchive());
-        QStringList want{"hid.txt", "top.txt", "new folder/"};
+        QStringList want{"hid.txt",   "top.txt",  "new folder/",
+                         "./dot.txt", "w//e.txt", "w/../up.txt"};
         for (const QString& name : expected) {
             if (name.startsWith(QLatin1Char('-')))
                 want.removeAll(name.mid(1));

@@ -26,6 +26,8 @@
 #include "archive/packer/ZipCompressionPipeline.h"
 #include "archive/packer/ZipEntrySource.h"
 #include "archive/packer/ZipNameIndex.h"
+#include "common/InnerPath.h"
+#include "platform/FileSystem.h"
 
 namespace {
 
@@ -81,11 +83,6 @@ QString CleanDiskPath(const QString& path) {
     return QDir::cleanPath(QDir::current().absoluteFilePath(path));
 }
 
-QString ParentOf(const QString& innerPath) {
-    const int slash = innerPath.lastIndexOf(QLatin1Char('/'));
-    return slash < 0 ? QString() : innerPath.left(slash);
-}
-
 // The file that a path leads to through symbolic links (the path itself when it leads to
 // nothing yet).
 QString ResolveLinks(const QString& path) {
@@ -95,20 +92,6 @@ QString ResolveLinks(const QString& path) {
 
 bool FolderWritable(const QString& folder) {
     return ::access(QFile::encodeName(folder).constData(), W_OK | X_OK) == 0;
-}
-
-// The MS-DOS bits that the low byte of the external attributes carries for an entry of that
-// name made from a disk item of that mode: folder, read-only when the owner may not write,
-// hidden when the name (its last component) starts with ".".
-quint32 DosBitsFor(quint32 mode, const QString& name) {
-    quint32 bits = 0;
-    if (S_ISDIR(mode))
-        bits |= kDosDirectory;
-    if (!(mode & S_IWUSR))
-        bits |= kDosReadOnly;
-    if (name.mid(name.lastIndexOf(QLatin1Char('/')) + 1).startsWith(QLatin1Char('.')))
-        bits |= kDosHidden;
-    return bits;
 }
 
 zip_uint16_t EncryptionFor(int index) {
@@ -124,24 +107,6 @@ zip_uint16_t EncryptionFor(int index) {
         default:
             return ZIP_EM_UNKNOWN;
     }
-}
-
-// An inner path as callers give it: "/" between components, no empty, "." or ".."
-// component. Leading and trailing "/" are dropped.
-bool CleanInnerPath(const QString& path, QString* clean) {
-    QString p = path;
-    while (p.startsWith(QLatin1Char('/')))
-        p.remove(0, 1);
-    while (p.endsWith(QLatin1Char('/')))
-        p.chop(1);
-    if (!p.isEmpty()) {
-        for (const QString& part : p.split(QLatin1Char('/'))) {
-            if (part.isEmpty() || part == QLatin1String(".") || part == QLatin1String(".."))
-                return false;
-        }
-    }
-    *clean = p;
-    return true;
 }
 
 }  // namespace
@@ -349,8 +314,8 @@ struct CZipPacker::Impl : public vz::IPackSink {
     // Metadata of a new entry named `name`: external attributes made on Unix, MS-DOS time and
     // the extended timestamp.
     bool SetEntryMetadata(zip_uint64_t index, const QString& name, quint32 mode, qint64 mtime) {
-        const zip_uint32_t attributes =
-            (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) | DosBitsFor(mode, name);
+        const zip_uint32_t attributes = (static_cast<zip_uint32_t>(mode & 0xFFFF) << 16) |
+                                        vz::platform::AttributesFor(vz::LastComponent(name), mode);
         if (zip_file_set_external_attributes(za, index, 0, ZIP_OPSYS_UNIX, attributes) != 0)
             return false;
         if (zip_file_set_mtime(za, index, static_cast<time_t>(mtime), 0) != 0)
@@ -386,7 +351,7 @@ struct CZipPacker::Impl : public vz::IPackSink {
     // without regard to case, as the listing shows them.
     bool KeepParent(const QString& innerPath, const QSet<size_t>& gone,
                     const QStringList& arriving) {
-        const QString parent = ParentOf(innerPath);
+        const QString parent = vz::ParentPath(innerPath);
         if (parent.isEmpty())
             return true;
         vz::ZipNameIndex& index = Names();
@@ -524,9 +489,7 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
         const auto known = spelled.constFind(folder);
         if (known != spelled.constEnd())
             return *known;
-        const QString parent = spell(ParentOf(folder));
-        const QString own = folder.mid(folder.lastIndexOf(QLatin1Char('/')) + 1);
-        QString result = parent.isEmpty() ? own : parent + QLatin1Char('/') + own;
+        QString result = vz::JoinPath(spell(vz::ParentPath(folder)), vz::LastComponent(folder));
         QString existing;
         if (index.FolderSpelling(result, &existing))
             result = existing;
@@ -542,10 +505,8 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
         if (isFolder) {
             item.entryName = spell(item.entryName);
         } else {
-            const QString parent = spell(ParentOf(item.entryName));
-            const QString own =
-                item.entryName.mid(item.entryName.lastIndexOf(QLatin1Char('/')) + 1);
-            item.entryName = parent.isEmpty() ? own : parent + QLatin1Char('/') + own;
+            item.entryName = vz::JoinPath(spell(vz::ParentPath(item.entryName)),
+                                          vz::LastComponent(item.entryName));
         }
         const QString folded = ZipNameIndex::Fold(item.entryName);
         const auto earlier = planned.constFind(item.entryName);
@@ -570,8 +531,9 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
         else
             plannedFiles.insert(folded);
         // A parent of the entry must not be a file. (When one is checked, so are those above it.)
-        for (QString parent = ParentOf(item.entryName);
-             !parent.isEmpty() && !parentsChecked.contains(parent); parent = ParentOf(parent)) {
+        for (QString parent = vz::ParentPath(item.entryName);
+             !parent.isEmpty() && !parentsChecked.contains(parent);
+             parent = vz::ParentPath(parent)) {
             parentsChecked.insert(parent);
             if (index.FindFile(parent) >= 0 || plannedFiles.contains(ZipNameIndex::Fold(parent)))
                 return Fail(QStringLiteral("Cannot add %1: the archive %2 holds a file named %3.")
@@ -613,7 +575,8 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
             question.incoming.sizeKnown = true;
             question.incoming.modified = vz::FileTime::FromUnix(item.mtime);
             question.incoming.attributes =
-                DosBitsFor(item.mode, item.displayPath) & (kDosReadOnly | kDosHidden);
+                vz::platform::AttributesFor(vz::LastComponent(item.displayPath), item.mode) &
+                (kDosReadOnly | kDosHidden);
             switch (observer->AskOverwrite(question)) {
                 case ReplaceAnswer::Yes:
                     break;
@@ -642,7 +605,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
         return false;
     QString named;
     QString folder;  // spelled as the archive spells it, whatever the case it was named in
-    if (!CleanInnerPath(innerFolder, &named) || !Names().FolderSpelling(named, &folder))
+    if (!vz::NormaliseInnerPath(innerFolder, &named) || !Names().FolderSpelling(named, &folder))
         return Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
                         .arg(innerFolder, path));
 
@@ -774,7 +737,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     ShowPercent(100);
     if (listener && ini.RefreshArchiveBrowserTreeWithAddingOfEachItem) {
         for (size_t i : written)
-            listener->ItemAdded(path + QLatin1Char('/') + items[i].entryName);
+            listener->ItemAdded(vz::JoinPath(path, items[i].entryName));
     }
     return true;
 }
@@ -935,28 +898,16 @@ bool CZipPacker::AddItemsToArchiveFolder(const QStringList& diskPaths, const QSt
 
 namespace {
 
-// A new inner path that a user typed: its components may not hold the forbidden characters.
-// Returns the reason why not, or empty.
+// A new inner path that a user typed: its components may not hold the forbidden characters
+// ("\" among them: here it is not read as a separator). Returns the reason why not, or empty.
 QString CheckNewPath(const QString& given, QString* clean) {
-    if (!CleanInnerPath(given, clean) || clean->isEmpty())
-        return QStringLiteral("it is not a valid path inside an archive");
-    for (const QString& part : clean->split(QLatin1Char('/'))) {
+    for (const QString& part : given.split(QLatin1Char('/'))) {
         if (vz::HasForbiddenNameChar(part))
             return QStringLiteral("a name cannot contain any of the characters \\ : * ? \" < > |");
     }
+    if (!vz::NormaliseInnerPath(given, clean) || clean->isEmpty())
+        return QStringLiteral("it is not a valid path inside an archive");
     return QString();
-}
-
-}  // namespace
-
-namespace {
-
-QString LastOf(const QString& innerPath) {
-    return innerPath.mid(innerPath.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-QString Joined(const QString& folder, const QString& name) {
-    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
 }
 
 bool SameFolder(const QString& a, const QString& b) {
@@ -975,7 +926,8 @@ bool CZipPacker::CreateEmptyFolder(const QString& innerPath) {
         return d->Fail(QStringLiteral("Cannot create the folder %1 in the archive %2: %3.")
                            .arg(innerPath, d->path, invalid));
     vz::ZipNameIndex& index = d->Names();
-    for (QString parent = ParentOf(clean); !parent.isEmpty(); parent = ParentOf(parent)) {
+    for (QString parent = vz::ParentPath(clean); !parent.isEmpty();
+         parent = vz::ParentPath(parent)) {
         if (index.FindFile(parent) >= 0)
             return d->Fail(
                 QStringLiteral("Cannot create the folder %1: the archive %2 holds a file named %3.")
@@ -986,7 +938,8 @@ bool CZipPacker::CreateEmptyFolder(const QString& innerPath) {
         return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
                            .arg(clean, d->path));
     // In the folders as the archive spells them.
-    const QString folder = Joined(index.Respell(ParentOf(clean)), LastOf(clean));
+    const QString folder =
+        vz::JoinPath(index.Respell(vz::ParentPath(clean)), vz::LastComponent(clean));
     if (!d->AddFolderEntry(folder, kUnixFolderMode, static_cast<qint64>(std::time(nullptr)))) {
         const QString message =
             d->LibzipFailure(QStringLiteral("create the folder %1").arg(folder));
@@ -1003,7 +956,7 @@ bool CZipPacker::RemoveFile(const QString& innerPath) {
     QString clean;
     vz::ZipNameIndex& index = d->Names();
     const qint64 entry =
-        CleanInnerPath(innerPath, &clean) && !clean.isEmpty() ? index.FindFile(clean) : -1;
+        vz::NormaliseInnerPath(innerPath, &clean) && !clean.isEmpty() ? index.FindFile(clean) : -1;
     if (entry < 0)
         return d->Fail(QStringLiteral("The file %1 does not exist in the archive %2.")
                            .arg(innerPath, d->path));
@@ -1026,7 +979,8 @@ bool CZipPacker::RemoveFolder(const QString& innerPath) {
     QString clean;
     QString own;
     vz::ZipNameIndex& index = d->Names();
-    if (!CleanInnerPath(innerPath, &clean) || clean.isEmpty() || !index.FolderSpelling(clean, &own))
+    if (!vz::NormaliseInnerPath(innerPath, &clean) || clean.isEmpty() ||
+        !index.FolderSpelling(clean, &own))
         return d->Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
                            .arg(innerPath, d->path));
     // Every entry in the folder, whatever the case of its folder components.
@@ -1057,7 +1011,7 @@ bool CZipPacker::RenameFile(const QString& oldInnerPath, const QString& newInner
     QString from;
     vz::ZipNameIndex& index = d->Names();
     const qint64 entry =
-        CleanInnerPath(oldInnerPath, &from) && !from.isEmpty() ? index.FindFile(from) : -1;
+        vz::NormaliseInnerPath(oldInnerPath, &from) && !from.isEmpty() ? index.FindFile(from) : -1;
     if (entry < 0)
         return d->Fail(QStringLiteral("The file %1 does not exist in the archive %2.")
                            .arg(oldInnerPath, d->path));
@@ -1070,9 +1024,10 @@ bool CZipPacker::RenameFile(const QString& oldInnerPath, const QString& newInner
                            .arg(from, newInnerPath, d->path, invalid));
     // In its own folder the entry keeps that folder's spelling; elsewhere it takes the
     // archive's spelling of the folders that exist.
-    const QString target = SameFolder(ParentOf(to), ParentOf(from))
-                               ? Joined(ParentOf(from), LastOf(to))
-                               : Joined(index.Respell(ParentOf(to)), LastOf(to));
+    const QString target =
+        SameFolder(vz::ParentPath(to), vz::ParentPath(from))
+            ? vz::JoinPath(vz::ParentPath(from), vz::LastComponent(to))
+            : vz::JoinPath(index.Respell(vz::ParentPath(to)), vz::LastComponent(to));
     if (target == from)
         return true;
     // Taken by another file, or by a folder, of that name in any case; the entry's own name
@@ -1080,7 +1035,8 @@ bool CZipPacker::RenameFile(const QString& oldInnerPath, const QString& newInner
     if (index.FindOtherFile(target, entry) >= 0 || index.FolderExists(target))
         return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
                            .arg(to, d->path));
-    for (QString parent = ParentOf(target); !parent.isEmpty(); parent = ParentOf(parent)) {
+    for (QString parent = vz::ParentPath(target); !parent.isEmpty();
+         parent = vz::ParentPath(parent)) {
         if (index.FindFile(parent) >= 0)
             return d->Fail(
                 QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
@@ -1105,7 +1061,8 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
     QString from;
     QString own;
     vz::ZipNameIndex& index = d->Names();
-    if (!CleanInnerPath(oldInnerPath, &from) || from.isEmpty() || !index.FolderSpelling(from, &own))
+    if (!vz::NormaliseInnerPath(oldInnerPath, &from) || from.isEmpty() ||
+        !index.FolderSpelling(from, &own))
         return d->Fail(QStringLiteral("The folder %1 does not exist in the archive %2.")
                            .arg(oldInnerPath, d->path));
     QString to;
@@ -1123,7 +1080,7 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
     if (index.FindFile(to) >= 0 || (!SameFolder(to, from) && index.FolderExists(to)))
         return d->Fail(QStringLiteral("A file or folder named %1 already exists in the archive %2.")
                            .arg(to, d->path));
-    for (QString parent = ParentOf(to); !parent.isEmpty(); parent = ParentOf(parent)) {
+    for (QString parent = vz::ParentPath(to); !parent.isEmpty(); parent = vz::ParentPath(parent)) {
         if (index.FindFile(parent) >= 0)
             return d->Fail(
                 QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
@@ -1137,17 +1094,19 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
         gone.insert(pos);
     for (size_t pos : index.FolderEntries(from))
         gone.insert(pos);
-    const bool sameParent = SameFolder(ParentOf(to), ParentOf(from));
-    const QString movedTo = Joined(index.Respell(ParentOf(to)), LastOf(to));
-    const qsizetype parentLength = ParentOf(from).isEmpty() ? 0 : ParentOf(from).size() + 1;
+    const bool sameParent = SameFolder(vz::ParentPath(to), vz::ParentPath(from));
+    const QString movedTo = vz::JoinPath(index.Respell(vz::ParentPath(to)), vz::LastComponent(to));
+    const qsizetype parentLength =
+        vz::ParentPath(from).isEmpty() ? 0 : vz::ParentPath(from).size() + 1;
     bool ok = d->KeepParent(own, gone, {movedTo});
     for (size_t pos : gone) {
         if (!ok)
             break;
         const vz::ZipNameIndex::Entry& e = index.Entries()[pos];
         // Folded paths are as long as the paths: the folder's part of e.path is from.size().
-        QString target = (sameParent ? e.path.left(parentLength) + LastOf(to) : movedTo) +
-                         e.path.mid(from.size());
+        QString target =
+            (sameParent ? e.path.left(parentLength) + vz::LastComponent(to) : movedTo) +
+            e.path.mid(from.size());
         if (e.folder)
             target += QLatin1Char('/');
         const QByteArray name = target.toUtf8();
@@ -1168,7 +1127,8 @@ bool CZipPacker::FileExists(const QString& innerPath) {
     if (!d->EnsureOpen())
         return false;
     QString clean;
-    return CleanInnerPath(innerPath, &clean) && !clean.isEmpty() && d->Names().FindFile(clean) >= 0;
+    return vz::NormaliseInnerPath(innerPath, &clean) && !clean.isEmpty() &&
+           d->Names().FindFile(clean) >= 0;
 }
 
 bool CZipPacker::FolderExists(const QString& innerPath) {
@@ -1176,7 +1136,8 @@ bool CZipPacker::FolderExists(const QString& innerPath) {
     if (!d->EnsureOpen())
         return false;
     QString clean;
-    return CleanInnerPath(innerPath, &clean) && !clean.isEmpty() && d->Names().FolderExists(clean);
+    return vz::NormaliseInnerPath(innerPath, &clean) && !clean.isEmpty() &&
+           d->Names().FolderExists(clean);
 }
 
 bool CZipPacker::GetFileInfo(ZIPFILEFULLINFO& info) {
@@ -1188,7 +1149,7 @@ bool CZipPacker::GetFileInfo(const QString& innerPath, ZIPFILEFULLINFO& info) {
     if (!d->EnsureOpen())
         return false;
     QString clean;
-    if (!CleanInnerPath(innerPath, &clean) || clean.isEmpty())
+    if (!vz::NormaliseInnerPath(innerPath, &clean) || clean.isEmpty())
         return d->Fail(
             QStringLiteral("%1 does not exist in the archive %2.").arg(innerPath, d->path));
     return d->FillInfo(clean, info);

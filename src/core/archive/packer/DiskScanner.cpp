@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "common/InnerPath.h"
+
 namespace vz {
 namespace {
 
@@ -27,14 +29,6 @@ const char kBackslashReason[] =
     "its name holds a \\, which zip archives read as a folder separator";
 
 }  // namespace
-
-QString DiskScanner::Join(const QString& a, const QString& b) const {
-    if (a.isEmpty())
-        return b;
-    if (b.isEmpty())
-        return a;
-    return a + QLatin1Char('/') + b;
-}
 
 bool DiskScanner::Describe(const QByteArray& path, const QString& display, bool follow,
                            PackItem& item, QString* error, bool* skipped) {
@@ -115,7 +109,7 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
                                   absolute.startsWith(base + QLatin1Char('/'));
             if (!ancestor)
                 base = absolute;
-            stored = absolute.mid(base.lastIndexOf(QLatin1Char('/')) + 1);
+            stored = absolute.mid(ParentPath(base).size() + 1);
             if (base == QLatin1String("/"))
                 stored = absolute.mid(1);
         } else {
@@ -126,7 +120,7 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
                 QStringLiteral("Cannot add %1: %2.").arg(absolute, QLatin1String(kBackslashReason));
             return false;
         }
-        const QString entry = Join(m_settings.innerFolder, stored);
+        const QString entry = JoinPath(m_settings.innerFolder, stored);
         if (!entry.isEmpty()) {
             top.entryName = entry;
             out.push_back(top);
@@ -137,15 +131,13 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
         *error = QStringLiteral("Cannot add the folder %1: it is not a folder.").arg(absolute);
         return false;
     }
-    const QString name = m_settings.filesWithoutPaths
-                             ? absolute.mid(absolute.lastIndexOf(QLatin1Char('/')) + 1)
-                             : absolute.mid(1);
+    const QString name = m_settings.filesWithoutPaths ? LastComponent(absolute) : absolute.mid(1);
     if (HoldsBackslash(name)) {
         *error =
             QStringLiteral("Cannot add %1: %2.").arg(absolute, QLatin1String(kBackslashReason));
         return false;
     }
-    top.entryName = Join(m_settings.innerFolder, name);
+    top.entryName = JoinPath(m_settings.innerFolder, name);
     out.push_back(top);
     return true;
 }
@@ -201,7 +193,7 @@ bool DiskScanner::Walk(const QByteArray& folder, const QString& display, const Q
             continue;
         if (item.kind == PackItem::Folder && !recurse)
             continue;
-        item.entryName = Join(entry, decoded);
+        item.entryName = JoinPath(entry, decoded);
         out.push_back(item);
         if (item.kind == PackItem::Folder &&
             !Walk(item.nativePath, item.displayPath, item.entryName, true, out, error))

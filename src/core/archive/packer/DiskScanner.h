@@ -59,7 +59,6 @@ private:
     // Fills `item` from lstat/stat results; false for kinds that are not stored.
     bool Describe(const QByteArray& path, const QString& display, bool follow, PackItem& item,
                   QString* error, bool* skipped);
-    QString Join(const QString& a, const QString& b) const;
 
     Settings m_settings;
     int m_sincePoll = 0;

@@ -4,29 +4,9 @@
 
 #include <algorithm>
 
+#include "common/InnerPath.h"
+
 namespace vz {
-
-namespace {
-
-// The last component of a path.
-QStringView NameOf(const QString& path) {
-    return QStringView(path).mid(path.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-}  // namespace
-
-QString ZipNameIndex::Normalize(const QString& name, bool* folder) {
-    QString path = name;
-    path.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    *folder = path.endsWith(QLatin1Char('/'));
-    int start = 0;
-    while (start < path.size() && path.at(start) == QLatin1Char('/'))
-        ++start;
-    int end = path.size();
-    while (end > start && path.at(end - 1) == QLatin1Char('/'))
-        --end;
-    return path.mid(start, end - start);
-}
 
 QString ZipNameIndex::Fold(const QString& path) {
     // One UTF-16 unit for one: the folded path is as long as the path, so that a position in
@@ -73,9 +53,15 @@ void ZipNameIndex::Build(zip_t* za) {
         const char* raw = zip_get_name(za, static_cast<zip_uint64_t>(i), 0);
         if (!raw)
             continue;  // deleted
+        // Names that the listing leaves out (absolute, or climbing out with "..") name no
+        // entry here either: no edit reaches them, and they stay as they are.
+        const NormalisedName name = NormaliseEntryName(QString::fromUtf8(raw));
+        if (name.Unsafe() || name.path.isEmpty())
+            continue;
         Entry entry;
         entry.index = static_cast<zip_uint64_t>(i);
-        entry.path = Normalize(QString::fromUtf8(raw), &entry.folder);
+        entry.path = name.path;
+        entry.folder = name.trailingSlash;
         if (!entry.folder) {
             zip_uint8_t opsys = 0;
             zip_uint32_t attributes = 0;
@@ -86,8 +72,6 @@ void ZipNameIndex::Build(zip_t* za) {
                 entry.folder = dosFolder || unixFolder;
             }
         }
-        if (entry.path.isEmpty())
-            continue;
         QHash<QString, qint64>& map = entry.folder ? m_folders : m_files;
         if (!map.contains(entry.path))
             map.insert(entry.path, static_cast<qint64>(i));
@@ -154,7 +138,7 @@ qint64 ZipNameIndex::FindFile(const QString& path, Match match) {
     BuildFolded();
     // The first in archive order of the files of that path in any case, of those with exactly
     // that name first.
-    const QStringView name = NameOf(path);
+    const QString name = LastComponent(path);
     qint64 sameName = -1;
     qint64 any = -1;
     const auto range = m_filesAnyCase.equal_range(Fold(path));
@@ -164,7 +148,7 @@ qint64 ZipNameIndex::FindFile(const QString& path, Match match) {
             any = index;
         const qint64 pos = PositionOf(static_cast<zip_uint64_t>(index));
         if ((sameName < 0 || index < sameName) &&
-            NameOf(m_entries[static_cast<size_t>(pos)].path) == name)
+            LastComponent(m_entries[static_cast<size_t>(pos)].path) == name)
             sameName = index;
     }
     if (sameName >= 0 || match == Match::FoldersAnyCase)

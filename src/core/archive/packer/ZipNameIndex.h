@@ -1,7 +1,8 @@
 #pragma once
-// The names of an open zip archive as the packer matches them: "\" read as "/", no leading
-// "/", folders (a trailing "/" or the folder bit in the external attributes) without their
-// trailing "/", and the folders that exist only as the path of deeper entries.
+// The names of an open zip archive as the packer matches them: the inner paths that the
+// listing shows (common/InnerPath.h's rule: "./a.txt" is "a.txt", "d//b.txt" is "d/b.txt"),
+// folders (a trailing "/" or the folder bit in the external attributes), and the folders that
+// exist only as the path of deeper entries. Names that the listing leaves out are not here.
 //
 // Case. The Archive Browser shows folders whose names differ only in case as one folder
 // ("Docs/a.txt" and "docs/b.txt" are both in "Docs"), and builds inner paths from what it
@@ -65,8 +66,6 @@ public:
     // The positions in Entries() of the folder's own entries ("Docs/" and "docs/" both).
     std::vector<size_t> FolderEntries(const QString& folder);
 
-    // A raw entry name as the index keeps it; `folder` is set when it ends with "/" or "\".
-    static QString Normalize(const QString& name, bool* folder);
     // A path as it is compared without regard to case; as long as the path.
     static QString Fold(const QString& path);
 
