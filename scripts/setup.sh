@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs every Debian 12 package that building, running and testing Vela-ZIP Archiver
-# needs, then configures and builds the project in build/ (Debug: warnings are errors).
-# Usage: bash scripts/setup.sh [--no-build]
+# needs, then configures and builds the project in build/ (Debug: warnings are errors): every
+# target, or only the targets named.
+# Usage: bash scripts/setup.sh [--no-build | TARGET...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -34,4 +35,4 @@ fi
 [ "${1:-}" = "--no-build" ] && exit 0
 
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Debug
-cmake --build build -j2
+cmake --build build -j2 ${1:+--target "$@"}
