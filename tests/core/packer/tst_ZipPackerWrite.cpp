@@ -141,32 +141,25 @@ private slots:
         if (encryption <= 0)
             QVERIFY2(pkt::UnzipTests(archive, ini.Password, &output), output.constData());
 
+        // Unpacked by 7zz and by the program's own reading side (encrypted BZIP2 entries go
+        // through libzip there).
         const QString out = dir + QStringLiteral("/x");
-        QVERIFY(pkt::SevenZipExtract(archive, ini.Password, out));
-        for (const char* name :
-             {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
-            const QString rel = QString::fromLatin1(name);
-            QVERIFY2(vzt::ReadAll(out + QStringLiteral("/tree/") + rel) ==
-                         vzt::ReadAll(m_source + QLatin1Char('/') + rel),
-                     name);
-        }
-        QVERIFY(QFileInfo(out + QStringLiteral("/tree/void")).isDir());
-
-        // And through the program's own reading side (encrypted BZIP2 entries go through
-        // libzip there).
         const QString mine = dir + QStringLiteral("/r");
+        QVERIFY(pkt::SevenZipExtract(archive, ini.Password, out));
         QString error;
         QVERIFY2(pkt::UnpackWithReader(archive, ini.Password, mine, &error), qPrintable(error));
-        for (const char* name :
-             {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
-            const QString rel = QString::fromLatin1(name);
-            QVERIFY2(vzt::ReadAll(mine + QStringLiteral("/tree/") + rel) ==
-                         vzt::ReadAll(m_source + QLatin1Char('/') + rel),
-                     name);
+        for (const QString& root : {out, mine}) {
+            for (const char* name :
+                 {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
+                const QString rel = QString::fromLatin1(name);
+                QVERIFY2(vzt::ReadAll(root + QStringLiteral("/tree/") + rel) ==
+                             vzt::ReadAll(m_source + QLatin1Char('/') + rel),
+                         name);
+            }
+            QVERIFY(QFileInfo(root + QStringLiteral("/tree/void")).isDir());
         }
         QCOMPARE(QFileInfo(mine + QStringLiteral("/tree/link")).symLinkTarget(),
                  mine + QStringLiteral("/tree/sub/tiny"));
-        QVERIFY(QFileInfo(mine + QStringLiteral("/tree/void")).isDir());
     }
 
     // What unzip restores from the entries: links as links, empty folders, modes and exact
@@ -225,7 +218,6 @@ private slots:
             if (!S_ISLNK(a.st_mode))
                 QCOMPARE(qint64(b.st_mtime), qint64(a.st_mtime));
         }
-        QCOMPARE(QFile::symLinkTarget(out + QStringLiteral("/m/dangling")).isEmpty(), false);
         QCOMPARE(QFileInfo(out + QStringLiteral("/m/dangling")).symLinkTarget(),
                  QDir::cleanPath(out + QStringLiteral("/outside/target")));
     }
