@@ -333,32 +333,21 @@ private slots:
             "base");  // folderPath2 relative to the source's parent, "=" the folder itself
         QTest::addColumn<QString>(
             "expected");  // names; "@" stands for the source's absolute parent without "/"
-        QTest::newRow("file without paths") << false << true << ""
-                                            << ""
-                                            << "a.txt";
-        QTest::newRow("file without paths in folder") << false << true << "docs/old"
-                                                      << ""
-                                                      << "docs/old/a.txt";
-        QTest::newRow("file with paths") << false << false << ""
-                                         << ""
-                                         << "@/in/a.txt";
-        QTest::newRow("file with paths in folder") << false << false << "docs"
-                                                   << ""
-                                                   << "docs/@/in/a.txt";
-        QTest::newRow("folder without paths") << true << true << ""
-                                              << "="
-                                              << "in/,in/a.txt,in/s/,in/s/b.txt";
-        QTest::newRow("folder without paths in folder")
-            << true << true << "docs"
-            << "="
-            << "docs/in/,docs/in/a.txt,docs/in/s/,docs/in/s/b.txt";
-        QTest::newRow("folder without paths from an ancestor")
-            << true << true << ""
-            << "."
-            << "names/in/,names/in/a.txt,names/in/s/,names/in/s/b.txt";
-        QTest::newRow("folder with paths") << true << false << ""
-                                           << "="
-                                           << "@/in/,@/in/a.txt,@/in/s/,@/in/s/b.txt";
+        const auto row = [](const char* name, bool folder, bool withoutPaths, const char* inner,
+                            const char* base, const char* expected) {
+            QTest::newRow(name) << folder << withoutPaths << QString(inner) << QString(base)
+                                << QString(expected);
+        };
+        row("file without paths", false, true, "", "", "a.txt");
+        row("file without paths in folder", false, true, "docs/old", "", "docs/old/a.txt");
+        row("file with paths", false, false, "", "", "@/in/a.txt");
+        row("file with paths in folder", false, false, "docs", "", "docs/@/in/a.txt");
+        row("folder without paths", true, true, "", "=", "in/,in/a.txt,in/s/,in/s/b.txt");
+        row("folder without paths in folder", true, true, "docs", "=",
+            "docs/in/,docs/in/a.txt,docs/in/s/,docs/in/s/b.txt");
+        row("folder without paths from an ancestor", true, true, "", ".",
+            "names/in/,names/in/a.txt,names/in/s/,names/in/s/b.txt");
+        row("folder with paths", true, false, "", "=", "@/in/,@/in/a.txt,@/in/s/,@/in/s/b.txt");
     }
     void namesWithAndWithoutPaths() {
         QFETCH(bool, folder);
@@ -465,15 +454,13 @@ private slots:
         }
         QVERIFY2(ok, qPrintable(packer.LastError()));
         const QStringList want = result.split(QLatin1Char(','));
-        const vzt::ToolResult a = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/a.txt")});
-        const vzt::ToolResult b = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/b.txt")});
-        const vzt::ToolResult c = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/c.txt")});
-        QCOMPARE(QString::fromUtf8(a.output), want[0]);
-        QCOMPARE(QString::fromUtf8(b.output), want[1]);
-        QCOMPARE(c.output, QByteArray("new-c"));
+        for (const char* name : {"a", "b", "c"}) {
+            const QString entry = QStringLiteral("p/%1.txt").arg(QLatin1String(name));
+            const vzt::ToolResult unzipped =
+                vzt::Run(QStringLiteral("unzip"), {QStringLiteral("-p"), archive, entry});
+            QCOMPARE(QString::fromUtf8(unzipped.output),
+                     *name == 'c' ? QStringLiteral("new-c") : want[*name - 'a']);
+        }
         QStringList names = pkt::EntryNames(archive);
         QCOMPARE(names.count(QStringLiteral("p/a.txt")), 1);
         QCOMPARE(names.count(QStringLiteral("p/b.txt")), 1);
