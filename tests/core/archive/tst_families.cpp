@@ -243,20 +243,27 @@ private Q_SLOTS:
                  qPrintable(u.LastError()));
     }
 
-    // Folders that exist only as the path of deeper entries still list, level by level.
-    void impliedFolders_data() {
+    // Archives made by the tools: folders that exist only as the path of deeper entries still
+    // list level by level; an empty archive lists and unpacks nothing.
+    void toolArchives_data() {
         QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("archive");
-        QTest::newRow("zip") << "zip -qD x.zip a/b/c.txt"
-                             << "x.zip";
-        QTest::newRow("tar") << "tar cf x.tar a/b/c.txt"
-                             << "x.tar";
-        QTest::newRow("7z") << "7zz a -bso0 x.7z a/b/c.txt"
-                            << "x.7z";
-        QTest::newRow("cab") << "gcab -c x.cab a/b/c.txt"
-                             << "x.cab";
+        QTest::addColumn<QString>("archive");  // "e." names an empty one
+        const auto row = [](const char* name, const char* command, const char* archive) {
+            QTest::newRow(name) << QString::fromLatin1(command) << QString::fromLatin1(archive);
+        };
+        row("implied folders, zip", "zip -qD x.zip a/b/c.txt", "x.zip");
+        row("implied folders, tar", "tar cf x.tar a/b/c.txt", "x.tar");
+        row("implied folders, 7z", "7zz a -bso0 x.7z a/b/c.txt", "x.7z");
+        row("implied folders, cab", "gcab -c x.cab a/b/c.txt", "x.cab");
+        row("empty zip",
+            "printf 'PK\\005\\006\\000\\000\\000\\000\\000\\000\\000\\000\\000\\000"
+            "\\000\\000\\000\\000\\000\\000\\000\\000' > e.zip",
+            "e.zip");
+        row("empty tar", "tar cf e.tar -T /dev/null", "e.tar");
+        row("empty tgz", "tar czf e.tgz -T /dev/null", "e.tgz");
+        row("empty iso", "mkdir -p void && genisoimage -quiet -J -R -o e.iso void", "e.iso");
     }
-    void impliedFolders() {
+    void toolArchives() {
         QFETCH(QString, command);
         QFETCH(QString, archive);
         QTemporaryDir dir;
@@ -265,50 +272,25 @@ private Q_SLOTS:
         QVERIFY2(r.Ok(), r.output.constData());
         vzt::FamilyArchive a{dir.filePath(archive), {}, false, false, {}};
         auto u = Open(a);
-        QVERIFY(u);
-        ArchiveLevel level;
-        QVERIFY(u->ListLevel(QString(), level));
-        QCOMPARE(Names(level.folders), QStringList{"a+"});
-        QVERIFY(level.files.isEmpty());
-        QVERIFY(u->ListLevel("a", level));
-        QCOMPARE(Names(level.folders), QStringList{"b+"});
-        QVERIFY(u->ListLevel("a/b", level));
-        QVERIFY(level.folders.empty());
-        QCOMPARE(level.files, QStringList{"c.txt"});
-    }
-
-    void emptyArchives_data() {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("archive");
-        QTest::newRow("zip")
-            << "printf 'PK\\005\\006\\000\\000\\000\\000\\000\\000\\000\\000\\000\\000"
-               "\\000\\000\\000\\000\\000\\000\\000\\000' > e.zip"
-            << "e.zip";
-        QTest::newRow("tar") << "tar cf e.tar -T /dev/null"
-                             << "e.tar";
-        QTest::newRow("tgz") << "tar czf e.tgz -T /dev/null"
-                             << "e.tgz";
-        QTest::newRow("iso") << "mkdir -p void && genisoimage -quiet -J -R -o e.iso void"
-                             << "e.iso";
-    }
-    void emptyArchives() {
-        QFETCH(QString, command);
-        QFETCH(QString, archive);
-        QTemporaryDir dir;
-        const auto r = vzt::Shell(command, dir.path());
-        QVERIFY2(r.Ok(), r.output.constData());
-        vzt::FamilyArchive a{dir.filePath(archive), {}, false, false, {}};
-        auto u = Open(a);
         QVERIFY2(u, qPrintable(archive));
         ArchiveLevel level;
         QVERIFY(u->ListLevel(QString(), level));
+        QVERIFY(level.files.isEmpty());
+        if (!archive.startsWith("e.")) {
+            QCOMPARE(Names(level.folders), QStringList{"a+"});
+            QVERIFY(u->ListLevel("a", level));
+            QCOMPARE(Names(level.folders), QStringList{"b+"});
+            QVERIFY(u->ListLevel("a/b", level));
+            QVERIFY(level.folders.empty());
+            QCOMPARE(level.files, QStringList{"c.txt"});
+            return;
+        }
         if (archive.endsWith(".tgz")) {  // the tar level, with nothing in it
             QCOMPARE(level.folders.size(), size_t(1));
             QVERIFY(!level.folders[0].hasChildren);
         } else {
             QVERIFY(level.folders.empty());
         }
-        QVERIFY(level.files.isEmpty());
         QTemporaryDir dest;
         QVERIFY2(u->UnpackArchive(dest.path()), qPrintable(u->LastError()));
         QVERIFY(vzt::ListTree(dest.path()).isEmpty());
@@ -379,10 +361,8 @@ if len(sys.argv) > 1:
     void plainStreams_data() {
         QTest::addColumn<QString>("tool");
         QTest::addColumn<QString>("archive");
-        QTest::newRow("gz") << "gzip"
-                            << "notes.txt.gz";
-        QTest::newRow("bz2") << "bzip2"
-                             << "notes.txt.bz2";
+        QTest::newRow("gz") << QString("gzip") << QString("notes.txt.gz");
+        QTest::newRow("bz2") << QString("bzip2") << QString("notes.txt.bz2");
     }
     void plainStreams() {
         QFETCH(QString, tool);

@@ -522,39 +522,25 @@ private slots:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<int>("verdict");
         QTest::addColumn<QString>("text");
-        QTest::newRow("other case") << "a.txt"
-                                    << "A.TXT" << int(RenameVerdict::LabelOnly) << "";
-        QTest::newRow("trimmed") << "a.txt"
-                                 << "  c.txt " << int(RenameVerdict::Rename) << "";
-        QTest::newRow("empty") << "a.txt"
-                               << "   " << int(RenameVerdict::EmptyName)
-                               << "You must specify a file name.";
-        QTest::newRow("empty folder")
-            << "dir"
-            << "" << int(RenameVerdict::EmptyName) << "You must specify a folder name.";
-        QTest::newRow("colon") << "a.txt"
-                               << "x:y" << int(RenameVerdict::ForbiddenCharacter)
-                               << "A file name cannot contain any of the following "
-                                  "characters:\n\\ / : * ? \" < > |";
-        QTest::newRow("slash in folder")
-            << "dir"
-            << "x/y" << int(RenameVerdict::ForbiddenCharacter)
-            << "A folder name cannot contain any of the following characters:\n\\ / : * ? \" < "
-               "> |";
-        QTest::newRow("exists") << "a.txt"
-                                << "b.txt" << int(RenameVerdict::AlreadyExists)
-                                << "A file with this name already exists. Specify a different "
-                                   "name.";
-        QTest::newRow("exists folder") << "dir"
-                                       << "B.txt" << int(RenameVerdict::Rename) << "";
-        QTest::newRow("folder onto file")
-            << "dir"
-            << "b.txt" << int(RenameVerdict::AlreadyExists)
-            << "A folder with this name already exists. Specify a different name.";
-        QTest::newRow("dot dot") << "a.txt"
-                                 << ".." << int(RenameVerdict::AlreadyExists)
-                                 << "A file with this name already exists. Specify a different "
-                                    "name.";
+        const auto row = [](const char* name, const char* item, const char* typed,
+                            RenameVerdict verdict, const char* text) {
+            QTest::newRow(name) << QString::fromLatin1(item) << QString::fromLatin1(typed)
+                                << int(verdict) << QString::fromLatin1(text);
+        };
+        const char* fileExists = "A file with this name already exists. Specify a different name.";
+        row("other case", "a.txt", "A.TXT", RenameVerdict::LabelOnly, "");
+        row("trimmed", "a.txt", "  c.txt ", RenameVerdict::Rename, "");
+        row("empty", "a.txt", "   ", RenameVerdict::EmptyName, "You must specify a file name.");
+        row("empty folder", "dir", "", RenameVerdict::EmptyName, "You must specify a folder name.");
+        row("colon", "a.txt", "x:y", RenameVerdict::ForbiddenCharacter,
+            "A file name cannot contain any of the following characters:\n\\ / : * ? \" < > |");
+        row("slash in folder", "dir", "x/y", RenameVerdict::ForbiddenCharacter,
+            "A folder name cannot contain any of the following characters:\n\\ / : * ? \" < > |");
+        row("exists", "a.txt", "b.txt", RenameVerdict::AlreadyExists, fileExists);
+        row("exists folder", "dir", "B.txt", RenameVerdict::Rename, "");
+        row("folder onto file", "dir", "b.txt", RenameVerdict::AlreadyExists,
+            "A folder with this name already exists. Specify a different name.");
+        row("dot dot", "a.txt", "..", RenameVerdict::AlreadyExists, fileExists);
     }
     void renameRules() {
         QFETCH(QString, item);
@@ -589,30 +575,25 @@ private slots:
         QVERIFY(vzt::MakeTree(root, {{"a.txt", "a"}, {"b.txt", "b"}}));
         QVERIFY(!RenameOnDisk(root + "/a.txt", root + "/b.txt"));
         QCOMPARE(vzt::ReadAll(root + "/b.txt"), QByteArray("b"));
-        QCOMPARE(RenameFailureText(false), QStringLiteral("Cannot rename the file."));
-        QCOMPARE(RenameFailureText(true), QStringLiteral("Cannot rename the folder."));
-        QCOMPARE(RenameErrorCaption(false), QStringLiteral("Error Renaming File"));
-        QCOMPARE(RenameErrorCaption(true), QStringLiteral("Error Renaming Folder"));
     }
 
     void renameConfirmation_data() {
         QTest::addColumn<uint>("attributes");
         QTest::addColumn<bool>("folder");
         QTest::addColumn<QString>("text");
-        QTest::newRow("ordinary") << 0u << false << "";
-        QTest::newRow("read-only") << uint(kDosReadOnly) << false
-                                   << "Are you sure you want to rename the read-only file 'a.txt' "
-                                      "to 'b.txt'?";
-        QTest::newRow("hidden") << uint(kDosHidden) << false
-                                << "Are you sure you want to rename the hidden file 'a.txt' to "
-                                   "'b.txt'?";
-        QTest::newRow("system first") << uint(kDosSystem | kDosReadOnly) << false
-                                      << "Are you sure you want to rename the system file "
-                                         "'a.txt' to 'b.txt'?";
-        QTest::newRow("read-only before hidden")
-            << uint(kDosReadOnly | kDosHidden) << false
-            << "Are you sure you want to rename the read-only file 'a.txt' to 'b.txt'?";
-        QTest::newRow("folder") << uint(kDosReadOnly | kDosHidden) << true << "";
+        const auto row = [](const char* name, uint attributes, bool folder, const char* kind) {
+            QTest::newRow(name) << attributes << folder
+                                << (*kind == 0 ? QString()
+                                               : QStringLiteral("Are you sure you want to rename "
+                                                                "the %1 file 'a.txt' to 'b.txt'?")
+                                                     .arg(QLatin1String(kind)));
+        };
+        row("ordinary", 0u, false, "");
+        row("read-only", kDosReadOnly, false, "read-only");
+        row("hidden", kDosHidden, false, "hidden");
+        row("system first", kDosSystem | kDosReadOnly, false, "system");
+        row("read-only before hidden", kDosReadOnly | kDosHidden, false, "read-only");
+        row("folder", kDosReadOnly | kDosHidden, true, "");
     }
     void renameConfirmation() {
         QFETCH(uint, attributes);
@@ -632,14 +613,16 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<uint>("mode");
         QTest::addColumn<QString>("text");
-        QTest::newRow("file") << "a.txt" << 0644u
-                              << "Are you sure you want to delete the file 'a.txt'?";
-        QTest::newRow("read-only")
-            << "a.txt" << 0444u << "Are you sure you want to delete the read-only file 'a.txt'?";
-        QTest::newRow("hidden") << ".a" << 0644u
-                                << "Are you sure you want to delete the hidden file '.a'?";
-        QTest::newRow("read-only hidden")
-            << ".a" << 0400u << "Are you sure you want to delete the read-only file '.a'?";
+        const auto row = [](const char* name, const char* file, uint mode, const char* kind) {
+            QTest::newRow(name) << QString::fromLatin1(file) << mode
+                                << QStringLiteral(
+                                       "Are you sure you want to delete the %1file '%2'?")
+                                       .arg(QLatin1String(kind), QLatin1String(file));
+        };
+        row("file", "a.txt", 0644u, "");
+        row("read-only", "a.txt", 0444u, "read-only ");
+        row("hidden", ".a", 0644u, "hidden ");
+        row("read-only hidden", ".a", 0400u, "read-only ");
     }
     void deleteConfirmation() {
         QFETCH(QString, name);

@@ -141,32 +141,25 @@ private slots:
         if (encryption <= 0)
             QVERIFY2(pkt::UnzipTests(archive, ini.Password, &output), output.constData());
 
+        // Unpacked by 7zz and by the program's own reading side (encrypted BZIP2 entries go
+        // through libzip there).
         const QString out = dir + QStringLiteral("/x");
-        QVERIFY(pkt::SevenZipExtract(archive, ini.Password, out));
-        for (const char* name :
-             {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
-            const QString rel = QString::fromLatin1(name);
-            QVERIFY2(vzt::ReadAll(out + QStringLiteral("/tree/") + rel) ==
-                         vzt::ReadAll(m_source + QLatin1Char('/') + rel),
-                     name);
-        }
-        QVERIFY(QFileInfo(out + QStringLiteral("/tree/void")).isDir());
-
-        // And through the program's own reading side (encrypted BZIP2 entries go through
-        // libzip there).
         const QString mine = dir + QStringLiteral("/r");
+        QVERIFY(pkt::SevenZipExtract(archive, ini.Password, out));
         QString error;
         QVERIFY2(pkt::UnpackWithReader(archive, ini.Password, mine, &error), qPrintable(error));
-        for (const char* name :
-             {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
-            const QString rel = QString::fromLatin1(name);
-            QVERIFY2(vzt::ReadAll(mine + QStringLiteral("/tree/") + rel) ==
-                         vzt::ReadAll(m_source + QLatin1Char('/') + rel),
-                     name);
+        for (const QString& root : {out, mine}) {
+            for (const char* name :
+                 {"big.txt", "random.bin", "empty.txt", "sub/deeper/note.md", "sub/tiny"}) {
+                const QString rel = QString::fromLatin1(name);
+                QVERIFY2(vzt::ReadAll(root + QStringLiteral("/tree/") + rel) ==
+                             vzt::ReadAll(m_source + QLatin1Char('/') + rel),
+                         name);
+            }
+            QVERIFY(QFileInfo(root + QStringLiteral("/tree/void")).isDir());
         }
         QCOMPARE(QFileInfo(mine + QStringLiteral("/tree/link")).symLinkTarget(),
                  mine + QStringLiteral("/tree/sub/tiny"));
-        QVERIFY(QFileInfo(mine + QStringLiteral("/tree/void")).isDir());
     }
 
     // What unzip restores from the entries: links as links, empty folders, modes and exact
@@ -225,7 +218,6 @@ private slots:
             if (!S_ISLNK(a.st_mode))
                 QCOMPARE(qint64(b.st_mtime), qint64(a.st_mtime));
         }
-        QCOMPARE(QFile::symLinkTarget(out + QStringLiteral("/m/dangling")).isEmpty(), false);
         QCOMPARE(QFileInfo(out + QStringLiteral("/m/dangling")).symLinkTarget(),
                  QDir::cleanPath(out + QStringLiteral("/outside/target")));
     }
@@ -341,32 +333,21 @@ private slots:
             "base");  // folderPath2 relative to the source's parent, "=" the folder itself
         QTest::addColumn<QString>(
             "expected");  // names; "@" stands for the source's absolute parent without "/"
-        QTest::newRow("file without paths") << false << true << ""
-                                            << ""
-                                            << "a.txt";
-        QTest::newRow("file without paths in folder") << false << true << "docs/old"
-                                                      << ""
-                                                      << "docs/old/a.txt";
-        QTest::newRow("file with paths") << false << false << ""
-                                         << ""
-                                         << "@/in/a.txt";
-        QTest::newRow("file with paths in folder") << false << false << "docs"
-                                                   << ""
-                                                   << "docs/@/in/a.txt";
-        QTest::newRow("folder without paths") << true << true << ""
-                                              << "="
-                                              << "in/,in/a.txt,in/s/,in/s/b.txt";
-        QTest::newRow("folder without paths in folder")
-            << true << true << "docs"
-            << "="
-            << "docs/in/,docs/in/a.txt,docs/in/s/,docs/in/s/b.txt";
-        QTest::newRow("folder without paths from an ancestor")
-            << true << true << ""
-            << "."
-            << "names/in/,names/in/a.txt,names/in/s/,names/in/s/b.txt";
-        QTest::newRow("folder with paths") << true << false << ""
-                                           << "="
-                                           << "@/in/,@/in/a.txt,@/in/s/,@/in/s/b.txt";
+        const auto row = [](const char* name, bool folder, bool withoutPaths, const char* inner,
+                            const char* base, const char* expected) {
+            QTest::newRow(name) << folder << withoutPaths << QString(inner) << QString(base)
+                                << QString(expected);
+        };
+        row("file without paths", false, true, "", "", "a.txt");
+        row("file without paths in folder", false, true, "docs/old", "", "docs/old/a.txt");
+        row("file with paths", false, false, "", "", "@/in/a.txt");
+        row("file with paths in folder", false, false, "docs", "", "docs/@/in/a.txt");
+        row("folder without paths", true, true, "", "=", "in/,in/a.txt,in/s/,in/s/b.txt");
+        row("folder without paths in folder", true, true, "docs", "=",
+            "docs/in/,docs/in/a.txt,docs/in/s/,docs/in/s/b.txt");
+        row("folder without paths from an ancestor", true, true, "", ".",
+            "names/in/,names/in/a.txt,names/in/s/,names/in/s/b.txt");
+        row("folder with paths", true, false, "", "=", "@/in/,@/in/a.txt,@/in/s/,@/in/s/b.txt");
     }
     void namesWithAndWithoutPaths() {
         QFETCH(bool, folder);
@@ -473,15 +454,13 @@ private slots:
         }
         QVERIFY2(ok, qPrintable(packer.LastError()));
         const QStringList want = result.split(QLatin1Char(','));
-        const vzt::ToolResult a = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/a.txt")});
-        const vzt::ToolResult b = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/b.txt")});
-        const vzt::ToolResult c = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("p/c.txt")});
-        QCOMPARE(QString::fromUtf8(a.output), want[0]);
-        QCOMPARE(QString::fromUtf8(b.output), want[1]);
-        QCOMPARE(c.output, QByteArray("new-c"));
+        for (const char* name : {"a", "b", "c"}) {
+            const QString entry = QStringLiteral("p/%1.txt").arg(QLatin1String(name));
+            const vzt::ToolResult unzipped =
+                vzt::Run(QStringLiteral("unzip"), {QStringLiteral("-p"), archive, entry});
+            QCOMPARE(QString::fromUtf8(unzipped.output),
+                     *name == 'c' ? QStringLiteral("new-c") : want[*name - 'a']);
+        }
         QStringList names = pkt::EntryNames(archive);
         QCOMPARE(names.count(QStringLiteral("p/a.txt")), 1);
         QCOMPARE(names.count(QStringLiteral("p/b.txt")), 1);
