@@ -13,6 +13,8 @@
 #include <deque>
 
 #include "archive/ArchiveEntry.h"
+#include "common/InnerPath.h"
+#include "platform/FileSystem.h"
 
 namespace vz {
 namespace {
@@ -39,8 +41,7 @@ ItemFacts FactsOf(const struct stat& st, const QString& path) {
     f.size = static_cast<quint64>(st.st_size);
     f.sizeKnown = true;
     f.modified = FileTime::FromUnix(st.st_mtime);
-    if (!(st.st_mode & S_IWUSR))
-        f.attributes |= kDosReadOnly;
+    f.attributes = platform::AttributesFor(LastComponent(path), st.st_mode);
     return f;
 }
 

@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "archive/ArchiveEntry.h"
+#include "common/DosAttribute.h"
+#include "common/InnerPath.h"
 #include "platform/AtomicReplace.h"
 #include "platform/FileSystem.h"
 
@@ -67,10 +68,6 @@ ItemFacts FactsOf(const QString& path) {
     facts.modified = f.modified;
     facts.attributes = f.attributes;
     return facts;
-}
-
-QString JoinPath(const QString& folder, const QString& name) {
-    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
 }
 
 // A folder that the copy created gets the source's mode (perhaps read-only) and time once
@@ -191,7 +188,7 @@ CopyResult CFileCopier::CopyInto(const QString& source, const QString& targetFol
         return m_result;
     }
     const QString name = vz::platform::FileNameOf(source);
-    const QString destination = JoinPath(targetFolder, name);
+    const QString destination = vz::JoinPath(targetFolder, name);
     if (!S_ISDIR(src.st_mode)) {
         CopyFile(source, destination);
         return m_result;
@@ -262,8 +259,8 @@ CFileCopier::Step CFileCopier::CopyFolder(const QString& source, const QString& 
 
     for (const Entry& entry : entries) {
         const QString name = vz::platform::DecodePath(entry.name.c_str());
-        const QString from = JoinPath(source, name);
-        const QString to = JoinPath(destination, name);
+        const QString from = vz::JoinPath(source, name);
+        const QString to = vz::JoinPath(destination, name);
         unsigned char type = entry.type;
         struct stat st {};
         if (type == DT_DIR || type == DT_UNKNOWN) {

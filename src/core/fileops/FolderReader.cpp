@@ -1,5 +1,6 @@
 #include "fileops/FolderReader.h"
 
+#include "platform/AtomicReplace.h"
 #include "platform/FileSystem.h"
 
 namespace vz::fileops {
@@ -12,6 +13,12 @@ bool IsFolder(const DirEntry& e) {
     return e.kind == DirEntry::Kind::Folder || e.linkToFolder;
 }
 
+// A file that this program is writing beside the one it replaces or makes is not shown: it
+// is renamed into place, or removed, when the work ends.
+bool InProgress(const DirEntry& e) {
+    return e.kind == DirEntry::Kind::File && platform::IsReplacementInProgress(e.name);
+}
+
 }  // namespace
 
 FolderListing ReadFolder(const QString& folder, bool showFiles) {
@@ -20,7 +27,7 @@ FolderListing ReadFolder(const QString& folder, bool showFiles) {
     platform::ScanFolder(folder, [&](const DirEntry& e) {
         if (IsFolder(e))
             listing.folders << prefix + e.name;
-        else if (showFiles)
+        else if (showFiles && !InProgress(e))
             listing.files << prefix + e.name;
         return true;
     });
@@ -32,7 +39,7 @@ FolderListing ReadFolder(const QString& folder, bool showFiles) {
 bool HasChildren(const QString& folder, bool showFiles) {
     bool found = false;
     platform::ScanFolder(folder, [&](const DirEntry& e) {
-        found = showFiles || IsFolder(e);
+        found = (showFiles && !InProgress(e)) || IsFolder(e);
         return !found;
     });
     return found;

@@ -37,6 +37,20 @@ int OpenFolderOf(const QString& target) {
 
 }  // namespace
 
+bool IsReplacementInProgress(const QString& name) {
+    const qsizetype mark = name.size() - kRandomLetters - qsizetype(sizeof kMark - 1);
+    if (mark < 2 || !name.startsWith(QLatin1Char('.')) ||
+        QStringView(name).mid(mark, sizeof kMark - 1) != QLatin1String(kMark)) {
+        return false;
+    }
+    for (qsizetype i = name.size() - kRandomLetters; i < name.size(); ++i) {
+        const QChar c = name.at(i);
+        if (c.unicode() > 127 || !c.isLetterOrNumber())
+            return false;
+    }
+    return true;
+}
+
 mode_t NewFileMode() {
     // /proc tells the umask without changing it (umask() itself would, for every thread).
     QFile status(QStringLiteral("/proc/self/status"));

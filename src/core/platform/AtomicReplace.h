@@ -99,4 +99,8 @@ int ReplaceWithItem(const QString& target,
 // The mode a new file gets from open(..., 0666) under the process's umask.
 mode_t NewFileMode();
 
+// Whether a file name is one of the temporary names above: a file being written that is
+// renamed into place, or removed, when its work ends. Listings of folders leave them out.
+bool IsReplacementInProgress(const QString& name);
+
 }  // namespace vz::platform

@@ -17,16 +17,15 @@ namespace {
 
 // Why a typed archive name is refused, or empty when it is taken.
 QString NameRefusal(const QString& typed) {
-    const QString name = vz::TrimName(typed);
+    namespace fileops = vz::fileops;
+    QString name;
+    fileops::RenameVerdict verdict = fileops::CheckTypedName(typed, &name);
     // "." and ".." name folders, never an archive.
-    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
-        return vz::fileops::RenameRefusalText(vz::fileops::RenameVerdict::EmptyName, false);
+    if (name == QLatin1String(".") || name == QLatin1String("..")) {
+        verdict = fileops::RenameVerdict::EmptyName;
     }
-    if (vz::HasForbiddenNameChar(name)) {
-        return vz::fileops::RenameRefusalText(vz::fileops::RenameVerdict::ForbiddenCharacter,
-                                              false);
-    }
-    return QString();
+    return verdict == fileops::RenameVerdict::Rename ? QString()
+                                                     : fileops::RenameRefusalText(verdict, false);
 }
 
 }  // namespace

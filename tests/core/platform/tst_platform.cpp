@@ -295,6 +295,10 @@ private slots:
         AtomicReplace first, second;
         QVERIFY(first.Begin(target) && second.Begin(target));
         QVERIFY(first.TempName() != second.TempName());
+        // Listings know them for what they are, and take a user's look-alikes for files.
+        QVERIFY(IsReplacementInProgress(QFile::decodeName(first.TempName())));
+        for (const char* name : {".t.bin.vz-abc12", "t.bin.vz-abc123", ".t.bin.vz-abc12-"})
+            QVERIFY2(!IsReplacementInProgress(QString::fromLatin1(name)), name);
         QCOMPARE(write(second.Fd(), "second", 6), ssize_t(6));
         QVERIFY(second.Commit());
         QCOMPARE(write(first.Fd(), "first", 5), ssize_t(5));

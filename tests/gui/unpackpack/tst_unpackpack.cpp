@@ -25,10 +25,10 @@
 #include "JobWait.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
-#include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archive/PackSettings.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CAppFlags.h"
 #include "common/CConfirmReplace.h"
 #include "common/CNameAndLevel.h"
 #include "common/CPackProgress.h"
@@ -915,7 +915,8 @@ void TestUnpackPack::encryptionFromTheDialog() {
     QCOMPARE(ZipContents(zip, m_root + "/check", password), expected);
     // The answers of the drop, its password with them, are forgotten with it: the next drop
     // asks again.
-    QVERIFY(DropOnArchive({m_root + "/files/one.txt"}, zip));
+    QVERIFY(vzt::WriteAll(m_root + "/files/three.txt", "three"));
+    QVERIFY(DropOnArchive({m_root + "/files/three.txt"}, zip));
     QCOMPARE(m_dialogs.size(), 2);
 }
 
