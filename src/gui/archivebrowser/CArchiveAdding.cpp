@@ -2,11 +2,11 @@
 
 #include <QFileInfo>
 
-#include "common/CAppFlags.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/packer/CZipPacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CAppFlags.h"
 #include "common/CNameAndLevel.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
@@ -18,11 +18,7 @@ namespace pack = vz::pack;
 CArchiveAdding::CArchiveAdding(CVelaArchiveTree* tree) : m_tree(tree) {}
 
 CJob::Setup CArchiveAdding::JobSetup() const {
-    CJob::Setup setup;
-    setup.parent = m_tree;
-    setup.title = QStringLiteral("Pack Progress");
-    setup.interruptQuestion = QStringLiteral("Interrupt the pack?");
-    return setup;
+    return {m_tree, QStringLiteral("Pack Progress"), QStringLiteral("Interrupt the pack?")};
 }
 
 void CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, int mode,

@@ -23,10 +23,7 @@ namespace fileops = vz::fileops;
 CArchiveEditing::CArchiveEditing(CVelaArchiveTree* tree) : m_tree(tree) {}
 
 bool CArchiveEditing::RunEdit(CZipPacker* packer, const std::function<void()>& work) const {
-    CJob::Setup setup;
-    setup.parent = m_tree;
-    setup.title = QStringLiteral("Pack Progress");
-    return CJob::Run(setup, [packer, &work](CJob& job) {
+    return CJob::Run({m_tree, QStringLiteral("Pack Progress")}, [packer, &work](CJob& job) {
         if (packer != nullptr) {
             packer->SetHandleDialogProgress(&job.Observer());
         }
@@ -137,13 +134,11 @@ bool CArchiveEditing::EndRename(const QPersistentModelIndex& item, int mode,
 
     bool renamed = false;
     emit m_tree->StatusTextChanged(archiveedit::RenamingStatusText());
-    {
-        RunEdit(&packer, [&] {
-            renamed = isFolder ? packer.RenameFolder(oldInnerPath, check.newPath)
-                               : packer.RenameFile(oldInnerPath, check.newPath);
-            packer.CloseArchive();
-        });
-    }
+    RunEdit(&packer, [&] {
+        renamed = isFolder ? packer.RenameFolder(oldInnerPath, check.newPath)
+                           : packer.RenameFile(oldInnerPath, check.newPath);
+        packer.CloseArchive();
+    });
     emit m_tree->StatusTextChanged(QString());
     if (!renamed) {
         return refuse(fileops::RenameFailureText(isFolder));
@@ -187,9 +182,25 @@ void CArchiveEditing::Delete(const QModelIndex& item) {
     }
 }
 
+void CArchiveEditing::CommitDelete(CZipPacker& packer, const QPersistentModelIndex& item,
+                                   bool folder, const QString& innerPath) {
+    bool removed = false;
+    emit m_tree->StatusTextChanged(fileops::DeletingStatusText());
+    RunEdit(&packer, [&] {
+        removed = folder ? packer.RemoveFolder(innerPath) : packer.RemoveFile(innerPath);
+        packer.CloseArchive();
+    });
+    emit m_tree->StatusTextChanged(QString());
+    if (!removed) {
+        vz::ShowError(m_tree, fileops::DeleteErrorCaption(folder),
+                      fileops::DeleteFailureText(folder));
+        return;
+    }
+    m_tree->TreeModel()->RemoveItem(item);
+}
+
 void CArchiveEditing::DeleteFileEntry(const QPersistentModelIndex& item, const QString& archivePath,
                                       const QString& innerPath) {
-    const QString caption = fileops::DeleteErrorCaption(false);
     CZipPacker packer;
     bool opened = false;
     bool exists = false;
@@ -200,7 +211,8 @@ void CArchiveEditing::DeleteFileEntry(const QPersistentModelIndex& item, const Q
     });
     if (!exists) {
         packer.CloseArchive();
-        vz::ShowError(m_tree, caption, fileops::DeleteFailureText(false));
+        vz::ShowError(m_tree, fileops::DeleteErrorCaption(false),
+                      fileops::DeleteFailureText(false));
         if (opened) {
             // The archive no longer holds the file: show what it holds.
             m_tree->RefreshItem(item.parent());
@@ -220,31 +232,17 @@ void CArchiveEditing::DeleteFileEntry(const QPersistentModelIndex& item, const Q
         return;
     }
 
-    bool removed = false;
-    emit m_tree->StatusTextChanged(fileops::DeletingStatusText());
-    {
-        RunEdit(&packer, [&] {
-            removed = packer.RemoveFile(innerPath);
-            packer.CloseArchive();
-        });
-    }
-    emit m_tree->StatusTextChanged(QString());
-    if (!removed) {
-        vz::ShowError(m_tree, caption, fileops::DeleteFailureText(false));
-        return;
-    }
-    m_tree->TreeModel()->RemoveItem(item);
+    CommitDelete(packer, item, false, innerPath);
 }
 
 void CArchiveEditing::DeleteFolderEntry(const QPersistentModelIndex& item,
                                         const QString& archivePath, const QString& innerPath,
                                         const QString& description) {
-    const QString caption = fileops::DeleteErrorCaption(true);
     CZipPacker packer;
     bool opened = false;
     RunEdit(&packer, [&] { opened = packer.OpenArchive(archivePath); });
     if (!opened) {
-        vz::ShowError(m_tree, caption, fileops::DeleteFailureText(true));
+        vz::ShowError(m_tree, fileops::DeleteErrorCaption(true), fileops::DeleteFailureText(true));
         return;
     }
 
@@ -258,20 +256,7 @@ void CArchiveEditing::DeleteFolderEntry(const QPersistentModelIndex& item,
         return;
     }
 
-    bool removed = false;
-    emit m_tree->StatusTextChanged(fileops::DeletingStatusText());
-    {
-        RunEdit(&packer, [&] {
-            removed = packer.RemoveFolder(innerPath);
-            packer.CloseArchive();
-        });
-    }
-    emit m_tree->StatusTextChanged(QString());
-    if (!removed) {
-        vz::ShowError(m_tree, caption, fileops::DeleteFailureText(true));
-        return;
-    }
-    m_tree->TreeModel()->RemoveItem(item);
+    CommitDelete(packer, item, true, innerPath);
 }
 
 void CArchiveEditing::CreateFolder(const QModelIndex& parentItem) {
@@ -312,9 +297,7 @@ void CArchiveEditing::CreateFolder(const QModelIndex& parentItem) {
     }
 
     bool created = false;
-    {
-        RunEdit(&packer, [&] { created = packer.CreateEmptyFolder(folder); });
-    }
+    RunEdit(&packer, [&] { created = packer.CreateEmptyFolder(folder); });
     if (!created) {
         packer.CloseArchive();
         vz::ShowError(m_tree, caption, fileops::NewFolderFailureText());

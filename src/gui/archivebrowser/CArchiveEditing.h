@@ -41,6 +41,9 @@ private:
                          const QString& innerPath);
     void DeleteFolderEntry(const QPersistentModelIndex& item, const QString& archivePath,
                            const QString& innerPath, const QString& description);
+    // The commit of a confirmed delete, and the tree after it.
+    void CommitDelete(CZipPacker& packer, const QPersistentModelIndex& item, bool folder,
+                      const QString& innerPath);
     // Runs `work` as a job and waits for it: the commit of an edit, or a look at the
     // archive before one. Its window shows only when it takes long; Stop abandons it.
     // `packer`, when given, reports to the job while the work runs.

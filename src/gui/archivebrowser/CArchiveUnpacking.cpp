@@ -2,10 +2,10 @@
 
 #include <QDir>
 
-#include "common/CAppFlags.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/EntryList.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CAppFlags.h"
 #include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "common/OpenWithDefault.h"
@@ -38,11 +38,7 @@ bool CArchiveUnpacking::DoubleClickOpening() const {
 }
 
 CJob::Setup CArchiveUnpacking::JobSetup() const {
-    CJob::Setup setup;
-    setup.parent = m_tree;
-    setup.title = QStringLiteral("Unpack Progress");
-    setup.interruptQuestion = QStringLiteral("Interrupt the unpack?");
-    return setup;
+    return {m_tree, QStringLiteral("Unpack Progress"), QStringLiteral("Interrupt the unpack?")};
 }
 
 bool CArchiveUnpacking::Open(CArchiveUnpacker& unpacker, Outcome& outcome) {

@@ -10,7 +10,6 @@
 #include <QStyledItemDelegate>
 #include <memory>
 
-#include "common/CAppFlags.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveEditing.h"
 #include "archive/ArchiveFamily.h"
@@ -22,6 +21,7 @@
 #include "archivebrowser/CArchiveFileProperties.h"
 #include "archivebrowser/CArchiveFolderProperties.h"
 #include "archivebrowser/CArchiveUnpacking.h"
+#include "common/CAppFlags.h"
 #include "common/CConfirmDelete.h"
 #include "common/CConfirmRename.h"
 #include "common/CItemIcons.h"
@@ -245,10 +245,7 @@ void CVelaArchiveTree::ListDiskFolder(const QModelIndex& item, const QString& fo
 }
 
 CJob::Setup CVelaArchiveTree::ListingJob() const {
-    CJob::Setup setup;
-    setup.parent = const_cast<CVelaArchiveTree*>(this);
-    setup.title = QStringLiteral("List Progress");
-    return setup;
+    return {const_cast<CVelaArchiveTree*>(this), QStringLiteral("List Progress")};
 }
 
 void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& path, int family) {

@@ -33,6 +33,10 @@ class CJob : public QObject {
     Q_OBJECT
 public:
     struct Setup {
+        Setup(QWidget* parentWidget = nullptr, QString windowTitle = {}, QString question = {})
+            : parent(parentWidget),
+              title(std::move(windowTitle)),
+              interruptQuestion(std::move(question)) {}
         QWidget* parent = nullptr;  // the parent of the progress window and the questions
         QString title;              // the progress window's title; empty: no window
         QString interruptQuestion;  // asked after Stop; empty: Stop ends the job at once

@@ -580,10 +580,8 @@ void CVelaFileTree::DropPathOnItem(const QString& path, const QModelIndex& targe
         QString lastAdded;
     };
     auto result = std::make_shared<Result>();
-    CJob::Setup setup;
-    setup.parent = this;
-    setup.title = QStringLiteral("Copy Progress");
-    setup.interruptQuestion = QStringLiteral("Interrupt the copy?");
+    const CJob::Setup setup(this, QStringLiteral("Copy Progress"),
+                            QStringLiteral("Interrupt the copy?"));
     CReplaceAllFlags* replaceAll = &m_replaceAll;
     IItemListener* listener = this;
     CJob::Start(
@@ -737,9 +735,7 @@ void CVelaFileTree::OnDelete() {
     const QPersistentModelIndex keep(item);
     emit StatusTextChanged(fileops::DeletingStatusText());
     bool deleted = false;
-    CJob::Setup setup;
-    setup.parent = this;
-    CJob::Run(setup, [&](CJob&) {
+    CJob::Run(CJob::Setup(this), [&](CJob&) {
         deleted = asFolder ? fileops::DeleteFolderItem(path) : fileops::DeleteFileItem(path);
     });
     emit StatusTextChanged(QString());
