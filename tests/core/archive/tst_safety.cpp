@@ -18,16 +18,13 @@ namespace {
 
 using LinkMap = QMap<QString, QString>;  // a link's name in the destination -> its target
 
-std::unique_ptr<CArchiveUnpacker> OpenPath(const QString& path) {
+// Opens the archive, reporting to the observer; null when it cannot be opened.
+std::unique_ptr<CArchiveUnpacker> OpenPath(const QString& path, TestObserver* observer) {
     auto u = vz::CreateUnpacker(vz::ClassifyPath(path, vzt::AllExtensions()));
     if (!u || !vz::OpenForFamily(*u, path))
         return nullptr;
+    u->SetHandleDialogProgress(observer);
     return u;
-}
-
-// Files whose names betray a partial write.
-QStringList Leftovers(const QString& root) {
-    return vzt::ListTree(root).filter(".vz-");
 }
 
 }  // namespace
@@ -38,7 +35,6 @@ class SafetyTest : public QObject {
 private Q_SLOTS:
     void hostileNames_data() {
         QTest::addColumn<QByteArray>("name");
-        QTest::newRow("parent") << QByteArray("../evil.txt");
         QTest::newRow("deeper parent") << QByteArray("a/../../evil.txt");
         QTest::newRow("absolute") << QByteArray("/tmp/evil.txt");
         QTest::newRow("backslash parent") << QByteArray("..\\evil.txt");
@@ -48,81 +44,49 @@ private Q_SLOTS:
         QFETCH(QByteArray, name);
         QTemporaryDir dir;
         const QString dest = dir.filePath("dest/inner");
-        QVERIFY(QDir().mkpath(dest));
         const QString zip = dir.filePath("evil.zip");
         QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{name, "evil"}, {"ok.txt", "fine"}})));
-        auto u = OpenPath(zip);
+        TestObserver observer;
+        auto u = OpenPath(zip, &observer);
         QVERIFY(u);
         ArchiveLevel level;
         QVERIFY(u->ListLevel(QString(), level));
         QCOMPARE(level.files, QStringList{"ok.txt"});  // the hostile entry is not listed
         // ... but every entry is there for those who ask for all, marked, as it is named.
         const std::vector<ARCHIVEFILEFULLINFO>* all = nullptr;
-        QVERIFY(u->AllEntries(all));
-        QCOMPARE(all->size(), size_t(2));
+        QVERIFY(u->AllEntries(all) && all->size() == 2);
         QVERIFY(all->at(0).refused && !all->at(1).refused);
         QCOMPARE(all->at(0).path, QString::fromUtf8(name));
-        TestObserver observer;
-        u->SetHandleDialogProgress(&observer);
         QVERIFY(!u->UnpackArchive(dest));  // refused and reported ...
-        QCOMPARE(observer.reports.size(), 1);
-        QVERIFY(observer.reports[0].contains("Refused"));
+        QVERIFY(observer.reports.size() == 1 && observer.reports[0].contains("Refused"));
         QCOMPARE(vzt::ListTree(dir.filePath("dest")),
                  (QStringList{"inner/", "inner/ok.txt"}));  // ... the rest extracted
         QVERIFY(!QFile::exists("/tmp/evil.txt") || vzt::ReadAll("/tmp/evil.txt") != "evil");
     }
 
-    void linksThatLeadAway() {
-        QTemporaryDir dir;
-        const QString outside = dir.filePath("outside");
-        QVERIFY(QDir().mkpath(outside));
-        const QString dest = dir.filePath("dest");
-        QVERIFY(QDir().mkpath(dest));
-        const QString tar = dir.filePath("links.tar");
-        QVERIFY(vzt::WriteAll(tar, vzt::Tar({
-                                       {"good.txt", "good"},
-                                       {"abs", {}, '2', outside.toUtf8()},
-                                       {"abs/evil1.txt", "evil"},
-                                       {"up", {}, '2', "../outside"},
-                                       {"up/evil2.txt", "evil"},
-                                       {"hard", {}, '1', "/etc/passwd"},
-                                       {"hard2", {}, '1', "good.txt"},
-                                       {"inside", {}, '2', "good.txt"},
-                                       {"sub/uplink", {}, '2', "../good.txt"},
-                                   })));
-        auto u = OpenPath(tar);
-        QVERIFY(u);
-        TestObserver observer;
-        u->SetHandleDialogProgress(&observer);
-        QVERIFY(!u->UnpackArchive(dest));
-        QCOMPARE(observer.reports.size(), 3);  // abs, up and the hard link to /etc/passwd
-        QVERIFY(vzt::ListTree(outside).isEmpty());
-        QVERIFY(!QFileInfo(dest + "/abs").isSymLink());
-        QVERIFY(!QFileInfo(dest + "/up").isSymLink());
-        QCOMPARE(QFileInfo(dest + "/inside").symLinkTarget(), dest + "/good.txt");
-        QCOMPARE(QFileInfo(dest + "/sub/uplink").symLinkTarget(), dest + "/good.txt");
-        QCOMPARE(vzt::ReadAll(dest + "/hard2"), QByteArray("good"));
-        QVERIFY(!QFile::exists(dest + "/hard"));
-    }
-
-    // Links whose target text looks harmless but leads away through other links: those made
-    // earlier in the same unpack, and those already in the destination.
+    // Links that lead away, directly or through links made earlier or already in the folder.
     void linkChains_data() {
         QTest::addColumn<std::vector<vzt::TarItem>>("items");
         QTest::addColumn<LinkMap>("existingLinks");
         QTest::addColumn<QStringList>("made");     // links that must exist
         QTest::addColumn<QStringList>("refused");  // links that must not
-        const QString outside = "@OUTSIDE@";
-        QTest::newRow("dot, then up through it")
-            << std::vector<vzt::TarItem>{{"l1", {}, '2', "."}, {"l2", {}, '2', "l1/.."}}
-            << LinkMap{} << QStringList{"l1"} << QStringList{"l2"};
+        QTest::newRow("absolute, up, and a hard link away")
+            << std::vector<vzt::TarItem>{{"good.txt", "good"},
+                                         {"abs", {}, '2', "@OUTSIDE@"},
+                                         {"abs/evil1.txt", "evil"},
+                                         {"up", {}, '2', "../outside"},
+                                         {"up/evil2.txt", "evil"},
+                                         {"hard", {}, '1', "/etc/passwd"},
+                                         {"inside", {}, '2', "good.txt"},
+                                         {"sub/uplink", {}, '2', "../good.txt"}}
+            << LinkMap{} << QStringList{"inside", "sub/uplink"} << QStringList{"abs", "up", "hard"};
         QTest::newRow("deeper dots, then up through them")
             << std::vector<vzt::TarItem>{{"a/", {}, '5'},
                                          {"a/here", {}, '2', "."},
                                          {"a/up", {}, '2', "here/../.."}}
             << LinkMap{} << QStringList{"a/here"} << QStringList{"a/up"};
         QTest::newRow("through a link that points outside")
-            << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", outside}}
+            << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", "@OUTSIDE@"}}
             << QStringList{} << QStringList{"x"};
         QTest::newRow("through a link that climbs out")
             << std::vector<vzt::TarItem>{{"x", {}, '2', "ok/y"}} << LinkMap{{"ok", "../outside"}}
@@ -134,12 +98,17 @@ private Q_SLOTS:
                                                               {"c2", {}, '2', "c1"},
                                                               {"c3", {}, '2', "c1/x"}}
                                  << LinkMap{} << QStringList{"c1", "c2"} << QStringList{"c3"};
+        QTest::newRow("files through links already there")  // the file's own link is replaced
+            << std::vector<vzt::TarItem>{{"docs/a.txt", "a"}, {"file.txt", "new"}}
+            << LinkMap{{"docs", "@OUTSIDE@"}, {"file.txt", "@OUTSIDE@/target.txt"}} << QStringList{}
+            << QStringList{"docs/a.txt"};
         // Chains that stay inside are made.
         QTest::newRow("through a folder link, downwards")
             << std::vector<vzt::TarItem>{{"sub/f.txt", "f"},
                                          {"d", {}, '2', "sub"},
                                          {"e", {}, '2', "d/f.txt"},
-                                         {"sub/back", {}, '2', "../d/f.txt"}}
+                                         {"sub/back", {}, '2', "../d/f.txt"},
+                                         {"hard", {}, '1', "sub/f.txt"}}
             << LinkMap{} << QStringList{"d", "e", "sub/back"} << QStringList{};
     }
     void linkChains() {
@@ -152,20 +121,22 @@ private Q_SLOTS:
         const QString dest = dir.filePath("dest");
         QVERIFY(QDir().mkpath(outside) && QDir().mkpath(dest));
         for (auto it = existingLinks.cbegin(); it != existingLinks.cend(); ++it) {
-            const QString target = it.value() == "@OUTSIDE@" ? outside : it.value();
-            QVERIFY(QFile::link(target, dest + "/" + it.key()));
+            QVERIFY(QFile::link(QString(it.value()).replace("@OUTSIDE@", outside),
+                                dest + "/" + it.key()));
         }
+        for (vzt::TarItem& item : items)
+            item.link.replace("@OUTSIDE@", outside.toUtf8());
         const QString tar = dir.filePath("chain.tar");
         QVERIFY(vzt::WriteAll(tar, vzt::Tar(items)));
-        auto u = OpenPath(tar);
-        QVERIFY(u);
         TestObserver observer;
-        u->SetHandleDialogProgress(&observer);
+        auto u = OpenPath(tar, &observer);
+        QVERIFY(u);
         QCOMPARE(u->UnpackArchive(dest), refused.isEmpty());
         QCOMPARE(observer.reports.size(), refused.size());
         for (const QString& name : refused) {
-            QVERIFY2(!QFileInfo(dest + "/" + name).isSymLink(), qPrintable(name));
-            QVERIFY(observer.reports.join('\n').contains(name));
+            const QFileInfo refusedLink(dest + "/" + name);
+            QVERIFY2(!refusedLink.isSymLink() && !refusedLink.isFile(), qPrintable(name));
+            QVERIFY(observer.reports.join('\n').contains(name.section('/', 0, 0)));
         }
         for (const QString& name : made)
             QVERIFY2(QFileInfo(dest + "/" + name).isSymLink(), qPrintable(name));
@@ -180,32 +151,11 @@ private Q_SLOTS:
                      qPrintable(path + " -> " + resolved));
         }
         QVERIFY(vzt::ListTree(outside).isEmpty());
-        if (QTest::currentDataTag() == QByteArray("through a folder link, downwards"))
-            QCOMPARE(vzt::ReadAll(dest + "/e"), QByteArray("f"));
-    }
-
-    // A link that already exists in the destination is never walked through.
-    void existingLinkInDestination() {
-        QTemporaryDir dir;
-        const QString outside = dir.filePath("outside");
-        const QString dest = dir.filePath("dest");
-        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(dest));
-        QVERIFY(QFile::link(outside, dest + "/docs"));
-        QVERIFY(QFile::link(outside + "/target.txt", dest + "/file.txt"));
-        const QString zip = dir.filePath("x.zip");
-        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({{"docs/a.txt", "a"}, {"file.txt", "new"}})));
-        auto u = OpenPath(zip);
-        QVERIFY(u);
-        INIUNPACK ini;
-        ini.AskBeforeOverwriting = false;
-        u->SetIni(ini);
-        TestObserver observer;
-        u->SetHandleDialogProgress(&observer);
-        QVERIFY(!u->UnpackArchive(dest));
-        QVERIFY(vzt::ListTree(outside).isEmpty());            // nothing went through either link
-        QVERIFY(!QFileInfo(dest + "/file.txt").isSymLink());  // the link itself was replaced
-        QCOMPARE(vzt::ReadAll(dest + "/file.txt"), QByteArray("new"));
-        QVERIFY(observer.reports.join(' ').contains("symbolic link"));
+        const QByteArray tag = QTest::currentDataTag();
+        if (tag == "through a folder link, downwards")
+            QVERIFY(vzt::ReadAll(dest + "/e") == "f" && vzt::ReadAll(dest + "/hard") == "f");
+        if (tag == "files through links already there")
+            QCOMPARE(vzt::ReadAll(dest + "/file.txt"), QByteArray("new"));
     }
 
     void damagedArchives_data() {
@@ -225,56 +175,35 @@ private Q_SLOTS:
                                                     {"b/c.bin", vzt::RandomBytes(40000, 2)}}));
         const auto a = vzt::MakeFamilyArchive(kind, dir.filePath("src"), dir.filePath("out"));
         QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
-        QFile f(a.path);
-        QVERIFY(f.resize(static_cast<qint64>(f.size() * keep)));
+        QVERIFY(QFile::resize(a.path, qint64(QFileInfo(a.path).size() * keep)));
         const QString dest = dir.filePath("dest");
-        QDir().mkpath(dest);
-        auto u = OpenPath(a.path);
+        TestObserver observer;
+        auto u = OpenPath(a.path, &observer);
         if (!u)
             return;  // refused at open: a clean failure
-        TestObserver observer;
-        u->SetHandleDialogProgress(&observer);
         ArchiveLevel level;
         u->ListLevel(QString(), level);
         QVERIFY(!u->UnpackArchive(dest) || vzt::ListTree(dest).size() < 3);
         QVERIFY(!u->LastError().isEmpty() || vzt::ListTree(dest).size() < 3);
-        QVERIFY(Leftovers(dest).isEmpty());
+        QVERIFY(vzt::ListTree(dest).filter(".vz-").isEmpty());  // no partial write
         // Whatever was written is whole: a file of the archive, byte for byte.
         if (QFile::exists(dest + "/a.bin"))
             QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(40000, 1));
     }
 
-    // Sizes that the headers claim but the data does not have are an error, and nothing
-    // is allocated after them.
+    // Sizes that the headers claim but the data does not have: an error, nothing allocated.
     void lyingSizes() {
         QTemporaryDir dir;
         const QString zip = dir.filePath("lie.zip");
-        vzt::ZipItem item{"big.bin", "short", 0100644u << 16, 3, 0x7FFFFFF0LL, true};
-        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({item})));
-        auto u = OpenPath(zip);
+        QVERIFY(vzt::WriteAll(
+            zip, vzt::StoredZip({{"big.bin", "short", 0100644u << 16, 3, 0x7FFFFFF0LL, true}})));
+        TestObserver observer;
+        auto u = OpenPath(zip, &observer);
         QVERIFY(u);
         QVERIFY(u->GetFileOutputInfo("big.bin").startsWith("Size - 2 147 483 632 bytes"));
         u->UnpackArchive(dir.path() + "/dest");
         QVERIFY(!QFile::exists(dir.path() + "/dest/big.bin"));
-        QVERIFY(Leftovers(dir.path()).isEmpty());
-    }
-
-    // Data that does not match the CRC of the central directory is never written.
-    void corruptData() {
-        QTemporaryDir dir;
-        QByteArray zip = vzt::StoredZip({{"a.txt", "original data"}, {"b.txt", "more"}});
-        const int at = zip.indexOf("original");
-        zip[at] = 'O';
-        const QString path = dir.filePath("bad.zip");
-        QVERIFY(vzt::WriteAll(path, zip));
-        auto u = OpenPath(path);
-        QVERIFY(u);
-        TestObserver o;
-        u->SetHandleDialogProgress(&o);
-        QVERIFY(!u->UnpackArchive(dir.filePath("dest")));
-        QCOMPARE(vzt::ListTree(dir.filePath("dest")), QStringList{"b.txt"});
-        QVERIFY(u->LastError().contains("CRC") || u->LastError().contains("a.txt"));
-        QVERIFY(!u->Test());
+        QVERIFY(vzt::ListTree(dir.path()).filter(".vz-").isEmpty());
     }
 
     // Yes, Yes To All, No and Cancel when files exist.
@@ -296,20 +225,18 @@ private Q_SLOTS:
         QFETCH(bool, cancelled);
         QFETCH(QString, contents);
         QTemporaryDir dir;
-        QVERIFY(vzt::MakeTree(
-            dir.filePath("src"),
-            {{"1.txt", "new1"}, {"2.txt", "new2"}, {"3.txt", "new3"}, {"4.txt", "new4"}}));
-        const auto a = vzt::MakeFamilyArchive("zip", dir.filePath("src"), dir.filePath("out"));
         const QString dest = dir.filePath("dest");
-        QVERIFY(vzt::MakeTree(
-            dest, {{"1.txt", "old1"}, {"2.txt", "old2"}, {"3.txt", "old3"}, {"4.txt", "old4"}}));
-        auto u = OpenPath(a.path);
-        QVERIFY(u);
-        u->SetIni(INIUNPACK());
+        for (const char* n : {"1", "2", "3", "4"}) {
+            QVERIFY(vzt::WriteAll(dir.filePath("src/") + n + ".txt", QByteArray("new") + n));
+            QVERIFY(vzt::WriteAll(dest + "/" + n + ".txt", QByteArray("old") + n));
+        }
+        const auto a = vzt::MakeFamilyArchive("zip", dir.filePath("src"), dir.filePath("out"));
         TestObserver o;
         for (const int answer : answers)
             o.overwriteAnswers.push_back(ReplaceAnswer(answer));
-        u->SetHandleDialogProgress(&o);
+        auto u = OpenPath(a.path, &o);
+        QVERIFY(u);
+        u->SetIni(INIUNPACK());
         QCOMPARE(u->UnpackArchive(dest), !cancelled);
         QCOMPARE(u->WasCancelled(), cancelled);
         QCOMPARE(o.asked.size(), asked);
@@ -317,7 +244,7 @@ private Q_SLOTS:
         for (const char* n : {"1.txt", "2.txt", "3.txt", "4.txt"})
             now << vzt::ReadAll(dest + "/" + n);
         QCOMPARE(now.join(','), contents);
-        QVERIFY(Leftovers(dest).isEmpty());
+        QVERIFY(vzt::ListTree(dest).filter(".vz-").isEmpty());  // no partial write
     }
 
     // A Stop keeps what was finished and leaves no partial file.
@@ -327,54 +254,48 @@ private Q_SLOTS:
                                                     {"b.bin", vzt::RandomBytes(8 << 20, 2)}}));
         const auto a = vzt::MakeFamilyArchive("tgz", dir.filePath("src"), dir.filePath("out"));
         const QString dest = dir.filePath("dest");
-        QDir().mkpath(dest);
-        auto u = OpenPath(a.path);
         TestObserver o;
         o.stopAfterPolls = 6;  // a.bin (polled at its start and per MiB) finishes, b.bin does not
-        u->SetHandleDialogProgress(&o);
+        auto u = OpenPath(a.path, &o);
+        QVERIFY(u);
         QVERIFY(!u->UnpackArchive(dest));
         QVERIFY(u->WasCancelled());
         QCOMPARE(vzt::ListTree(dest), QStringList{"a.bin"});
         QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(3 << 20, 1));
     }
 
-    // Only zip entries can be decrypted: encrypted 7z and RAR entries fail with that reason
-    // (not with a decoder's error), and the rest of the archive is unpacked.
+    // Encrypted 7z and RAR entries fail with that reason, not a decoder's; the rest is unpacked.
     void encryptedEntriesOfOtherFamilies_data() {
-        QTest::addColumn<QString>("command");  // makes x.7z or x.rar; empty: the RAR writer
-        QTest::addColumn<QString>("archive");
+        QTest::addColumn<QString>("options");  // of 7zz making x.7z; empty: the RAR writer
         QTest::addColumn<QStringList>("unpacked");
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("7z") << "7zz a -bso0 -psecret x.7z a.txt b.bin"
-                            << "x.7z" << QStringList{}
-                            << "b.bin from %1: it is encrypted, and encrypted 7-Zip entries "
-                               "cannot be read (only zip archives can be decrypted).";
+        QTest::addColumn<QString>("reason");  // then " cannot be read (only zip ... decrypted)."
+        QTest::newRow("7z") << "-psecret" << QStringList{}
+                            << "b.bin from %1: it is encrypted, and encrypted 7-Zip entries";
         QTest::newRow("7z with encrypted headers")
-            << "7zz a -bso0 -psecret -mhe=on x.7z a.txt b.bin"
-            << "x.7z" << QStringList{}
+            << "-psecret -mhe=on" << QStringList{}
             << "Cannot open the archive %1: its headers are encrypted, and encrypted 7-Zip "
-               "archives cannot be read (only zip archives can be decrypted).";
-        QTest::newRow("RAR") << QString() << "x.rar" << QStringList{"a.txt"}
-                             << "b.bin from %1: it is encrypted, and encrypted RAR entries "
-                                "cannot be read (only zip archives can be decrypted).";
+               "archives";
+        QTest::newRow("RAR") << QString() << QStringList{"a.txt"}
+                             << "b.bin from %1: it is encrypted, and encrypted RAR entries";
     }
     void encryptedEntriesOfOtherFamilies() {
-        QFETCH(QString, command);
-        QFETCH(QString, archive);
+        QFETCH(QString, options);
         QFETCH(QStringList, unpacked);
         QFETCH(QString, reason);
         QTemporaryDir dir;
         const QByteArray bin = vzt::RandomBytes(30000, 4);
         QVERIFY(vzt::MakeTree(dir.filePath("src"), {{"a.txt", "hello"}, {"b.bin", bin}}));
-        const QString path = dir.filePath(archive);
-        if (command.isEmpty()) {
+        const QString path = dir.filePath(options.isEmpty() ? "x.rar" : "x.7z");
+        if (options.isEmpty()) {
             QVERIFY(
                 vzt::WriteStoredRar(path, {{"a.txt", "hello"}, {"b.bin", bin, false, 0, true}}));
         } else {
-            const auto r = vzt::Shell(command.replace(" x.", " ../x."), dir.filePath("src"));
+            const auto r =
+                vzt::Shell("7zz a -bso0 " + options + " ../x.7z a.txt b.bin", dir.filePath("src"));
             QVERIFY2(r.Ok(), r.output.constData());
         }
-        const QString expected = reason.arg(path);
+        const QString expected =
+            reason.arg(path) + " cannot be read (only zip archives can be decrypted).";
         CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
         if (!vz::OpenForFamily(u, path)) {
             QCOMPARE(u.LastError(), expected);
@@ -383,14 +304,10 @@ private Q_SLOTS:
         TestObserver observer;
         u.SetHandleDialogProgress(&observer);
         QVERIFY(!u.UnpackArchive(dir.filePath("dest")));
-        QVERIFY2(observer.reports.join('\n').contains(expected),
-                 qPrintable(observer.reports.join('\n')));
+        QVERIFY(observer.reports.join('\n').contains(expected));
         QCOMPARE(vzt::ListTree(dir.filePath("dest")), unpacked);
-        QVERIFY(!u.Test());
-        QVERIFY2(u.LastError().contains("only zip archives can be decrypted"),
-                 qPrintable(u.LastError()));
-        QVERIFY2(u.GetFileOutputInfo("b.bin").endsWith(", encrypted"),
-                 qPrintable(u.GetFileOutputInfo("b.bin")));
+        QVERIFY(!u.Test() && u.LastError().contains("only zip archives can be decrypted"));
+        QVERIFY(u.GetFileOutputInfo("b.bin").endsWith(", encrypted"));
     }
 
     void passwords_data() {
@@ -405,40 +322,24 @@ private Q_SLOTS:
         QVERIFY(vzt::MakeTree(dir.path(), {{"a.txt", "hello"}, {"b.bin", bin}}));
         QVERIFY(vzt::Shell(command, dir.path()).Ok());
         const QString zip = dir.filePath("x.zip");
-        {  // asked once for the archive, after a wrong answer asked again
-            auto u = OpenPath(zip);
+        int asked = 0;
+        bool cancelled = false;
+        const auto unpack = [&](const QString& dest, std::deque<QString> passwords) {
             TestObserver o;
-            o.passwords = {"wrong", "secret"};
-            u->SetHandleDialogProgress(&o);
-            QVERIFY2(u->UnpackArchive(dir.filePath("d1")), qPrintable(u->LastError()));
-            QCOMPARE(o.passwordQuestions, 2);
-            QCOMPARE(vzt::ReadAll(dir.filePath("d1/b.bin")), bin);
-        }
-        {  // the user cancels: a clean stop, no partial file
-            auto u = OpenPath(zip);
-            TestObserver o;
-            u->SetHandleDialogProgress(&o);
-            QVERIFY(!u->UnpackArchive(dir.filePath("d2")));
-            QVERIFY(u->WasCancelled());
-            QVERIFY(vzt::ListTree(dir.filePath("d2")).isEmpty());
-        }
-        {  // wrong answers are not asked for ever
-            auto u = OpenPath(zip);
-            TestObserver o;
-            o.passwords = {"1", "2", "3", "4", "5", "6", "7", "8"};
-            u->SetHandleDialogProgress(&o);
-            QVERIFY(!u->UnpackArchive(dir.filePath("d3")));
-            QVERIFY(o.passwordQuestions <= 6);
-            QVERIFY(vzt::ListTree(dir.filePath("d3")).isEmpty());
-        }
-        {  // a password given beforehand is not asked for
-            auto u = OpenPath(zip);
-            TestObserver o;
-            u->SetPassword("secret");
-            u->SetHandleDialogProgress(&o);
-            QVERIFY(u->Test());
-            QCOMPARE(o.passwordQuestions, 0);
-        }
+            o.passwords = std::move(passwords);
+            auto u = OpenPath(zip, &o);
+            const bool ok = u && u->UnpackArchive(dir.filePath(dest));
+            asked = o.passwordQuestions;
+            cancelled = u && u->WasCancelled();
+            return ok && vzt::ReadAll(dir.filePath(dest + "/b.bin")) == bin;
+        };
+        QVERIFY(unpack("d1", {"wrong", "secret"}));  // a wrong answer: asked again
+        QCOMPARE(asked, 2);
+        QVERIFY(!unpack("d2", {}) && cancelled);  // the user cancels: a clean stop
+        QVERIFY(!unpack("d3", {"1", "2", "3", "4", "5", "6", "7", "8"}));
+        QVERIFY(asked <= 6 && !cancelled);  // wrong answers are not asked for ever
+        for (const char* d : {"d2", "d3"})
+            QVERIFY(vzt::ListTree(dir.filePath(d)).isEmpty());
     }
 };
 

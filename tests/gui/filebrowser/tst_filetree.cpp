@@ -1,8 +1,6 @@
 // The File Browser tree: roots, the order and expanders of a listing (files shown or not),
-// unreadable folders, collapsing, status texts, double-click, where a drop lands, and the
-// commands of its context menu.
+// unreadable folders, status texts, double-click, and the commands of its context menu.
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <QAbstractItemModelTester>
@@ -16,10 +14,10 @@
 #include "TestSupport.h"
 #include "app/CFileDock.h"
 #include "app/CVelaZipApp.h"
+#include "archive/CArchiveUnpacker.h"
 #include "common/CAppFlags.h"
 #include "common/CommandIds.h"
 #include "common/Commands.h"
-#include "archive/CArchiveUnpacker.h"
 #include "common/MessageBox.h"
 #include "filebrowser/CCloudDriveItem.h"
 #include "filebrowser/CDrivesButton.h"
@@ -37,11 +35,6 @@ QStringList Labels(CVelaTreeModel* model, const QModelIndex& parent) {
     return labels;
 }
 
-bool SetModified(const QString& path, qint64 seconds) {
-    const struct timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
-    return utimensat(AT_FDCWD, vz::platform::EncodePath(path).constData(), times, 0) == 0;
-}
-
 }  // namespace
 
 class TestFileTree : public QObject {
@@ -55,13 +48,11 @@ private slots:
     void listingOrderAndExpanders_data();
     void listingOrderAndExpanders();
     void unreadableFolderShowsNothing();
-    void collapseMovesTheSelectionUp();
     void systemRootsStartWithHome();
     void removableRootIsNotRead();
     void cloudRootsComeAfterTheDrives();
     void statusTexts();
     void doubleClickOpensWithoutExpanding();
-    void validDropItem();
     void contextMenuCommands();
 
 private:
@@ -98,6 +89,7 @@ void TestFileTree::init() {
 }
 
 void TestFileTree::cleanup() {
+    QVERIFY(m_boxes.isEmpty());  // no listing here ever reports a failure
     m_tester.reset();
     m_tree.reset();
     QDir(m_root).removeRecursively();  // after tests that took permissions away
@@ -114,11 +106,8 @@ void TestFileTree::FillWith(const QString& root) {
 
 QModelIndex TestFileTree::Expand(const QString& path) {
     const QModelIndex item = m_tree->Navigate(path);
-    if (item.isValid() && m_tree->PathOfItem(item) == path) {
-        m_tree->expand(item);
-        return item;
-    }
-    return {};
+    m_tree->expand(item);
+    return m_tree->PathOfItem(item) == path ? item : QModelIndex();
 }
 
 void TestFileTree::listingOrderAndExpanders_data() {
@@ -126,7 +115,7 @@ void TestFileTree::listingOrderAndExpanders_data() {
     QTest::addColumn<QStringList>("labels");
     QTest::addColumn<QList<bool>>("expanders");
 
-    // b holds only a file, C a sub-folder, A nothing.
+    // b holds only a file (an expander exactly when files are shown), C a sub-folder, A nothing.
     QTest::newRow("files shown") << true
                                  << QStringList{"A", "b", "C", ".hidden", "a.TXT", "B.txt", "z.txt"}
                                  << QList<bool>{false, true, true, false, false, false, false};
@@ -155,15 +144,6 @@ void TestFileTree::listingOrderAndExpanders() {
     for (int row = 0; row < labels.size(); ++row) {
         QCOMPARE(model->hasChildren(model->index(row, 0, root)), expanders[row]);
     }
-
-    // A folder holding only files gets its expander exactly when files are shown.
-    QVERIFY(QDir().mkpath(m_root + QStringLiteral("/only")));
-    QVERIFY(vzt::WriteAll(m_root + QStringLiteral("/only/f.bin"), "f"));
-    m_tree->collapse(root);
-    m_tree->expand(root);
-    const QModelIndex only = model->FindChild(root, QStringLiteral("only"));
-    QVERIFY(only.isValid());
-    QCOMPARE(model->hasChildren(only), showFiles);
 }
 
 void TestFileTree::unreadableFolderShowsNothing() {
@@ -172,11 +152,9 @@ void TestFileTree::unreadableFolderShowsNothing() {
     const QModelIndex root = Expand(m_root);
     CVelaTreeModel* model = m_tree->TreeModel();
     const QModelIndex gone = model->FindChild(root, QStringLiteral("gone"));
-    QVERIFY(model->hasChildren(gone));
     // Removed behind the tree's back: expanding it reads nothing and says nothing.
     QVERIFY(QDir(m_root + QStringLiteral("/gone")).removeRecursively());
     m_tree->expand(gone);
-    QCOMPARE(model->rowCount(gone), 0);
     QVERIFY(!model->hasChildren(gone));
 
     if (geteuid() != 0) {
@@ -187,21 +165,6 @@ void TestFileTree::unreadableFolderShowsNothing() {
         QCOMPARE(model->rowCount(item), 0);
         chmod(locked.toUtf8().constData(), 0755);
     }
-    QVERIFY(m_boxes.isEmpty());
-}
-
-void TestFileTree::collapseMovesTheSelectionUp() {
-    QVERIFY(vzt::MakeTree(m_root, {{"a/b/c/deep.txt", "d"}}));
-    FillWith(m_root);
-    const QModelIndex deep = m_tree->Navigate(m_root + QStringLiteral("/a/b/c/deep.txt"));
-    QCOMPARE(m_tree->PathOfItem(deep), m_root + QStringLiteral("/a/b/c/deep.txt"));
-    const QModelIndex a = m_tree->TreeModel()->FindChild(m_tree->FirstFixedDrive(), "a");
-    m_tree->collapse(a);
-    QCOMPARE(m_tree->currentIndex(), a);
-    // The folder keeps its expander and reads its children again on the next expansion.
-    QVERIFY(m_tree->TreeModel()->hasChildren(a));
-    m_tree->expand(a);
-    QCOMPARE(Labels(m_tree->TreeModel(), a), QStringList{"b"});
 }
 
 void TestFileTree::systemRootsStartWithHome() {
@@ -209,35 +172,23 @@ void TestFileTree::systemRootsStartWithHome() {
     dock.FillRoots();
     CVelaFileTree* tree = dock.Tree();
     CVelaTreeModel* model = tree->TreeModel();
-    QVERIFY(model->rowCount() >= 2);
-    const QModelIndex home = model->index(0, 0);
-    QCOMPARE(model->Label(home), QStringLiteral("Home"));
-    QCOMPARE(tree->PathOfItem(home), QDir::homePath());
-    QCOMPARE(tree->currentIndex(), home);
-    QVERIFY(Labels(model, {}).contains(QStringLiteral("File System (/)")));
+    QCOMPARE(model->Label(model->index(0, 0)), QStringLiteral("Home"));
+    QCOMPARE(tree->PathOfItem(tree->currentIndex()), QDir::homePath());
 
-    // The drives list holds the same roots, in the same order, with Home selected.
+    // The drives list holds the same roots, with Home selected.
     CListDrives* list = dock.DrivesButton()->List();
     QCOMPARE(list->count(), model->rowCount());
-    for (int row = 0; row < list->count(); ++row) {
-        QCOMPARE(list->itemText(row), model->Label(model->index(row, 0)));
-        QCOMPARE(list->PathAt(row), model->RealPath(model->index(row, 0)));
-    }
     QCOMPARE(dock.DrivesButton()->Text(), QStringLiteral("Home"));
 
     // Choosing "/" in the list selects that root.
-    const int slash = list->findText(QStringLiteral("File System (/)"));
-    emit list->activated(slash);
+    emit list->activated(list->findText(QStringLiteral("File System (/)")));
     QCOMPARE(tree->PathOfItem(tree->currentIndex()), QStringLiteral("/"));
 }
 
 void TestFileTree::removableRootIsNotRead() {
-    vz::platform::CPlace fixed;
+    vz::platform::CPlace fixed, removable;
     fixed.path = m_root;
-    fixed.displayName = QStringLiteral("Test");
-    vz::platform::CPlace removable;
     removable.path = m_root + QStringLiteral("/no-medium");
-    removable.displayName = QStringLiteral("CD (/media/cd)");
     removable.removable = true;
     m_tree->FillRoots({removable, fixed});
     CVelaTreeModel* model = m_tree->TreeModel();
@@ -249,7 +200,6 @@ void TestFileTree::removableRootIsNotRead() {
     // An empty drive expands to nothing, without a message.
     m_tree->expand(cd);
     QCOMPARE(model->rowCount(cd), 0);
-    QVERIFY(m_boxes.isEmpty());
 }
 
 void TestFileTree::cloudRootsComeAfterTheDrives() {
@@ -258,8 +208,7 @@ void TestFileTree::cloudRootsComeAfterTheDrives() {
     records.push_back(std::make_unique<CCloudDriveItem>(QStringLiteral("Documents"),
                                                         m_root + QStringLiteral("/Documents"),
                                                         m_root + QStringLiteral("/marker")));
-    CAppFlags& flags = CAppFlags::Instance();
-    flags.specialFoldersShown = true;
+    CAppFlags::Instance().specialFoldersShown = true;
 
     FillWith(m_root);
     CVelaTreeModel* model = m_tree->TreeModel();
@@ -267,7 +216,6 @@ void TestFileTree::cloudRootsComeAfterTheDrives() {
     QModelIndex cloud = model->index(1, 0);
     QCOMPARE(model->Label(cloud), QStringLiteral("Documents"));
     QCOMPARE(m_tree->CloudDriveOf(cloud), records.back().get());
-    QCOMPARE(m_tree->CloudDriveOf(model->index(0, 0)), nullptr);
     // The expander is decided by the (empty) entry folder, not by the folder shown.
     QVERIFY(!model->hasChildren(cloud));
 
@@ -276,14 +224,8 @@ void TestFileTree::cloudRootsComeAfterTheDrives() {
     cloud = model->index(1, 0);
     QVERIFY(model->hasChildren(cloud));
     m_tree->expand(cloud);
-    QCOMPARE(Labels(model, cloud), QStringList{"report.txt"});
     QCOMPARE(m_tree->PathOfItem(model->index(0, 0, cloud)),
              m_root + QStringLiteral("/Documents/report.txt"));
-
-    // Not shown while neither kind is switched on.
-    flags.specialFoldersShown = false;
-    FillWith(m_root);
-    QCOMPARE(model->rowCount(), 1);
     records.clear();
 }
 
@@ -291,15 +233,13 @@ void TestFileTree::statusTexts() {
     // The selected file's text comes from its facts on disk (the format has its own tests).
     const QString path = m_root + QStringLiteral("/.ro");
     QVERIFY(vzt::WriteAll(path, QByteArray(1234567, 'x')));
-    const qint64 when = 1700000000;
-    QVERIFY(SetModified(path, when));
     QVERIFY(chmod(path.toUtf8().constData(), 0444) == 0);
     FillWith(m_root);
     QSignalSpy spy(m_tree.get(), &CVelaDragDropTree::StatusTextChanged);
     QCOMPARE(m_tree->PathOfItem(m_tree->Navigate(path)), path);
     QCOMPARE(spy.last().at(0).toString(),
              QStringLiteral("Size - 1 234 567 bytes, Modified - %1, Attributes - read-only hidden ")
-                 .arg(vz::FormatLocalTime(vz::FileTime::FromUnix(when), "%x %X")));
+                 .arg(vz::FormatStatusTime(vz::platform::ReadFacts(path).modified)));
 
     // The folder holding it counts its entries, files only while they are shown.
     QVERIFY(QDir().mkpath(m_root + QStringLiteral("/sub")));
@@ -330,24 +270,6 @@ void TestFileTree::doubleClickOpensWithoutExpanding() {
     QVERIFY(!m_tree->isExpanded(dir));
 }
 
-void TestFileTree::validDropItem() {
-    // What may be dragged where has its tests with the drops; here: a drag from elsewhere,
-    // and the dragged item counts only while this tree is the drag source.
-    QVERIFY(vzt::MakeTree(m_root, {{"src/inner/", {}}, {"file.txt", "f"}}));
-    FillWith(m_root);
-    const QModelIndex root = Expand(m_root);
-    CVelaTreeModel* model = m_tree->TreeModel();
-    const QModelIndex src = model->FindChild(root, QStringLiteral("src"));
-    QCOMPARE(m_tree->ValidDropItemFor(src, {}), src);
-    QCOMPARE(m_tree->ValidDropItemFor(model->FindChild(root, QStringLiteral("file.txt")), {}),
-             QModelIndex());
-    m_tree->SetDraggedItem(m_tree->Navigate(m_root + QStringLiteral("/src/inner")));
-    QCOMPARE(m_tree->ValidDropItem(src), src);
-    m_tree->SetDragInProgress(true);
-    QCOMPARE(m_tree->ValidDropItem(src), QModelIndex());
-    m_tree->SetDragInProgress(false);
-}
-
 void TestFileTree::contextMenuCommands() {
     QVERIFY(vzt::MakeTree(m_root, {{"file.txt", "f"}}));
     FillWith(m_root);
@@ -358,7 +280,6 @@ void TestFileTree::contextMenuCommands() {
     QVERIFY(!enabled(kFileRename) && !enabled(kFileDelete) && enabled(kFileCreateFolder));
     m_tree->Navigate(m_root + QStringLiteral("/file.txt"));
     QVERIFY(enabled(kFileRename) && enabled(kFileDelete) && !enabled(kFileCreateFolder));
-    QVERIFY(enabled(kFileProperties));
 
     // F2 opens the label editor on the selected item.
     m_tree->activateWindow();

@@ -1,12 +1,8 @@
-// Unpacking, creating archives and adding to them through the drops of the two browsers:
-// what lands where by the settings, the questions (overwrite, password, name and
-// compression, replace), the error boxes with their details, Stop, what is refused while a
-// job runs, and that a failure leaves nothing half-written and the original archive intact.
-// Every dialog and message box is answered through the hooks; the jobs are waited for.
+// Unpacking, creating archives and adding to them through the drops of the two browsers: the
+// settings, the questions, the failure boxes, Stop and what is refused while a job runs.
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QHBoxLayout>
@@ -54,9 +50,8 @@ Tree SampleTree() {
 bool MakeZip(const QString& zipPath, const Tree& tree, const QString& scratch,
              const QStringList& options = {}) {
     QDir(scratch).removeRecursively();
-    if (!vzt::MakeTree(scratch, tree)) {
+    if (!vzt::MakeTree(scratch, tree))
         return false;
-    }
     QFile::remove(zipPath);
     return vzt::Run(QStringLiteral("zip"),
                     QStringList{QStringLiteral("-qr")} + options +
@@ -70,9 +65,7 @@ Tree ZipContents(const QString& zipPath, const QString& scratch,
                  const QString& password = QString()) {
     QDir(scratch).removeRecursively();
     QDir().mkpath(scratch);
-    QStringList args{QStringLiteral("x"), QStringLiteral("-y"), QStringLiteral("-o") + scratch};
-    args << QStringLiteral("-p") + password << zipPath;
-    if (!vzt::Run(QStringLiteral("7zz"), args).Ok()) {
+    if (!vzt::Run("7zz", {"x", "-y", "-o" + scratch, "-p" + password, zipPath}).Ok()) {
         return {{"<7zz failed>", {}}};
     }
     Tree contents;
@@ -93,9 +86,8 @@ bool ZipTests(const QString& zipPath, const QString& password = QString()) {
 CPackProgress* VisibleProgress() {
     for (QWidget* window : QApplication::topLevelWidgets()) {
         auto* progress = qobject_cast<CPackProgress*>(window);
-        if (progress != nullptr && progress->isVisible()) {
+        if (progress != nullptr && progress->isVisible())
             return progress;
-        }
     }
     return nullptr;
 }
@@ -104,50 +96,6 @@ CPackProgress* VisibleProgress() {
 
 class TestUnpackPack : public QObject {
     Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    // Unpacking
-    void unpackBySettings_data();
-    void unpackBySettings();
-    void unpackRevealsTheItems_data();
-    void unpackRevealsTheItems();
-    void unpackFailureBoxes_data();
-    void unpackFailureBoxes();
-    void unpackQuestions_data();
-    void unpackQuestions();
-    void whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile();
-    void doubleClickOpensFilesOnly_data();
-    void doubleClickOpensFilesOnly();
-
-    // Creating and adding
-    void dropOnArchiveBrowser_data();
-    void dropOnArchiveBrowser();
-    void readOnlyFamiliesAreLeftAlone_data();
-    void readOnlyFamiliesAreLeftAlone();
-    void confirmReplace();
-    void nameAndLevelDialog_data();
-    void nameAndLevelDialog();
-    void typedArchiveNames_data();
-    void typedArchiveNames();
-    void encryptionFromTheDialog_data();
-    void encryptionFromTheDialog();
-    void dropsThatLeaveNothingBehind_data();
-    void dropsThatLeaveNothingBehind();
-    void whileAdding_data();
-    void whileAdding();
-
-private:
-    void Show();
-    QModelIndex ArchiveItem(const QString& path);
-    QModelIndex FileItem(const QString& path);
-    bool DragToFiles(const QString& sourcePath, const QString& targetFolder);
-    bool DropOnArchive(const QStringList& paths, const QString& targetPath);
-    // Answers the overwrite question with "&Yes" after `during` ran (the worker waits).
-    void AnswerReplaceAfter(std::function<void()> during);
 
     QTemporaryDir m_dir;
     QString m_root;
@@ -161,863 +109,737 @@ private:
     std::deque<QMessageBox::StandardButton> m_boxAnswers;
     QStringList m_dialogs;  // class names, in order
     std::function<int(QDialog&)> m_answer;
-};
 
-void TestUnpackPack::initTestCase() {
-    QVERIFY(m_dir.isValid());
-    vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config")));
-    vz::EnsureUtf8Locale();
-    vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
-        m_boxes << request;
-        if (m_boxAnswers.empty()) {
-            return request.buttons.testFlag(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok;
+    void Show() {
+        m_window = std::make_unique<QWidget>();
+        auto* layout = new QHBoxLayout(m_window.get());
+        m_archive = new CVelaArchiveTree(m_window.get());
+        m_files = new CVelaFileTree(m_window.get());
+        layout->addWidget(m_archive);
+        layout->addWidget(m_files);
+        m_archive->SetSettings(&m_settings);
+        m_files->SetSettings(&m_settings);
+        m_archive->SetArchiveExtensions(vzt::AllExtensions());
+        m_archive->SetTempFolder(m_root + "/temp");
+        m_archive->Populate(m_root);
+        vz::platform::CPlace place;
+        place.path = m_root;
+        place.displayName = QStringLiteral("Test");
+        place.home = true;
+        m_files->FillRoots({place});
+        m_window->resize(900, 600);
+        m_window->show();
+    }
+
+    QModelIndex ArchiveItem(const QString& path) {
+        const QModelIndex item = m_archive->Navigate(path);
+        return m_archive->PathOfItem(item) == path ? item : QModelIndex();
+    }
+
+    QModelIndex FileItem(const QString& path) {
+        const QModelIndex item = m_files->Navigate(path);
+        return m_files->PathOfItem(item) == path ? item : QModelIndex();
+    }
+
+    // A drag of an Archive Browser item dropped on a File Browser folder; waits for the unpack.
+    bool DragToFiles(const QString& sourcePath, const QString& targetFolder) {
+        const QModelIndex source = ArchiveItem(sourcePath);
+        const QModelIndex target = FileItem(targetFolder);
+        if (!source.isValid() || !target.isValid())
+            return false;
+        CVelaDataSource data(m_archive, [this](QString*) {
+            ++m_renders;
+            return false;
+        });
+        m_archive->SetDraggedItem(source);
+        m_archive->SetDragInProgress(true);
+        CAppFlags::Instance().dragSource = m_archive;
+        CVelaDropTarget* drop = m_files->DropTarget();
+        const Qt::DropAction effect =
+            drop->DragEnter(m_files->visualRect(FileItem(targetFolder)).center(), &data);
+        const bool done = drop->Drop(&data, effect);
+        m_archive->SetDragInProgress(false);
+        return done && effect == Qt::CopyAction && vzt::WaitForJobs();
+    }
+
+    // Disk paths from another application dropped on an Archive Browser item; waits for the
+    // drop's chain of adds.
+    bool DropOnArchive(const QStringList& paths, const QString& targetPath) {
+        const QModelIndex target = ArchiveItem(targetPath);
+        if (!target.isValid())
+            return false;
+        QMimeData data;
+        QList<QUrl> urls;
+        for (const QString& path : paths)
+            urls << QUrl::fromLocalFile(path);
+        data.setUrls(urls);
+        CAppFlags::Instance().dragSource.clear();
+        CVelaDropTarget* drop = m_archive->DropTarget();
+        const Qt::DropAction effect =
+            drop->DragEnter(m_archive->visualRect(ArchiveItem(targetPath)).center(), &data);
+        return drop->Drop(&data, effect) && effect == Qt::CopyAction && vzt::WaitForJobs();
+    }
+
+    void AnswerReplaceAfter(std::function<void()> during) {
+        m_answer = [during](QDialog& dialog) {
+            auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
+            if (replace == nullptr)
+                return int(QDialog::Rejected);
+            during();
+            replace->Press(QStringLiteral("&Yes"));
+            return dialog.result();
+        };
+    }
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        vzt::IsolateConfig(m_dir.filePath(QStringLiteral("config")));
+        vz::EnsureUtf8Locale();
+        vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
+            m_boxes << request;
+            if (m_boxAnswers.empty()) {
+                return request.buttons.testFlag(QMessageBox::Yes) ? QMessageBox::Yes
+                                                                  : QMessageBox::Ok;
+            }
+            const QMessageBox::StandardButton answer = m_boxAnswers.front();
+            m_boxAnswers.pop_front();
+            return answer;
+        });
+        vz::SetModalDialogHook([this](QDialog& dialog) {
+            m_dialogs << QString::fromLatin1(dialog.metaObject()->className());
+            return m_answer ? m_answer(dialog) : int(QDialog::Rejected);
+        });
+    }
+
+    void init() {
+        m_root = m_dir.filePath(QStringLiteral("case"));
+        QDir(m_root).removeRecursively();
+        QVERIFY(QDir().mkpath(m_root + "/files"));
+        QVERIFY(QDir().mkpath(m_root + "/archives"));
+        m_settings = CSettingsRecord();
+        m_settings.PackFoldersWithoutPaths = true;  // as a new settings file has it
+        m_boxes.clear();
+        m_boxAnswers.clear();
+        m_dialogs.clear();
+        m_answer = nullptr;
+        m_renders = 0;
+        CAppFlags::Instance() = CAppFlags();
+    }
+
+    void cleanup() {
+        QVERIFY(vzt::WaitForJobs());  // a failed case leaves no job running into the next
+        m_window.reset();
+        vz::SetOpenHook(nullptr);
+    }
+
+    // ---- Unpacking ----
+    void unpackBySettings_data() {
+        QTest::addColumn<QString>("inner");
+        QTest::addColumn<bool>("withoutPaths");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("file without paths") << "a/b/c.txt" << true << QStringList{"c.txt"};
+        QTest::newRow("file with paths")
+            << "a/b/c.txt" << false << QStringList{"a/", "a/b/", "a/b/c.txt"};
+        QTest::newRow("folder without paths") << "a/b" << true << QStringList{"b/", "b/c.txt"};
+        QTest::newRow("folder with paths")
+            << "a/b" << false << QStringList{"a/", "a/b/", "a/b/c.txt"};
+        QTest::newRow("archive without paths")
+            << "" << true << QStringList{"c.txt", "d.txt", "top.txt"};
+        QTest::newRow("archive with paths")
+            << "" << false << QStringList{"a/", "a/b/", "a/b/c.txt", "a/d.txt", "top.txt"};
+    }
+
+    void unpackBySettings() {
+        QFETCH(QString, inner);
+        QFETCH(bool, withoutPaths);
+        QFETCH(QStringList, expected);
+        const QString zip = m_root + "/archives/x.zip";
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+        const QString target = m_root + "/files/out";
+        QVERIFY(QDir().mkpath(target));
+        // Only the setting of the kind being unpacked says "without paths".
+        m_settings.UnpackFilesWithoutPaths = withoutPaths && inner.endsWith(".txt");
+        m_settings.UnpackFoldersWithoutPaths = withoutPaths && inner == "a/b";
+        m_settings.UnpackArchivesWithoutPaths = withoutPaths && inner.isEmpty();
+        Show();
+
+        QVERIFY(DragToFiles(inner.isEmpty() ? zip : zip + '/' + inner, target));
+        QCOMPARE(vzt::ListTree(target), expected);
+        const QString c = target + '/' + expected.filter("c.txt").first();
+        QCOMPARE(vzt::ReadAll(c), QByteArray("see"));
+        QVERIFY(m_boxes.isEmpty());
+        QCOMPARE(m_renders, 0);  // a drop inside the window never asks the late data
+        QTRY_COMPARE(m_files->PathOfItem(m_files->currentIndex()),
+                     CAppFlags::Instance().lastAddedPath);  // the last item written is revealed
+        QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
+    }
+
+    void unpackFailureBoxes_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("inner");  // what is dragged; empty: the archive
+        QTest::addColumn<QString>("caption");
+        QTest::addColumn<QString>("text");     // %1: the archive
+        QTest::addColumn<QString>("details");  // in the box's details, once
+        QTest::addColumn<QStringList>("written");
+        // Gone between the drag and the drop: only the open error shows.
+        QTest::newRow("vanished archive") << "vanished"
+                                          << "a/d.txt"
+                                          << "Error Opening Archive"
+                                          << "Cannot open the archive."
+                                          << "" << QStringList{};
+        // One flipped byte inside the stored data: the CRC check fails, nothing half-written.
+        QTest::newRow("damaged entry") << "damaged"
+                                       << "bad.bin"
+                                       << "Error Unpacking File"
+                                       << "Cannot unpack the file %1/bad.bin."
+                                       << "Cannot unpack bad.bin" << QStringList{};
+        // A name that leads out of the destination is refused; the box says which one.
+        QTest::newRow("hostile entry") << "hostile"
+                                       << ""
+                                       << "Error Unpacking Archive"
+                                       << "Cannot unpack the archive %1."
+                                       << "Refused ../evil.txt" << QStringList{"safe.txt"};
+    }
+
+    void unpackFailureBoxes() {
+        QFETCH(QString, kind);
+        QFETCH(QString, inner);
+        QFETCH(QString, caption);
+        QFETCH(QString, text);
+        QFETCH(QString, details);
+        QFETCH(QStringList, written);
+        const QString zip = m_root + "/archives/x.zip";
+        if (kind == "hostile") {
+            QVERIFY(vzt::WriteAll(zip,
+                                  vzt::StoredZip({{"safe.txt", "safe"}, {"../evil.txt", "evil"}})));
+        } else if (kind == "damaged") {
+            const QByteArray data = vzt::RandomBytes(5000, 3);
+            QVERIFY(MakeZip(zip, {{"bad.bin", data}}, m_root + "/scratch", {"-0"}));
+            QByteArray bytes = vzt::ReadAll(zip);
+            const int at = int(bytes.indexOf(data.left(32))) + 1000;
+            QVERIFY(at > 1000);
+            bytes[at] = char(bytes[at] ^ 0x55);
+            QVERIFY(vzt::WriteAll(zip, bytes));
+        } else {
+            QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
         }
-        const QMessageBox::StandardButton answer = m_boxAnswers.front();
-        m_boxAnswers.pop_front();
-        return answer;
-    });
-    vz::SetModalDialogHook([this](QDialog& dialog) {
-        m_dialogs << QString::fromLatin1(dialog.metaObject()->className());
-        return m_answer ? m_answer(dialog) : int(QDialog::Rejected);
-    });
-}
+        const QString target = m_root + "/files/out";
+        QVERIFY(QDir().mkpath(target));
+        Show();
+        const QString source = inner.isEmpty() ? zip : zip + '/' + inner;
+        QVERIFY(ArchiveItem(source).isValid());
+        if (kind == "vanished")
+            QVERIFY(QFile::remove(zip));
 
-void TestUnpackPack::init() {
-    m_root = m_dir.filePath(QStringLiteral("case"));
-    QDir(m_root).removeRecursively();
-    QVERIFY(QDir().mkpath(m_root + "/files"));
-    QVERIFY(QDir().mkpath(m_root + "/archives"));
-    m_settings = CSettingsRecord();
-    m_settings.PackFoldersWithoutPaths = true;  // as a new settings file has it
-    m_boxes.clear();
-    m_boxAnswers.clear();
-    m_dialogs.clear();
-    m_answer = nullptr;
-    m_renders = 0;
-    CAppFlags::Instance() = CAppFlags();
-}
-
-void TestUnpackPack::Show() {
-    m_window = std::make_unique<QWidget>();
-    auto* layout = new QHBoxLayout(m_window.get());
-    m_archive = new CVelaArchiveTree(m_window.get());
-    m_files = new CVelaFileTree(m_window.get());
-    layout->addWidget(m_archive);
-    layout->addWidget(m_files);
-    m_archive->SetSettings(&m_settings);
-    m_files->SetSettings(&m_settings);
-    m_archive->SetArchiveExtensions(vzt::AllExtensions());
-    m_archive->SetTempFolder(m_root + "/temp");
-    m_archive->Populate(m_root);
-    vz::platform::CPlace place;
-    place.path = m_root;
-    place.displayName = QStringLiteral("Test");
-    place.home = true;
-    m_files->FillRoots({place});
-    m_window->resize(900, 600);
-    m_window->show();
-}
-
-void TestUnpackPack::cleanup() {
-    QVERIFY(vzt::WaitForJobs());  // a failed case leaves no job running into the next
-    m_window.reset();
-    vz::SetOpenHook(nullptr);
-}
-
-QModelIndex TestUnpackPack::ArchiveItem(const QString& path) {
-    const QModelIndex item = m_archive->Navigate(path);
-    return m_archive->PathOfItem(item) == path ? item : QModelIndex();
-}
-
-QModelIndex TestUnpackPack::FileItem(const QString& path) {
-    const QModelIndex item = m_files->Navigate(path);
-    return m_files->PathOfItem(item) == path ? item : QModelIndex();
-}
-
-// A drag of an Archive Browser item dropped on a File Browser folder; waits for the unpack.
-bool TestUnpackPack::DragToFiles(const QString& sourcePath, const QString& targetFolder) {
-    const QModelIndex source = ArchiveItem(sourcePath);
-    const QModelIndex target = FileItem(targetFolder);
-    if (!source.isValid() || !target.isValid()) {
-        qWarning("no item for %s or %s", qPrintable(sourcePath), qPrintable(targetFolder));
-        return false;
+        QVERIFY(DragToFiles(source, target));
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].caption, caption);
+        QCOMPARE(m_boxes[0].text, text.arg(zip));
+        QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+        // The core's reason, once.
+        QVERIFY2(details.isEmpty() || m_boxes[0].details.count(details) == 1,
+                 qPrintable(m_boxes[0].details));
+        QCOMPARE(vzt::ListTree(target), written);
+        QVERIFY(!QFileInfo::exists(m_root + "/files/evil.txt"));
     }
-    CVelaDataSource data(m_archive, [this](QString*) {
-        ++m_renders;
-        return false;
-    });
-    m_archive->SetDraggedItem(source);
-    m_archive->SetDragInProgress(true);
-    CAppFlags::Instance().dragSource = m_archive;
-    CVelaDropTarget* drop = m_files->DropTarget();
-    const Qt::DropAction effect =
-        drop->DragEnter(m_files->visualRect(FileItem(targetFolder)).center(), &data);
-    const bool done = drop->Drop(&data, effect);
-    m_archive->SetDragInProgress(false);
-    return done && effect == Qt::CopyAction && vzt::WaitForJobs();
-}
 
-// Disk paths from another application dropped on an Archive Browser item; waits for the
-// drop's chain of adds.
-bool TestUnpackPack::DropOnArchive(const QStringList& paths, const QString& targetPath) {
-    const QModelIndex target = ArchiveItem(targetPath);
-    if (!target.isValid()) {
-        qWarning("no item for %s", qPrintable(targetPath));
-        return false;
+    void unpackQuestions_data() {
+        QTest::addColumn<bool>("encrypted");  // with the password "abc"; else d.txt is there
+        QTest::addColumn<bool>("ask");
+        QTest::addColumn<QStringList>("answers");  // buttons or passwords, in order; then Cancel
+        QTest::addColumn<QByteArray>("expected");  // in d.txt; empty: no file
+        QTest::addColumn<QStringList>("dialogs");
+        const QStringList replace{"CConfirmReplace"};
+        const QStringList password{"CPasswordDialog"};
+        QTest::newRow("overwrite asked, yes")
+            << false << true << QStringList{"&Yes"} << QByteArray("dee") << replace;
+        QTest::newRow("overwrite asked, no")
+            << false << true << QStringList{"&No"} << QByteArray("old") << replace;
+        QTest::newRow("overwrite without asking")
+            << false << false << QStringList{} << QByteArray("dee") << QStringList{};
+        QTest::newRow("password wrong, then right") << true << true << QStringList{"wrong", "abc"}
+                                                    << QByteArray("dee") << password + password;
+        // Cancelling the question writes nothing and says nothing.
+        QTest::newRow("password cancelled")
+            << true << true << QStringList{} << QByteArray() << password;
     }
-    QMimeData data;
-    QList<QUrl> urls;
-    for (const QString& path : paths) {
-        urls << QUrl::fromLocalFile(path);
-    }
-    data.setUrls(urls);
-    CAppFlags::Instance().dragSource.clear();
-    CVelaDropTarget* drop = m_archive->DropTarget();
-    const Qt::DropAction effect =
-        drop->DragEnter(m_archive->visualRect(ArchiveItem(targetPath)).center(), &data);
-    return drop->Drop(&data, effect) && effect == Qt::CopyAction && vzt::WaitForJobs();
-}
 
-void TestUnpackPack::AnswerReplaceAfter(std::function<void()> during) {
-    m_answer = [during](QDialog& dialog) {
-        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
-        if (replace == nullptr) {
-            return int(QDialog::Rejected);
+    void unpackQuestions() {
+        QFETCH(bool, encrypted);
+        QFETCH(bool, ask);
+        QFETCH(QStringList, answers);
+        QFETCH(QByteArray, expected);
+        QFETCH(QStringList, dialogs);
+        const QString zip = m_root + "/archives/x.zip";
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch",
+                        encrypted ? QStringList{"-P", "abc"} : QStringList{}));
+        const QString target = m_root + "/files/out";
+        QVERIFY(encrypted ? QDir().mkpath(target) : vzt::WriteAll(target + "/d.txt", "old"));
+        m_settings.AskBeforeOverwriting = ask;
+        QStringList existing, incoming, prompts;
+        bool masked = true;
+        m_answer = [&](QDialog& dialog) {
+            if (answers.isEmpty())
+                return int(QDialog::Rejected);
+            const QString answer = answers.takeFirst();
+            if (auto* password = qobject_cast<CPasswordDialog*>(&dialog)) {
+                prompts << password->Prompt();
+                masked = masked && password->PasswordEdit()->echoMode() == QLineEdit::Password;
+                password->SetPassword(answer);
+                return int(QDialog::Accepted);
+            }
+            auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
+            existing = replace->ExistingLines();
+            incoming = replace->IncomingLines();
+            replace->Press(answer);
+            return dialog.result();
+        };
+        Show();
+
+        QVERIFY(DragToFiles(zip + "/a/d.txt", target));
+        QCOMPARE(m_dialogs, dialogs);
+        QCOMPARE(vzt::ListTree(target), expected.isEmpty() ? QStringList{} : QStringList{"d.txt"});
+        QCOMPARE(vzt::ReadAll(target + "/d.txt"), expected);
+        QVERIFY(m_boxes.isEmpty());
+        if (!prompts.isEmpty()) {
+            QVERIFY(masked);
+            QVERIFY(!prompts[0].contains("not correct"));
+            QCOMPARE(prompts.last().contains("not correct"), prompts.size() > 1);
         }
-        during();
-        replace->Press(QStringLiteral("&Yes"));
-        return dialog.result();
-    };
-}
-
-// ---- Unpacking ----
-
-void TestUnpackPack::unpackBySettings_data() {
-    QTest::addColumn<QString>("inner");
-    QTest::addColumn<bool>("withoutPaths");
-    QTest::addColumn<QStringList>("expected");
-    QTest::newRow("file without paths") << "a/b/c.txt" << true << QStringList{"c.txt"};
-    QTest::newRow("file with paths")
-        << "a/b/c.txt" << false << QStringList{"a/", "a/b/", "a/b/c.txt"};
-    QTest::newRow("folder without paths") << "a/b" << true << QStringList{"b/", "b/c.txt"};
-    QTest::newRow("folder with paths") << "a/b" << false << QStringList{"a/", "a/b/", "a/b/c.txt"};
-    QTest::newRow("archive without paths")
-        << "" << true << QStringList{"c.txt", "d.txt", "top.txt"};
-    QTest::newRow("archive with paths")
-        << "" << false << QStringList{"a/", "a/b/", "a/b/c.txt", "a/d.txt", "top.txt"};
-}
-
-void TestUnpackPack::unpackBySettings() {
-    QFETCH(QString, inner);
-    QFETCH(bool, withoutPaths);
-    QFETCH(QStringList, expected);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
-    // Only the setting of the kind being unpacked says "without paths".
-    m_settings.UnpackFilesWithoutPaths = withoutPaths && inner.endsWith(".txt");
-    m_settings.UnpackFoldersWithoutPaths = withoutPaths && inner == "a/b";
-    m_settings.UnpackArchivesWithoutPaths = withoutPaths && inner.isEmpty();
-    Show();
-
-    QVERIFY(DragToFiles(inner.isEmpty() ? zip : zip + '/' + inner, target));
-    QCOMPARE(vzt::ListTree(target), expected);
-    const QString c = target + '/' + expected.filter("c.txt").first();
-    QCOMPARE(vzt::ReadAll(c), QByteArray("see"));
-    QVERIFY(m_boxes.isEmpty());
-    QCOMPARE(m_renders, 0);  // a drop inside the window never asks the late data
-    QVERIFY(vzt::ListTree(m_root + "/temp").isEmpty());
-}
-
-void TestUnpackPack::unpackRevealsTheItems_data() {
-    QTest::addColumn<bool>("eachItem");
-    QTest::addColumn<bool>("targetOpen");
-    QTest::newRow("with each item, target collapsed") << true << false;
-    QTest::newRow("with each item, target expanded") << true << true;
-    QTest::newRow("once at the end, target collapsed") << false << false;
-    QTest::newRow("once at the end, target expanded") << false << true;
-}
-
-void TestUnpackPack::unpackRevealsTheItems() {
-    QFETCH(bool, eachItem);
-    QFETCH(bool, targetOpen);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    const QString target = m_root + "/files/out";
-    // The archive writes into a folder that is there already, and beside one.
-    QVERIFY(vzt::MakeTree(target, {{"a/old.txt", "old"}, {"keep/inner.txt", "in"}}));
-    m_settings.RefreshFileBrowserTreeWithAddingOfEachItem = eachItem;
-    Show();
-    CVelaTreeModel* model = m_files->TreeModel();
-    const QPersistentModelIndex targetItem = FileItem(target);
-    QVERIFY(targetItem.isValid());
-    if (targetOpen) {
-        m_files->expand(targetItem);
-        m_files->expand(model->FindChild(targetItem, "a"));
-        m_files->expand(model->FindChild(targetItem, "keep"));
-    } else {
-        m_files->collapse(targetItem);
-    }
-
-    QVERIFY(DragToFiles(zip, target));
-    // Every item written shows, the last one selected.
-    const QString last = CAppFlags::Instance().lastAddedPath;
-    QVERIFY(last.startsWith(target + '/'));
-    QTRY_COMPARE(m_files->PathOfItem(m_files->currentIndex()), last);
-    auto labels = [model](const QModelIndex& parent) {
-        QStringList found;
-        for (int row = 0; row < model->rowCount(parent); ++row) {
-            found << model->Label(model->index(row, 0, parent));
+        if (!existing.isEmpty()) {
+            QCOMPARE(existing.value(0), target + "/d.txt");
+            QCOMPARE(incoming.value(0), QStringLiteral("a/d.txt"));
         }
-        return found;
-    };
-    QCOMPARE(labels(targetItem), (QStringList{"a", "keep", "top.txt"}));
-    const QModelIndex a = model->FindChild(targetItem, "a");
-    if (m_files->isExpanded(a)) {
-        QCOMPARE(labels(a), (QStringList{"b", "d.txt", "old.txt"}));
     }
-    // What was open stays open.
-    if (targetOpen) {
-        QVERIFY(m_files->isExpanded(a));
-        const QModelIndex keep = model->FindChild(targetItem, "keep");
-        QVERIFY(m_files->isExpanded(keep));
-        QCOMPARE(labels(keep), QStringList{"inner.txt"});
-    }
-    QVERIFY(!CAppFlags::Instance().refreshNow);
-}
 
-void TestUnpackPack::unpackFailureBoxes_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("inner");  // what is dragged; empty: the archive
-    QTest::addColumn<QString>("caption");
-    QTest::addColumn<QString>("text");     // %1: the archive
-    QTest::addColumn<QString>("details");  // in the box's details, once
-    QTest::addColumn<QStringList>("written");
-    // Gone between the drag and the drop: only the open error shows.
-    QTest::newRow("vanished archive") << "vanished"
-                                      << "a/d.txt"
-                                      << "Error Opening Archive"
-                                      << "Cannot open the archive."
-                                      << "" << QStringList{};
-    // One flipped byte inside the stored data: the CRC check fails, nothing half-written.
-    QTest::newRow("damaged entry") << "damaged"
-                                   << "bad.bin"
-                                   << "Error Unpacking File"
-                                   << "Cannot unpack the file %1/bad.bin."
-                                   << "Cannot unpack bad.bin" << QStringList{};
-    // A name that leads out of the destination is refused; the box says which one.
-    QTest::newRow("hostile entry") << "hostile"
-                                   << ""
-                                   << "Error Unpacking Archive"
-                                   << "Cannot unpack the archive %1."
-                                   << "Refused ../evil.txt" << QStringList{"safe.txt"};
-}
-
-void TestUnpackPack::unpackFailureBoxes() {
-    QFETCH(QString, kind);
-    QFETCH(QString, inner);
-    QFETCH(QString, caption);
-    QFETCH(QString, text);
-    QFETCH(QString, details);
-    QFETCH(QStringList, written);
-    const QString zip = m_root + "/archives/x.zip";
-    if (kind == "hostile") {
+    // The overwrite question holds the unpack's worker: while it waits the job runs, and the
+    // Stop pressed then is taken up in the middle of the big file.
+    void whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile() {
+        const QString zip = m_root + "/archives/x.zip";
         QVERIFY(
-            vzt::WriteAll(zip, vzt::StoredZip({{"safe.txt", "safe"}, {"../evil.txt", "evil"}})));
-    } else if (kind == "damaged") {
-        const QByteArray data = vzt::RandomBytes(5000, 3);
-        QVERIFY(MakeZip(zip, {{"bad.bin", data}}, m_root + "/scratch", {"-0"}));
-        QByteArray bytes = vzt::ReadAll(zip);
-        const int at = int(bytes.indexOf(data.left(32))) + 1000;
-        QVERIFY(at > 1000);
-        bytes[at] = char(bytes[at] ^ 0x55);
-        QVERIFY(vzt::WriteAll(zip, bytes));
-    } else {
+            MakeZip(zip, {{"big.bin", vzt::RandomBytes(8 << 20, 5)}}, m_root + "/scratch", {"-0"}));
+        const QByteArray before = vzt::ReadAll(zip);
+        const QString target = m_root + "/files/out";
+        QVERIFY(vzt::WriteAll(target + "/big.bin", "old"));
+        QVERIFY(vzt::WriteAll(m_root + "/files/extra.txt", "extra"));
+        bool dropRefused = false;
+        AnswerReplaceAfter([&] {
+            // The archive's own entry (the dragged one is the current item): nothing is asked.
+            QCOMPARE(m_archive->PathOfItem(m_archive->currentIndex()), zip + "/big.bin");
+            m_archive->OnDelete();
+            dropRefused = !DropOnArchive({m_root + "/files/extra.txt"}, m_root + "/archives");
+            CPackProgress* progress = VisibleProgress();
+            QVERIFY(progress != nullptr);
+            progress->StopButton()->click();
+        });
+        m_boxAnswers = {QMessageBox::Yes};
+        Show();
+
+        QVERIFY(DragToFiles(zip + "/big.bin", target));
+        QVERIFY(dropRefused);
+        QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});  // no delete confirmation
+        QCOMPARE(m_boxes.size(), 1);  // the question, and no failure box after it
+        QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
+        QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the unpack?"));
+        // The file that was there stays whole, and no part of the new one is left.
+        QCOMPARE(vzt::ListTree(target), QStringList{"big.bin"});
+        QCOMPARE(vzt::ReadAll(target + "/big.bin"), QByteArray("old"));
+        QCOMPARE(vzt::ReadAll(zip), before);
+        QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
+    }
+
+    void doubleClickOpensFilesOnly_data() {
+        QTest::addColumn<QString>("inner");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<bool>("opens");
+        QTest::newRow("file") << "a/d.txt" << true << true;
+        QTest::newRow("file, opening off") << "a/d.txt" << false << false;
+        QTest::newRow("archive") << "" << true << false;
+    }
+
+    void doubleClickOpensFilesOnly() {
+        QFETCH(QString, inner);
+        QFETCH(bool, enabled);
+        QFETCH(bool, opens);
+        const QString zip = m_root + "/archives/x.zip";
         QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    }
-    const QString target = m_root + "/files/out";
-    QVERIFY(QDir().mkpath(target));
-    Show();
-    const QString source = inner.isEmpty() ? zip : zip + '/' + inner;
-    QVERIFY(ArchiveItem(source).isValid());
-    if (kind == "vanished") {
-        QVERIFY(QFile::remove(zip));
-    }
+        QVERIFY(vzt::WriteAll(m_root + "/temp/d.txt", "an older copy"));
+        m_settings.EnableDoubleClickToOpenAFileFromArchive = enabled;
+        QStringList opened;
+        QByteArray openedData;
+        vz::SetOpenHook([&](const QString& path) {
+            opened << path;
+            openedData = vzt::ReadAll(path);
+            return true;
+        });
+        Show();
+        const QModelIndex item = ArchiveItem(inner.isEmpty() ? zip : zip + '/' + inner);
+        QVERIFY(item.isValid());
+        m_archive->collapse(item);
 
-    QVERIFY(DragToFiles(source, target));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, caption);
-    QCOMPARE(m_boxes[0].text, text.arg(zip));
-    QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    // The core's reason, once.
-    QVERIFY2(details.isEmpty() || m_boxes[0].details.count(details) == 1,
-             qPrintable(m_boxes[0].details));
-    QCOMPARE(vzt::ListTree(target), written);
-    QVERIFY(!QFileInfo::exists(m_root + "/files/evil.txt"));
-}
-
-void TestUnpackPack::unpackQuestions_data() {
-    QTest::addColumn<bool>("encrypted");  // with the password "abc"; else d.txt is there
-    QTest::addColumn<bool>("ask");
-    QTest::addColumn<QStringList>("answers");  // buttons or passwords, in order; then Cancel
-    QTest::addColumn<QByteArray>("expected");  // in d.txt; empty: no file
-    QTest::addColumn<QStringList>("dialogs");
-    const QStringList replace{"CConfirmReplace"};
-    const QStringList password{"CPasswordDialog"};
-    QTest::newRow("overwrite asked, yes")
-        << false << true << QStringList{"&Yes"} << QByteArray("dee") << replace;
-    QTest::newRow("overwrite asked, no")
-        << false << true << QStringList{"&No"} << QByteArray("old") << replace;
-    QTest::newRow("overwrite without asking")
-        << false << false << QStringList{} << QByteArray("dee") << QStringList{};
-    QTest::newRow("password wrong, then right")
-        << true << true << QStringList{"wrong", "abc"} << QByteArray("dee") << password + password;
-    // Cancelling the question writes nothing and says nothing.
-    QTest::newRow("password cancelled")
-        << true << true << QStringList{} << QByteArray() << password;
-}
-
-void TestUnpackPack::unpackQuestions() {
-    QFETCH(bool, encrypted);
-    QFETCH(bool, ask);
-    QFETCH(QStringList, answers);
-    QFETCH(QByteArray, expected);
-    QFETCH(QStringList, dialogs);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch",
-                    encrypted ? QStringList{"-P", "abc"} : QStringList{}));
-    const QString target = m_root + "/files/out";
-    QVERIFY(encrypted ? QDir().mkpath(target) : vzt::WriteAll(target + "/d.txt", "old"));
-    m_settings.AskBeforeOverwriting = ask;
-    QStringList existing, incoming, prompts;
-    bool masked = true;
-    m_answer = [&](QDialog& dialog) {
-        if (answers.isEmpty()) {
-            return int(QDialog::Rejected);
+        QTest::mouseDClick(m_archive->viewport(), Qt::LeftButton, {},
+                           m_archive->visualRect(item).center());
+        QVERIFY(vzt::WaitForJobs());
+        QCOMPARE(opened, opens ? QStringList{m_root + "/temp/d.txt"} : QStringList{});
+        if (opens) {
+            QCOMPARE(openedData, QByteArray("dee"));  // replaced without a question
         }
-        const QString answer = answers.takeFirst();
-        if (auto* password = qobject_cast<CPasswordDialog*>(&dialog)) {
-            prompts << password->Prompt();
-            masked = masked && password->PasswordEdit()->echoMode() == QLineEdit::Password;
-            password->SetPassword(answer);
-            return int(QDialog::Accepted);
+        QVERIFY(!m_archive->isExpanded(item));
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(m_dialogs.isEmpty());
+    }
+
+    // ---- Creating and adding ----
+    void dropOnArchiveBrowser_data() {
+        QTest::addColumn<QString>("inner");  // the target in x.zip; "-": the disk folder
+        QTest::addColumn<bool>("eachItem");
+        QTest::newRow("a disk folder: a new archive") << "-" << true;
+        QTest::newRow("the archive") << "" << true;
+        QTest::newRow("a folder in it") << "a" << true;
+        QTest::newRow("a folder, listed once") << "a" << false;
+    }
+
+    void dropOnArchiveBrowser() {
+        QFETCH(QString, inner);
+        QFETCH(bool, eachItem);
+        const bool creating = inner == "-";
+        const QString zip = m_root + "/archives/" + (creating ? "new.zip" : "x.zip");
+        Tree expected;
+        if (!creating) {
+            QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+            expected = SampleTree();
+            expected.insert("a/", {});
+            expected.insert("a/b/", {});
         }
-        auto* replace = qobject_cast<CConfirmReplace*>(&dialog);
-        existing = replace->ExistingLines();
-        incoming = replace->IncomingLines();
-        replace->Press(answer);
-        return dialog.result();
-    };
-    Show();
+        const Tree data{{"new.txt", "new"},
+                        {"dir/in.bin", vzt::RandomBytes(70000, 1)},
+                        {"dir/sub/two.txt", "two"},
+                        {"dir/empty/", {}}};
+        QVERIFY(vzt::MakeTree(m_root + "/files", data));
+        m_settings.RefreshArchiveBrowserTreeWithAddingOfEachItem = eachItem;
+        m_settings.AskBeforeCreation = !creating;  // adds never ask for a name
+        Show();
+        const QString targetPath = creating          ? m_root + "/archives"
+                                   : inner.isEmpty() ? zip
+                                                     : zip + '/' + inner;
+        m_archive->expand(ArchiveItem(targetPath));
 
-    QVERIFY(DragToFiles(zip + "/a/d.txt", target));
-    QCOMPARE(m_dialogs, dialogs);
-    QCOMPARE(vzt::ListTree(target), expected.isEmpty() ? QStringList{} : QStringList{"d.txt"});
-    QCOMPARE(vzt::ReadAll(target + "/d.txt"), expected);
-    QVERIFY(m_boxes.isEmpty());
-    if (!prompts.isEmpty()) {
-        QVERIFY(masked);
-        QVERIFY(!prompts[0].contains("not correct"));
-        QCOMPARE(prompts.last().contains("not correct"), prompts.size() > 1);
+        QVERIFY(DropOnArchive({m_root + "/files/new.txt", m_root + "/files/dir"}, targetPath));
+        const QString prefix = creating || inner.isEmpty() ? QString() : inner + '/';
+        for (auto it = data.cbegin(); it != data.cend(); ++it)
+            expected.insert(prefix + it.key(), it.value());
+        expected.insert(prefix + "dir/", {});
+        expected.insert(prefix + "dir/sub/", {});
+        QVERIFY(ZipTests(zip));
+        QCOMPARE(ZipContents(zip, m_root + "/check"), expected);
+        QCOMPARE(m_archive->CreatedArchive(), creating ? zip : QString());
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(m_dialogs.isEmpty());  // fixed level and method, no name asked
+        QVERIFY(!CAppFlags::Instance().creatingArchive);
+        // The open target shows what was added.
+        const QModelIndex targetItem = ArchiveItem(targetPath);
+        m_archive->expand(targetItem);
+        QVERIFY(
+            m_archive->TreeModel()->FindChild(targetItem, creating ? "new.zip" : "dir").isValid());
     }
-    if (!existing.isEmpty()) {
-        QCOMPARE(existing.value(0), target + "/d.txt");
-        QCOMPARE(existing.value(1), QStringLiteral("size: 3 bytes"));
-        QCOMPARE(incoming.value(0), QStringLiteral("a/d.txt"));
-        QCOMPARE(incoming.value(1), QStringLiteral("size: 3 bytes"));
-        QVERIFY(incoming.value(2).startsWith("modified: "));
+
+    void readOnlyFamiliesAreLeftAlone_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("rar") << "rar";
+        QTest::newRow("self-extracting zip") << "sfx";
+        QTest::newRow("7z") << "7z";
     }
-}
 
-// The overwrite question holds the unpack's worker: while it waits the job runs, and the
-// Stop pressed then is taken up in the middle of the big file.
-void TestUnpackPack::whileUnpackingEditsAndDropsAreRefusedAndStopLeavesNoPartialFile() {
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, {{"big.bin", vzt::RandomBytes(8 << 20, 5)}}, m_root + "/scratch", {"-0"}));
-    const QByteArray before = vzt::ReadAll(zip);
-    const QString target = m_root + "/files/out";
-    QVERIFY(vzt::WriteAll(target + "/big.bin", "old"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/extra.txt", "extra"));
-    QString title;
-    bool dropRefused = false;
-    AnswerReplaceAfter([&] {
-        // The archive's own entry (the dragged one is the current item): nothing is asked.
-        QCOMPARE(m_archive->PathOfItem(m_archive->currentIndex()), zip + "/big.bin");
-        m_archive->OnDelete();
-        dropRefused = !DropOnArchive({m_root + "/files/extra.txt"}, m_root + "/archives");
-        CPackProgress* progress = VisibleProgress();
-        QVERIFY(progress != nullptr);
-        title = progress->windowTitle();
-        progress->StopButton()->click();
-    });
-    m_boxAnswers = {QMessageBox::Yes};
-    Show();
+    void readOnlyFamiliesAreLeftAlone() {
+        QFETCH(QString, kind);
+        QVERIFY(vzt::MakeTree(m_root + "/scratch", {{"in.txt", "in"}}));
+        const vzt::FamilyArchive archive =
+            vzt::MakeFamilyArchive(kind, m_root + "/scratch", m_root + "/archives");
+        QVERIFY2(archive.error.isEmpty(), qPrintable(archive.error));
+        const QByteArray before = vzt::ReadAll(archive.path);
+        QVERIFY(vzt::WriteAll(m_root + "/files/new.txt", "new"));
+        Show();
+        QVERIFY(ArchiveItem(archive.path).isValid());
 
-    QVERIFY(DragToFiles(zip + "/big.bin", target));
-    QVERIFY(dropRefused);
-    QCOMPARE(title, QStringLiteral("Unpack Progress"));
-    QCOMPARE(m_dialogs, QStringList{"CConfirmReplace"});  // no delete confirmation
-    QCOMPARE(m_boxes.size(), 1);  // the question, and no failure box after it
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the unpack?"));
-    // The file that was there stays whole, and no part of the new one is left.
-    QCOMPARE(vzt::ListTree(target), QStringList{"big.bin"});
-    QCOMPARE(vzt::ReadAll(target + "/big.bin"), QByteArray("old"));
-    QCOMPARE(vzt::ReadAll(zip), before);
-    QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
-}
-
-void TestUnpackPack::doubleClickOpensFilesOnly_data() {
-    QTest::addColumn<QString>("inner");
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<bool>("opens");
-    QTest::newRow("file") << "a/d.txt" << true << true;
-    QTest::newRow("file, opening off") << "a/d.txt" << false << false;
-    QTest::newRow("folder") << "a" << true << false;
-    QTest::newRow("archive") << "" << true << false;
-}
-
-void TestUnpackPack::doubleClickOpensFilesOnly() {
-    QFETCH(QString, inner);
-    QFETCH(bool, enabled);
-    QFETCH(bool, opens);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    QVERIFY(vzt::WriteAll(m_root + "/temp/d.txt", "an older copy"));
-    m_settings.EnableDoubleClickToOpenAFileFromArchive = enabled;
-    QStringList opened;
-    QByteArray openedData;
-    vz::SetOpenHook([&](const QString& path) {
-        opened << path;
-        openedData = vzt::ReadAll(path);
-        return true;
-    });
-    Show();
-    const QModelIndex item = ArchiveItem(inner.isEmpty() ? zip : zip + '/' + inner);
-    QVERIFY(item.isValid());
-    m_archive->collapse(item);
-
-    QTest::mouseDClick(m_archive->viewport(), Qt::LeftButton, {},
-                       m_archive->visualRect(item).center());
-    QVERIFY(vzt::WaitForJobs());
-    QCOMPARE(opened, opens ? QStringList{m_root + "/temp/d.txt"} : QStringList{});
-    if (opens) {
-        QCOMPARE(openedData, QByteArray("dee"));  // replaced without a question
+        // Not a place to drop on, and a drop there does nothing.
+        QVERIFY(!DropOnArchive({m_root + "/files/new.txt"}, archive.path));
+        bool goOn = true;
+        m_archive->Add(m_root + "/files/new.txt", ArchiveItem(archive.path), 0,
+                       [&goOn](bool next) { goOn = next; });
+        QVERIFY(vzt::WaitForJobs());
+        QVERIFY(!goOn);
+        QCOMPARE(vzt::ReadAll(archive.path), before);
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(m_dialogs.isEmpty());
     }
-    QVERIFY(!m_archive->isExpanded(item));
-    QVERIFY(m_boxes.isEmpty());
-    QVERIFY(m_dialogs.isEmpty());
-}
 
-// ---- Creating and adding ----
+    void confirmReplace() {
+        QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
+        const QString zip = m_root + "/archives/report.zip";
+        QVERIFY(vzt::WriteAll(zip, "not yet an archive"));
+        m_settings.CompressionLevel = 9;
+        Show();
+        const vz::platform::FileFacts facts = vz::platform::ReadFacts(zip);
 
-void TestUnpackPack::dropOnArchiveBrowser_data() {
-    QTest::addColumn<QString>("inner");  // the target in x.zip; "-": the disk folder
-    QTest::addColumn<bool>("eachItem");
-    QTest::newRow("a disk folder: a new archive") << "-" << true;
-    QTest::newRow("the archive") << "" << true;
-    QTest::newRow("a folder in it") << "a" << true;
-    QTest::newRow("a folder, listed once") << "a" << false;
-}
+        m_boxAnswers = {QMessageBox::No};
+        QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].caption, QStringLiteral("Confirm Replace"));
+        QCOMPARE(m_boxes[0].text, QStringLiteral("Replace the existent file:\n\n") + zip +
+                                      "\n18 bytes, " + vz::FormatStatusTime(facts.modified) +
+                                      "\n\nwith the created archive?");
+        QCOMPARE(vzt::ReadAll(zip), QByteArray("not yet an archive"));
 
-void TestUnpackPack::dropOnArchiveBrowser() {
-    QFETCH(QString, inner);
-    QFETCH(bool, eachItem);
-    const bool creating = inner == "-";
-    const QString zip = m_root + "/archives/" + (creating ? "new.zip" : "x.zip");
-    Tree expected;
-    if (!creating) {
+        m_boxAnswers = {QMessageBox::Yes};
+        QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
+        QCOMPARE(m_boxes.size(), 2);
+        QCOMPARE(ZipContents(zip, m_root + "/check"), (Tree{{"report.txt", "the report"}}));
+    }
+
+    void nameAndLevelDialog_data() {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("method");
+        QTest::addColumn<bool>("askName");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("refusal");       // of the typed name; empty: taken
+        QTest::addColumn<QString>("archive");       // what is made in the target folder
+        QTest::addColumn<QString>("listedMethod");  // what the enabled controls were set to
+        const QString empty = QStringLiteral("You must specify a file name.");
+        const QString chars = QStringLiteral(
+            "A file name cannot contain any of the following characters:\n\\ / : * ? \" < > |");
+        // The typed name counts only when it may be typed.
+        QTest::newRow("level asked") << -2 << 1 << false << "chosen.name.zip"
+                                     << ""
+                                     << "report.zip"
+                                     << "Store";
+        QTest::newRow("method asked, level fixed") << 3 << -1 << true << "chosen.name.zip"
+                                                   << ""
+                                                   << "chosen.name.zip"
+                                                   << "BZip2";
+        QTest::newRow("both asked") << -2 << -1 << false << "x"
+                                    << ""
+                                    << "report.zip"
+                                    << "Store";
+        QTest::newRow("name up and out") << 6 << 0 << true << "../../x" << chars << "fixed.zip"
+                                         << "Deflate";
+        QTest::newRow("name blank") << 6 << 0 << true << "   " << empty << "fixed.zip"
+                                    << "Deflate";
+        QTest::newRow("name dot dot") << 6 << 0 << true << " .. " << empty << "fixed.zip"
+                                      << "Deflate";
+        QTest::newRow("name trimmed, extension cut") << 6 << 0 << true << "  my report.txt "
+                                                     << ""
+                                                     << "my report.zip"
+                                                     << "Deflate";
+    }
+
+    void nameAndLevelDialog() {
+        QFETCH(int, level);
+        QFETCH(int, method);
+        QFETCH(bool, askName);
+        QFETCH(QString, typed);
+        QFETCH(QString, refusal);
+        QFETCH(QString, archive);
+        QFETCH(QString, listedMethod);
+        m_settings.CompressionLevel = level;
+        m_settings.CompressionMethod = method;
+        m_settings.AskBeforeCreation = askName;
+        QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
+        QVERIFY(QDir().mkpath(m_root + "/archives/target"));
+        bool stayedOpen = false;
+        // The user can change only the controls that the settings leave to be asked.
+        m_answer = [&](QDialog& dialog) {
+            auto* d = qobject_cast<CNameAndLevel*>(&dialog);
+            if (d->LevelCombo()->isEnabled())
+                d->LevelCombo()->setCurrentIndex(0);
+            if (d->MethodCombo()->isEnabled())
+                d->MethodCombo()->setCurrentIndex(1);
+            d->NameEdit()->setText(typed);
+            dialog.setResult(-1);
+            d->OkButton()->click();
+            stayedOpen = dialog.result() == -1;
+            if (stayedOpen) {
+                d->NameEdit()->setText("fixed");
+                d->OkButton()->click();
+            }
+            return dialog.result();
+        };
+        Show();
+
+        QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives/target"));
+        QCOMPARE(m_dialogs, QStringList{"CNameAndLevel"});
+        QCOMPARE(stayedOpen, !refusal.isEmpty());
+        QCOMPARE(m_boxes.size(), refusal.isEmpty() ? 0 : 1);
+        if (!refusal.isEmpty()) {
+            QCOMPARE(m_boxes[0].text, refusal);
+            QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
+        }
+        // The archive is made in the target folder and nowhere else.
+        QCOMPARE(vzt::ListTree(m_root + "/archives"),
+                 (QStringList{"target/", "target/" + archive}));
+        const QString zip = m_root + "/archives/target/" + archive;
+        QCOMPARE(ZipContents(zip, m_root + "/check"), (Tree{{"report.txt", "the report"}}));
+        QCOMPARE(QDir(m_root).entryList(QDir::Files | QDir::Hidden), QStringList());
+        const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
+        QVERIFY2(listing.contains("Method = " + listedMethod), qPrintable(listing));
+    }
+
+    void encryptionFromTheDialog_data() {
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QString>("firstConfirm");  // what the confirm edit holds at the first OK
+        QTest::newRow("both empty") << ""
+                                    << "";
+        QTest::newRow("a password") << "s3cret"
+                                    << "s3cret";
+        QTest::newRow("a mismatch keeps the dialog") << "abc"
+                                                     << "abd";
+    }
+
+    void encryptionFromTheDialog() {
+        QFETCH(QString, password);
+        QFETCH(QString, firstConfirm);
+        m_settings.CompressionMethod = -1;
+        m_settings.EnableEncryption = true;
+        m_settings.EncryptionMethod = 3;
+        const QString zip = m_root + "/archives/x.zip";
         QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-        expected = SampleTree();
+        QVERIFY(vzt::WriteAll(m_root + "/files/one.txt", "one"));
+        QVERIFY(vzt::WriteAll(m_root + "/files/two.txt", "two"));
+        bool stayedOpen = false;
+        m_answer = [&](QDialog& dialog) {
+            auto* d = qobject_cast<CNameAndLevel*>(&dialog);
+            d->PasswordEdit()->setText(password);
+            d->ConfirmEdit()->setText(firstConfirm);
+            dialog.setResult(-1);
+            d->OkButton()->click();
+            stayedOpen = dialog.result() == -1;
+            if (stayedOpen) {
+                d->ConfirmEdit()->setText(password);
+                d->OkButton()->click();
+            }
+            return dialog.result();
+        };
+        Show();
+
+        // Two items, one question: the second item uses the answers given for the first.
+        QVERIFY(DropOnArchive({m_root + "/files/one.txt", m_root + "/files/two.txt"}, zip));
+        QCOMPARE(m_dialogs.size(), 1);
+        QCOMPARE(stayedOpen, firstConfirm != password);
+        QCOMPARE(m_boxes.size(), stayedOpen ? 1 : 0);
+        if (stayedOpen)
+            QCOMPARE(m_boxes[0].text,
+                     QStringLiteral("Password does not match the confirm password."));
+        const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
+        QCOMPARE(listing.count("Encrypted = +"), password.isEmpty() ? 0 : 2);
+        QCOMPARE(listing.contains("AES-256"), !password.isEmpty());
+        Tree expected = SampleTree();
         expected.insert("a/", {});
         expected.insert("a/b/", {});
+        expected.insert("one.txt", "one");
+        expected.insert("two.txt", "two");
+        QCOMPARE(ZipContents(zip, m_root + "/check", password), expected);
+        // The answers of the drop, its password with them, are forgotten with it: the next drop
+        // asks again.
+        QVERIFY(vzt::WriteAll(m_root + "/files/three.txt", "three"));
+        QVERIFY(DropOnArchive({m_root + "/files/three.txt"}, zip));
+        QCOMPARE(m_dialogs.size(), 2);
     }
-    const Tree data{{"new.txt", "new"},
-                    {"dir/in.bin", vzt::RandomBytes(70000, 1)},
-                    {"dir/sub/two.txt", "two"},
-                    {"dir/empty/", {}}};
-    QVERIFY(vzt::MakeTree(m_root + "/files", data));
-    m_settings.RefreshArchiveBrowserTreeWithAddingOfEachItem = eachItem;
-    m_settings.AskBeforeCreation = !creating;  // adds never ask for a name
-    Show();
-    const QString targetPath = creating          ? m_root + "/archives"
-                               : inner.isEmpty() ? zip
-                                                 : zip + '/' + inner;
-    m_archive->expand(ArchiveItem(targetPath));
 
-    QVERIFY(DropOnArchive({m_root + "/files/new.txt", m_root + "/files/dir"}, targetPath));
-    const QString prefix = creating || inner.isEmpty() ? QString() : inner + '/';
-    for (auto it = data.cbegin(); it != data.cend(); ++it) {
-        expected.insert(prefix + it.key(), it.value());
+    void dropsThatLeaveNothingBehind_data() {
+        QTest::addColumn<QString>("source");   // in files/; vanished.txt is gone before the drop
+        QTest::addColumn<QString>("target");   // under archives
+        QTest::addColumn<bool>("cancel");      // the level is asked, and the dialog cancelled
+        QTest::addColumn<QString>("caption");  // of the one box; empty: none
+        // The add fails inside the packer: that ends it without a message, and no new archive
+        // is left behind.
+        const QString none;
+        QTest::newRow("vanished, new archive") << "vanished.txt" << none << false << none;
+        QTest::newRow("vanished, existing archive") << "vanished.txt"
+                                                    << "/x.zip" << false << none;
+        // A folder in the place of the new archive: it cannot be created.
+        QTest::newRow("a folder in the archive's place")
+            << "report.txt" << none << false << "Error Creating Archive";
+        QTest::newRow("dialog cancelled") << "report.txt" << none << true << none;
     }
-    expected.insert(prefix + "dir/", {});
-    expected.insert(prefix + "dir/sub/", {});
-    QVERIFY(ZipTests(zip));
-    QCOMPARE(ZipContents(zip, m_root + "/check"), expected);
-    QCOMPARE(m_archive->CreatedArchive(), creating ? zip : QString());
-    QVERIFY(m_boxes.isEmpty());
-    QVERIFY(m_dialogs.isEmpty());  // fixed level and method, no name asked
-    QVERIFY(!CAppFlags::Instance().creatingArchive);
-    // The open target shows what was added.
-    const QModelIndex targetItem = ArchiveItem(targetPath);
-    m_archive->expand(targetItem);
-    CVelaTreeModel* model = m_archive->TreeModel();
-    if (creating) {
-        QVERIFY(model->FindChild(targetItem, "new.zip").isValid());
-    } else {
-        QVERIFY(model->FindChild(targetItem, "new.txt").isValid());
-        QVERIFY(model->FindChild(targetItem, "dir").isValid());
-    }
-}
 
-void TestUnpackPack::readOnlyFamiliesAreLeftAlone_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::newRow("rar") << "rar";
-    QTest::newRow("self-extracting zip") << "sfx";
-    QTest::newRow("7z") << "7z";
-}
+    // Each drop ends with its first item: the second one goes nowhere either.
+    void dropsThatLeaveNothingBehind() {
+        QFETCH(QString, source);
+        QFETCH(QString, target);
+        QFETCH(bool, cancel);
+        QFETCH(QString, caption);
+        const QString zip = m_root + "/archives/x.zip";
+        QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
+        const QByteArray before = vzt::ReadAll(zip);
+        QVERIFY(QDir().mkpath(m_root + "/archives/report.zip"));
+        QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
+        QVERIFY(vzt::WriteAll(m_root + "/files/second.txt", "second"));
+        m_settings.CompressionLevel = cancel ? -2 : 6;
+        Show();
+        const QPersistentModelIndex selected = ArchiveItem(m_root + "/archives" + target);
+        QVERIFY(selected.isValid());
 
-void TestUnpackPack::readOnlyFamiliesAreLeftAlone() {
-    QFETCH(QString, kind);
-    QVERIFY(vzt::MakeTree(m_root + "/scratch", {{"in.txt", "in"}}));
-    const vzt::FamilyArchive archive =
-        vzt::MakeFamilyArchive(kind, m_root + "/scratch", m_root + "/archives");
-    QVERIFY2(archive.error.isEmpty(), qPrintable(archive.error));
-    const QByteArray before = vzt::ReadAll(archive.path);
-    QVERIFY(vzt::WriteAll(m_root + "/files/new.txt", "new"));
-    Show();
-    QVERIFY(ArchiveItem(archive.path).isValid());
-
-    // Not a place to drop on, and a drop there does nothing.
-    QVERIFY(!DropOnArchive({m_root + "/files/new.txt"}, archive.path));
-    bool goOn = true;
-    m_archive->Add(m_root + "/files/new.txt", ArchiveItem(archive.path), 0,
-                   [&goOn](bool next) { goOn = next; });
-    QVERIFY(vzt::WaitForJobs());
-    QVERIFY(!goOn);
-    QCOMPARE(vzt::ReadAll(archive.path), before);
-    QVERIFY(m_boxes.isEmpty());
-    QVERIFY(m_dialogs.isEmpty());
-}
-
-void TestUnpackPack::confirmReplace() {
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    const QString zip = m_root + "/archives/report.zip";
-    QVERIFY(vzt::WriteAll(zip, "not yet an archive"));
-    m_settings.CompressionLevel = 9;
-    Show();
-    const vz::platform::FileFacts facts = vz::platform::ReadFacts(zip);
-
-    m_boxAnswers = {QMessageBox::No};
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].caption, QStringLiteral("Confirm Replace"));
-    QCOMPARE(m_boxes[0].icon, QMessageBox::Question);
-    QCOMPARE(m_boxes[0].buttons, QMessageBox::Yes | QMessageBox::No);
-    QCOMPARE(m_boxes[0].text, QStringLiteral("Replace the existent file:\n\n") + zip +
-                                  "\n18 bytes, " + vz::FormatStatusTime(facts.modified) +
-                                  "\n\nwith the created archive?");
-    QCOMPARE(vzt::ReadAll(zip), QByteArray("not yet an archive"));
-
-    m_boxAnswers = {QMessageBox::Yes};
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
-    QCOMPARE(m_boxes.size(), 2);
-    QCOMPARE(ZipContents(zip, m_root + "/check"), (Tree{{"report.txt", "the report"}}));
-}
-
-void TestUnpackPack::nameAndLevelDialog_data() {
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("method");
-    QTest::addColumn<int>("encryptionMethod");
-    QTest::addColumn<bool>("encrypt");
-    QTest::addColumn<bool>("askName");
-    QTest::addColumn<QString>("listedMethod");  // what the enabled controls were set to
-    QTest::newRow("level asked") << -2 << 1 << 2 << false << false << "Store";
-    QTest::newRow("method asked, level fixed") << 3 << -1 << -1 << true << true << "BZip2";
-    QTest::newRow("both asked") << -2 << -1 << 0 << true << false << "Store";
-}
-
-void TestUnpackPack::nameAndLevelDialog() {
-    QFETCH(int, level);
-    QFETCH(int, method);
-    QFETCH(int, encryptionMethod);
-    QFETCH(bool, encrypt);
-    QFETCH(bool, askName);
-    QFETCH(QString, listedMethod);
-    m_settings.CompressionLevel = level;
-    m_settings.CompressionMethod = method;
-    m_settings.EncryptionMethod = encryptionMethod;
-    m_settings.EnableEncryption = encrypt;
-    m_settings.AskBeforeCreation = askName;
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    // What the dialog shows enabled and set follows the settings.
-    auto check = [&](CNameAndLevel* d) {
-        QCOMPARE(d->windowTitle(), QStringLiteral("Name and Compression Settings"));
-        QCOMPARE(d->NameEdit()->text(), QStringLiteral("report"));
-        QCOMPARE(d->NameEdit()->isEnabled(), askName);
-        QCOMPARE(d->LevelCombo()->isEnabled(), level == -2);
-        QCOMPARE(d->MethodCombo()->isEnabled(), method == -1);
-        QCOMPARE(d->LevelCombo()->currentIndex(), level == -2 ? 6 : level);
-        QCOMPARE(d->MethodCombo()->currentIndex(), method == 1 ? 1 : 0);
-        QCOMPARE(d->SetPasswordCheck()->isChecked(), encrypt);
-        QCOMPARE(d->PasswordEdit()->isEnabled() && d->ConfirmEdit()->isEnabled() &&
-                     d->ShowPasswordCheck()->isEnabled(),
-                 encrypt);
-        QCOMPARE(d->EncryptionMethodCombo()->isEnabled(), encrypt && encryptionMethod == -1);
-        QCOMPARE(d->EncryptionMethodCombo()->currentIndex(), std::max(encryptionMethod, 0));
-        d->SetPasswordCheck()->setChecked(!encrypt);
-        QCOMPARE(d->PasswordEdit()->isEnabled(), !encrypt);
-        d->SetPasswordCheck()->setChecked(false);
-        d->ShowPasswordCheck()->setChecked(true);
-        QCOMPARE(d->ConfirmEdit()->echoMode(), QLineEdit::Normal);
-    };
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        check(d);
-        // What the user can change: the enabled controls.
-        if (d->LevelCombo()->isEnabled())
-            d->LevelCombo()->setCurrentIndex(0);
-        if (d->MethodCombo()->isEnabled())
-            d->MethodCombo()->setCurrentIndex(1);
-        d->NameEdit()->setText(QStringLiteral("chosen.name.zip"));
-        d->OkButton()->click();
-        return dialog.result();
-    };
-    Show();
-
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives"));
-    QCOMPARE(m_dialogs, QStringList{"CNameAndLevel"});
-    // The typed name counts only when it may be typed.
-    const QString zip = m_root + "/archives/" + (askName ? "chosen.name.zip" : "report.zip");
-    QVERIFY(QFileInfo::exists(zip));
-    QCOMPARE(ZipContents(zip, m_root + "/check"), (Tree{{"report.txt", "the report"}}));
-    const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
-    QVERIFY2(listing.contains("Method = " + listedMethod), qPrintable(listing));
-}
-
-void TestUnpackPack::typedArchiveNames_data() {
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("refusal");  // empty: taken
-    QTest::addColumn<QString>("archive");  // what is made in the target folder
-    const QString empty = QStringLiteral("You must specify a file name.");
-    const QString chars = QStringLiteral(
-        "A file name cannot contain any of the following characters:\n\\ / : * ? \" < > |");
-    QTest::newRow("a folder on the way") << "a/b" << chars << "fixed.zip";
-    QTest::newRow("up and out") << "../../x" << chars << "fixed.zip";
-    QTest::newRow("backslash") << "a\\b" << chars << "fixed.zip";
-    QTest::newRow("colon") << "x:y" << chars << "fixed.zip";
-    QTest::newRow("empty") << "" << empty << "fixed.zip";
-    QTest::newRow("blanks") << "   " << empty << "fixed.zip";
-    QTest::newRow("dot") << "." << empty << "fixed.zip";
-    QTest::newRow("dot dot") << " .. " << empty << "fixed.zip";
-    QTest::newRow("trimmed, extension cut") << "  my report.txt "
-                                            << ""
-                                            << "my report.zip";
-}
-
-void TestUnpackPack::typedArchiveNames() {
-    QFETCH(QString, typed);
-    QFETCH(QString, refusal);
-    QFETCH(QString, archive);
-    m_settings.AskBeforeCreation = true;
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    QVERIFY(QDir().mkpath(m_root + "/archives/target"));
-    bool stayedOpen = false;
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        d->NameEdit()->setText(typed);
-        dialog.setResult(-1);
-        d->OkButton()->click();
-        stayedOpen = dialog.result() == -1;
-        if (stayedOpen) {
-            d->NameEdit()->setText("fixed");
-            d->OkButton()->click();
+        QVERIFY(!m_archive->DropTarget()->Drop(nullptr, Qt::IgnoreAction));
+        QVERIFY(DropOnArchive({m_root + "/files/" + source, m_root + "/files/second.txt"},
+                              m_root + "/archives" + target));
+        QCOMPARE(m_dialogs.size(), cancel ? 1 : 0);
+        QCOMPARE(m_boxes.size(), caption.isEmpty() ? 0 : 1);
+        if (!caption.isEmpty()) {
+            QCOMPARE(m_boxes[0].caption, caption);
+            QCOMPARE(m_boxes[0].text, QStringLiteral("Cannot create the archive %1.")
+                                          .arg(m_root + "/archives/report.zip"));
         }
-        return dialog.result();
-    };
-    Show();
-
-    QVERIFY(DropOnArchive({m_root + "/files/report.txt"}, m_root + "/archives/target"));
-    QCOMPARE(stayedOpen, !refusal.isEmpty());
-    if (refusal.isEmpty()) {
-        QVERIFY(m_boxes.isEmpty());
-    } else {
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
-        QCOMPARE(m_boxes[0].text, refusal);
-        QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    }
-    // The archive is made in the target folder and nowhere else.
-    QCOMPARE(vzt::ListTree(m_root + "/archives"), (QStringList{"target/", "target/" + archive}));
-    QCOMPARE(ZipContents(m_root + "/archives/target/" + archive, m_root + "/check"),
-             (Tree{{"report.txt", "the report"}}));
-    QCOMPARE(QDir(m_root).entryList(QDir::Files | QDir::Hidden), QStringList());
-}
-
-void TestUnpackPack::encryptionFromTheDialog_data() {
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<QString>("firstConfirm");  // what the confirm edit holds at the first OK
-    QTest::newRow("both empty") << ""
-                                << "";
-    QTest::newRow("a password") << "s3cret"
-                                << "s3cret";
-    QTest::newRow("a mismatch keeps the dialog") << "abc"
-                                                 << "abd";
-}
-
-void TestUnpackPack::encryptionFromTheDialog() {
-    QFETCH(QString, password);
-    QFETCH(QString, firstConfirm);
-    m_settings.CompressionMethod = -1;
-    m_settings.EnableEncryption = true;
-    m_settings.EncryptionMethod = 3;
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/one.txt", "one"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/two.txt", "two"));
-    bool stayedOpen = false;
-    m_answer = [&](QDialog& dialog) {
-        auto* d = qobject_cast<CNameAndLevel*>(&dialog);
-        d->PasswordEdit()->setText(password);
-        d->ConfirmEdit()->setText(firstConfirm);
-        dialog.setResult(-1);
-        d->OkButton()->click();
-        stayedOpen = dialog.result() == -1;
-        if (stayedOpen) {
-            d->ConfirmEdit()->setText(password);
-            d->OkButton()->click();
-        }
-        return dialog.result();
-    };
-    Show();
-
-    // Two items, one question: the second item uses the answers given for the first.
-    QVERIFY(DropOnArchive({m_root + "/files/one.txt", m_root + "/files/two.txt"}, zip));
-    QCOMPARE(m_dialogs.size(), 1);
-    QCOMPARE(stayedOpen, firstConfirm != password);
-    if (stayedOpen) {
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].caption, QStringLiteral("Vela-ZIP Archiver"));
-        QCOMPARE(m_boxes[0].text, QStringLiteral("Password does not match the confirm password."));
-        QCOMPARE(m_boxes[0].icon, QMessageBox::Critical);
-    } else {
-        QVERIFY(m_boxes.isEmpty());
-    }
-    const QString listing = QString::fromUtf8(vzt::Run("7zz", {"l", "-slt", zip}).output);
-    QCOMPARE(listing.count("Encrypted = +"), password.isEmpty() ? 0 : 2);
-    QCOMPARE(listing.contains("AES-256"), !password.isEmpty());
-    Tree expected = SampleTree();
-    expected.insert("a/", {});
-    expected.insert("a/b/", {});
-    expected.insert("one.txt", "one");
-    expected.insert("two.txt", "two");
-    QCOMPARE(ZipContents(zip, m_root + "/check", password), expected);
-    // The answers of the drop, its password with them, are forgotten with it: the next drop
-    // asks again.
-    QVERIFY(vzt::WriteAll(m_root + "/files/three.txt", "three"));
-    QVERIFY(DropOnArchive({m_root + "/files/three.txt"}, zip));
-    QCOMPARE(m_dialogs.size(), 2);
-}
-
-void TestUnpackPack::dropsThatLeaveNothingBehind_data() {
-    QTest::addColumn<QString>("source");   // in files/; vanished.txt is gone before the drop
-    QTest::addColumn<QString>("target");   // under archives
-    QTest::addColumn<bool>("cancel");      // the level is asked, and the dialog cancelled
-    QTest::addColumn<QString>("caption");  // of the one box; empty: none
-    // The add fails inside the packer: that ends it without a message, and no new archive
-    // is left behind.
-    const QString none;
-    QTest::newRow("vanished, new archive") << "vanished.txt" << none << false << none;
-    QTest::newRow("vanished, existing archive") << "vanished.txt"
-                                                << "/x.zip" << false << none;
-    // A folder in the place of the new archive: it cannot be created.
-    QTest::newRow("a folder in the archive's place")
-        << "report.txt" << none << false << "Error Creating Archive";
-    QTest::newRow("dialog cancelled") << "report.txt" << none << true << none;
-}
-
-// Each drop ends with its first item: the second one goes nowhere either.
-void TestUnpackPack::dropsThatLeaveNothingBehind() {
-    QFETCH(QString, source);
-    QFETCH(QString, target);
-    QFETCH(bool, cancel);
-    QFETCH(QString, caption);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
-    const QByteArray before = vzt::ReadAll(zip);
-    QVERIFY(QDir().mkpath(m_root + "/archives/report.zip"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/report.txt", "the report"));
-    QVERIFY(vzt::WriteAll(m_root + "/files/second.txt", "second"));
-    m_settings.CompressionLevel = cancel ? -2 : 6;
-    Show();
-    const QPersistentModelIndex selected = ArchiveItem(m_root + "/archives" + target);
-    QVERIFY(selected.isValid());
-
-    QVERIFY(!m_archive->DropTarget()->Drop(nullptr, Qt::IgnoreAction));
-    QVERIFY(DropOnArchive({m_root + "/files/" + source, m_root + "/files/second.txt"},
-                          m_root + "/archives" + target));
-    QCOMPARE(m_dialogs.size(), cancel ? 1 : 0);
-    QCOMPARE(m_boxes.size(), caption.isEmpty() ? 0 : 1);
-    if (!caption.isEmpty()) {
-        QCOMPARE(m_boxes[0].caption, caption);
-        QCOMPARE(
-            m_boxes[0].text,
-            QStringLiteral("Cannot create the archive %1.").arg(m_root + "/archives/report.zip"));
-    }
-    QCOMPARE(vzt::ListTree(m_root + "/archives"), (QStringList{"report.zip/", "x.zip"}));
-    QCOMPARE(vzt::ReadAll(zip), before);
-    QVERIFY(!m_archive->DropHighlight().isValid());
-    QCOMPARE(QPersistentModelIndex(m_archive->currentIndex()), selected);
-}
-
-void TestUnpackPack::whileAdding_data() {
-    QTest::addColumn<bool>("stop");
-    QTest::newRow("Stop leaves the archive as it was") << true;
-    QTest::newRow("the target's parent collapsed") << false;
-}
-
-// The overwrite question of the packer holds the add's worker while the case acts.
-void TestUnpackPack::whileAdding() {
-    QFETCH(bool, stop);
-    const QString zip = m_root + "/archives/x.zip";
-    QVERIFY(MakeZip(zip, {{"a/big.bin", "old"}, {"a/d.txt", "dee"}}, m_root + "/scratch"));
-    const QByteArray before = vzt::ReadAll(zip);
-    const QByteArray big = vzt::RandomBytes(16 << 20, 9);
-    QVERIFY(vzt::MakeTree(m_root + "/files", {{"big.bin", big}, {"next.txt", "next"}}));
-    m_settings.CompressionLevel = 6;
-    Show();
-    const QPersistentModelIndex zipItem = ArchiveItem(zip);
-    QString title;
-    AnswerReplaceAfter([&] {
-        CPackProgress* progress = VisibleProgress();
-        QVERIFY(progress != nullptr);
-        title = progress->windowTitle();
-        if (stop) {
-            progress->StopButton()->click();
-        } else {
-            // Forgets the drop target while the add into it runs.
-            m_archive->collapse(zipItem);
-        }
-    });
-    m_boxAnswers = {QMessageBox::Yes};
-
-    QVERIFY(DropOnArchive({m_root + "/files/big.bin", m_root + "/files/next.txt"}, zip + "/a"));
-    QCOMPARE(title, QStringLiteral("Pack Progress"));
-    QVERIFY(ZipTests(zip));
-    if (stop) {
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the pack?"));
+        QCOMPARE(vzt::ListTree(m_root + "/archives"), (QStringList{"report.zip/", "x.zip"}));
         QCOMPARE(vzt::ReadAll(zip), before);
-    } else {
-        QVERIFY(m_boxes.isEmpty());
-        const Tree contents = ZipContents(zip, m_root + "/check");
-        QCOMPARE(contents.value("a/big.bin"), big);
-        QCOMPARE(contents.value("a/d.txt"), QByteArray("dee"));
-        QVERIFY(!contents.contains("a/next.txt"));  // the drop ended with its target
+        QVERIFY(!m_archive->DropHighlight().isValid());
+        QCOMPARE(QPersistentModelIndex(m_archive->currentIndex()), selected);
     }
-    QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
-}
+
+    void whileAdding_data() {
+        QTest::addColumn<bool>("stop");
+        QTest::newRow("Stop leaves the archive as it was") << true;
+        QTest::newRow("the target's parent collapsed") << false;
+    }
+
+    // The overwrite question of the packer holds the add's worker while the case acts.
+    void whileAdding() {
+        QFETCH(bool, stop);
+        const QString zip = m_root + "/archives/x.zip";
+        QVERIFY(MakeZip(zip, {{"a/big.bin", "old"}, {"a/d.txt", "dee"}}, m_root + "/scratch"));
+        const QByteArray before = vzt::ReadAll(zip);
+        const QByteArray big = vzt::RandomBytes(16 << 20, 9);
+        QVERIFY(vzt::MakeTree(m_root + "/files", {{"big.bin", big}, {"next.txt", "next"}}));
+        m_settings.CompressionLevel = 6;
+        Show();
+        const QPersistentModelIndex zipItem = ArchiveItem(zip);
+        AnswerReplaceAfter([&] {
+            CPackProgress* progress = VisibleProgress();
+            QVERIFY(progress != nullptr);
+            if (stop) {
+                progress->StopButton()->click();
+            } else {
+                // Forgets the drop target while the add into it runs.
+                m_archive->collapse(zipItem);
+            }
+        });
+        m_boxAnswers = {QMessageBox::Yes};
+
+        QVERIFY(DropOnArchive({m_root + "/files/big.bin", m_root + "/files/next.txt"}, zip + "/a"));
+        QVERIFY(ZipTests(zip));
+        if (stop) {
+            QCOMPARE(m_boxes.size(), 1);
+            QCOMPARE(m_boxes[0].text, QStringLiteral("Interrupt the pack?"));
+            QCOMPARE(vzt::ReadAll(zip), before);
+        } else {
+            QVERIFY(m_boxes.isEmpty());
+            const Tree contents = ZipContents(zip, m_root + "/check");
+            QCOMPARE(contents.value("a/big.bin"), big);
+            QCOMPARE(contents.value("a/d.txt"), QByteArray("dee"));
+            QVERIFY(!contents.contains("a/next.txt"));  // the drop ended with its target
+        }
+        QCOMPARE(vzt::ListTree(m_root + "/archives"), QStringList{"x.zip"});
+    }
+};
 
 QTEST_MAIN(TestUnpackPack)
 #include "tst_unpackpack.moc"
