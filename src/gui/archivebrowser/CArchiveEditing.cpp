@@ -114,13 +114,10 @@ bool CArchiveEditing::EndRename(const QPersistentModelIndex& item, int mode,
         const QString question = archiveedit::RenameConfirmation(
             info.attributes, vz::LastComponent(oldInnerPath), check.newName);
         if (!question.isEmpty()) {
-            CConfirmRename dialog(m_tree);
-            dialog.setWindowTitle(archiveedit::RenameConfirmCaption());
-            dialog.SetMessage(question);
-            dialog.SetItem(path, ConfirmIcon::ExtensionOnly);
             const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
-            dialog.SetDetails(lines.first, lines.second);
-            const int answer = vz::ExecModal(dialog);
+            const int answer =
+                CConfirmRename(m_tree).Ask(archiveedit::RenameConfirmCaption(), question, path,
+                                           ConfirmIcon::ExtensionOnly, lines.first, lines.second);
             if (answer != QDialog::Accepted) {
                 // The entry keeps its name. After "No" the user may type another name; a
                 // cancel ends the edit here.
@@ -220,14 +217,12 @@ void CArchiveEditing::DeleteFileEntry(const QPersistentModelIndex& item, const Q
         return;
     }
 
-    CConfirmDelete dialog(m_tree);
-    dialog.setWindowTitle(archiveedit::DeleteConfirmCaption(false));
-    dialog.SetMessage(
-        archiveedit::DeleteFileConfirmation(info.attributes, vz::LastComponent(innerPath)));
-    dialog.SetItem(m_tree->PathOfItem(item), ConfirmIcon::ExtensionOnly);
     const fileops::DetailLines lines = archiveedit::EntryDetailLines(info);
-    dialog.SetDetails(lines.first, lines.second);
-    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+    if (CConfirmDelete(m_tree).Ask(
+            archiveedit::DeleteConfirmCaption(false),
+            archiveedit::DeleteFileConfirmation(info.attributes, vz::LastComponent(innerPath)),
+            m_tree->PathOfItem(item), ConfirmIcon::ExtensionOnly, lines.first,
+            lines.second) != QDialog::Accepted) {
         packer.CloseArchive();
         return;
     }
@@ -246,12 +241,11 @@ void CArchiveEditing::DeleteFolderEntry(const QPersistentModelIndex& item,
         return;
     }
 
-    CConfirmDelete dialog(m_tree);
-    dialog.setWindowTitle(archiveedit::DeleteConfirmCaption(true));
-    dialog.SetMessage(archiveedit::DeleteFolderConfirmation(vz::LastComponent(innerPath)));
-    dialog.SetItem(m_tree->PathOfItem(item), ConfirmIcon::Folder);
-    dialog.SetDetails(description, QString());
-    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+    if (CConfirmDelete(m_tree).Ask(
+            archiveedit::DeleteConfirmCaption(true),
+            archiveedit::DeleteFolderConfirmation(vz::LastComponent(innerPath)),
+            m_tree->PathOfItem(item), ConfirmIcon::Folder, description,
+            QString()) != QDialog::Accepted) {
         packer.CloseArchive();
         return;
     }

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "common/CItemIcons.h"
+#include "common/ModalDialog.h"
 #include "platform/FileSystem.h"
 
 namespace {
@@ -146,4 +147,13 @@ QPushButton* CConfirmDialog::AddButton(const QString& text, int result) {
     m_buttons->addWidget(button);
     m_buttonList << button;
     return button;
+}
+
+int CConfirmDialog::Ask(const QString& caption, const QString& message, const QString& path,
+                        ConfirmIcon source, const QString& first, const QString& second) {
+    setWindowTitle(caption);
+    SetMessage(message);
+    SetItem(path, source);
+    SetDetails(first, second);
+    return vz::ExecModal(*this);
 }

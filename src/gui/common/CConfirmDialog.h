@@ -42,6 +42,10 @@ public:
     void SetMessage(const QString& message);
     void SetItem(const QString& path, ConfirmIcon source);
     void SetDetails(const QString& first, const QString& second);
+    // Fills the dialog and shows it modally; returns the result of the button pressed
+    // (QDialog::Rejected for Escape or closing).
+    int Ask(const QString& caption, const QString& message, const QString& path, ConfirmIcon source,
+            const QString& first, const QString& second);
 
     QString Message() const;
     QString FirstLine() const;

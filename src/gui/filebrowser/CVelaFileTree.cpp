@@ -689,13 +689,10 @@ bool CVelaFileTree::EndLabelEdit(const QModelIndex& item, const QString& text) {
         const QString question =
             fileops::RenameConfirmation(facts, platform::FileNameOf(oldPath), check.newName);
         if (!question.isEmpty()) {
-            CConfirmRename dialog(this);
-            dialog.setWindowTitle(fileops::RenameConfirmCaption());
-            dialog.SetMessage(question);
-            dialog.SetItem(oldPath, ConfirmIcon::RealFile);
             const fileops::DetailLines lines = fileops::FileDetailLines(facts);
-            dialog.SetDetails(lines.first, lines.second);
-            if (vz::ExecModal(dialog) != QDialog::Accepted) {
+            if (CConfirmRename(this).Ask(fileops::RenameConfirmCaption(), question, oldPath,
+                                         ConfirmIcon::RealFile, lines.first,
+                                         lines.second) != QDialog::Accepted) {
                 return false;  // the old name stays, and no further editing
             }
         }
@@ -722,13 +719,11 @@ void CVelaFileTree::OnDelete() {
     const platform::FileFacts facts = platform::ReadFacts(path);
     const bool asFolder = fileops::DeletesAsFolder(facts);
 
-    CConfirmDelete dialog(this);
-    dialog.setWindowTitle(fileops::DeleteConfirmCaption(asFolder));
-    dialog.SetMessage(fileops::DeleteConfirmation(path, facts));
-    dialog.SetItem(path, asFolder ? ConfirmIcon::Folder : ConfirmIcon::RealFile);
     const fileops::DetailLines lines = fileops::DetailLinesFor(path, m_showFiles);
-    dialog.SetDetails(lines.first, lines.second);
-    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+    if (CConfirmDelete(this).Ask(fileops::DeleteConfirmCaption(asFolder),
+                                 fileops::DeleteConfirmation(path, facts), path,
+                                 asFolder ? ConfirmIcon::Folder : ConfirmIcon::RealFile,
+                                 lines.first, lines.second) != QDialog::Accepted) {
         return;
     }
 
