@@ -41,13 +41,10 @@ public:
     QList<OverwriteQuestion> questions;
     int polls = 0;
     int stopAtPoll = 0;  // StopRequested says true at this poll (0: never)
-    QStringList progressNames;
     std::function<void(const QString&)> onProgress;
 
     void Progress(int percent, const QString& name) override {
         QVERIFY(percent >= 0 && percent <= 100);
-        if (progressNames.isEmpty() || progressNames.last() != name)
-            progressNames << name;
         if (onProgress)
             onProgress(name);
     }
@@ -82,12 +79,7 @@ struct stat LStat(const QString& path) {
 }
 
 QStringList Leftovers(const QString& root) {
-    QStringList found;
-    for (const QString& p : vzt::ListTree(root)) {
-        if (p.contains(QLatin1String(".vz-")))
-            found << p;
-    }
-    return found;
+    return vzt::ListTree(root).filter(QLatin1String(".vz-"));
 }
 
 // A small tmpfs for the duration of a test, when this process may mount one.
@@ -189,7 +181,6 @@ private slots:
         QVERIFY(Leftovers(target).isEmpty());
         // The big file was copied in several blocks, with Stop polled between them.
         QVERIFY(observer.polls >= 13 + 2);
-        QVERIFY(observer.progressNames.contains("big.bin"));
         // A link to a folder given as the item itself is copied as a link too.
         QVERIFY(copier.CopyInto(src + "/folder-link", target).Ok());
         QVERIFY(S_ISLNK(LStat(target + "/folder-link").st_mode));
@@ -234,20 +225,11 @@ private slots:
             QCOMPARE(vzt::ReadAll(dst + '/' + QLatin1String(n)), QByteArray("new ") + n);
     }
 
-    void replaceClasses_data() {
-        QTest::addColumn<uint>("attributes");
-        QTest::addColumn<int>("cls");
-        QTest::newRow("ordinary") << 0u << int(ReplaceClass::Ordinary);
-        QTest::newRow("hidden") << uint(kDosHidden) << int(ReplaceClass::Hidden);
-        QTest::newRow("read-only before hidden")
-            << uint(kDosReadOnly | kDosHidden) << int(ReplaceClass::ReadOnly);
-        QTest::newRow("system first")
-            << uint(kDosSystem | kDosReadOnly | kDosHidden) << int(ReplaceClass::System);
-    }
-    void replaceClasses() {
-        QFETCH(uint, attributes);
-        QFETCH(int, cls);
-        QCOMPARE(int(ClassifyReplace(attributes)), cls);
+    void replaceClassOrder() {
+        // System comes before read-only, and read-only before hidden.
+        QCOMPARE(int(ClassifyReplace(kDosHidden)), int(ReplaceClass::Hidden));
+        QCOMPARE(int(ClassifyReplace(kDosReadOnly | kDosHidden)), int(ReplaceClass::ReadOnly));
+        QCOMPARE(int(ClassifyReplace(kDosSystem | kDosReadOnly)), int(ReplaceClass::System));
     }
 
     void cancelEndsTheWholeCopy() {
@@ -467,44 +449,37 @@ private slots:
             QVERIFY(QFileInfo::exists(check.newPath));
             QVERIFY(!QFileInfo::exists(old));
         }
-        // Nothing but a Rename verdict (carried out above) touches the disk.
-        if (check.verdict != RenameVerdict::Rename)
+        // Nothing but a Rename verdict (carried out above) touches the disk, and the rename
+        // itself never replaces what is there.
+        if (check.verdict != RenameVerdict::Rename) {
+            QVERIFY(!RenameOnDisk(old, root + "/b.txt"));
             QCOMPARE(vzt::ListTree(root), (QStringList{"a.txt", "b.txt", "dir/"}));
-    }
-
-    void renameNeverReplaces() {
-        const QString root = Fresh();
-        QVERIFY(vzt::MakeTree(root, {{"a.txt", "a"}, {"b.txt", "b"}}));
-        QVERIFY(!RenameOnDisk(root + "/a.txt", root + "/b.txt"));
-        QCOMPARE(vzt::ReadAll(root + "/b.txt"), QByteArray("b"));
+            QCOMPARE(vzt::ReadAll(root + "/b.txt"), QByteArray("b"));
+        }
     }
 
     void renameConfirmation_data() {
         QTest::addColumn<uint>("attributes");
         QTest::addColumn<bool>("folder");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char* name, uint attributes, bool folder, const char* kind) {
-            QTest::newRow(name) << attributes << folder
-                                << (*kind == 0 ? QString()
-                                               : QStringLiteral("Are you sure you want to rename "
-                                                                "the %1 file 'a.txt' to 'b.txt'?")
-                                                     .arg(QLatin1String(kind)));
-        };
-        row("ordinary", 0u, false, "");
-        row("system first", kDosSystem | kDosReadOnly, false, "system");
-        row("read-only before hidden", kDosReadOnly | kDosHidden, false, "read-only");
-        row("folder", kDosReadOnly | kDosHidden, true, "");
+        QTest::addColumn<QString>("kind");  // empty: renamed without a question
+        QTest::newRow("system first") << uint(kDosSystem | kDosReadOnly) << false << "system";
+        QTest::newRow("read-only before hidden")
+            << uint(kDosReadOnly | kDosHidden) << false << "read-only";
+        QTest::newRow("folder") << uint(kDosReadOnly | kDosHidden) << true << "";
     }
     void renameConfirmation() {
         QFETCH(uint, attributes);
         QFETCH(bool, folder);
-        QFETCH(QString, text);
+        QFETCH(QString, kind);
         FileFacts facts;
         facts.exists = true;
         facts.isFolder = folder;
         facts.isFile = !folder;
         facts.attributes = attributes;
-        QCOMPARE(RenameConfirmation(facts, "a.txt", "b.txt"), text);
+        QCOMPARE(RenameConfirmation(facts, "a.txt", "b.txt"),
+                 kind.isEmpty()
+                     ? QString()
+                     : "Are you sure you want to rename the " + kind + " file 'a.txt' to 'b.txt'?");
     }
 
     // ---- delete ----
@@ -520,7 +495,6 @@ private slots:
                                        .arg(QLatin1String(kind), QLatin1String(file));
         };
         row("file", "a.txt", 0644u, "");
-        row("read-only", "a.txt", 0444u, "read-only ");
         row("hidden", ".a", 0644u, "hidden ");
         row("read-only hidden", ".a", 0400u, "read-only ");
     }
@@ -556,12 +530,8 @@ private slots:
 
         const FileFacts facts = ReadFacts(root + "/tree");
         QVERIFY(DeletesAsFolder(facts));
-        QCOMPARE(DeleteConfirmation(root + "/tree", facts),
-                 QStringLiteral("Are you sure you want to delete the folder 'tree' and all its "
-                                "contents?"));
         QCOMPARE(DetailLinesFor(root + "/tree", false).first, QStringLiteral("objects: 2"));
         QCOMPARE(DetailLinesFor(root + "/tree", true).first, QStringLiteral("objects: 4"));
-        QVERIFY(DetailLinesFor(root + "/tree", true).second.startsWith("created: "));
 
         QVERIFY(DeleteItem(root + "/tree"));
         QVERIFY(!QFileInfo::exists(root + "/tree"));
@@ -591,18 +561,6 @@ private slots:
     }
 
     // ---- new folder ----
-
-    void newFolderNumbering() {
-        const QString root = Fresh();
-        QCOMPARE(NewFolderPath(root), root + "/New Folder");
-        QVERIFY(vzt::MakeTree(root, {{"New Folder/", ""}, {"New Folder 1/", ""}}));
-        QCOMPARE(NewFolderPath(root), root + "/New Folder 2");
-        QString created;
-        QVERIFY(CreateNewFolder(root, &created));
-        QCOMPARE(created, root + "/New Folder 2");
-        QVERIFY(QFileInfo(created).isDir());
-        QCOMPARE(NewFolderPath(root + "/"), root + "/New Folder 3");
-    }
 
     void newFolderNameTakenOnlyByPlainFolder_data() {
         QTest::addColumn<QString>("occupant");
@@ -638,14 +596,6 @@ private slots:
         QTest::addColumn<uint>("attributes");
         QTest::addColumn<QString>("text");
         const qint64 t = 981173106;  // 2001-02-03 04:05:06 UTC
-        QTest::newRow("small") << qint64(999) << t << 0u
-                               << "Size - 999 bytes, Modified - 02/03/01 04:05:06";
-        QTest::newRow("read-only and system")
-            << qint64(0) << t << uint(kDosReadOnly | kDosSystem)
-            << "Size - 0 bytes, Modified - 02/03/01 04:05:06, Attributes - read-only system";
-        QTest::newRow("hidden") << qint64(1000) << t << uint(kDosHidden)
-                                << "Size - 1 000 bytes, Modified - 02/03/01 04:05:06, "
-                                   "Attributes - hidden ";
         QTest::newRow("all three")
             << qint64(5) << t << uint(kDosSystem | kDosHidden | kDosReadOnly | kDosDirectory)
             << "Size - 5 bytes, Modified - 02/03/01 04:05:06, Attributes - read-only hidden "
@@ -666,38 +616,6 @@ private slots:
         QCOMPARE(FileStatusText(facts), text);
     }
 
-    void statusAndDetailsOfRealItems() {
-        const QString root = Fresh();
-        QVERIFY(vzt::MakeTree(root, {{"f/file.bin", QByteArray(1234567, 'x')},
-                                     {"f/.h", "h"},
-                                     {"f/s1/", ""},
-                                     {"f/s2/", ""}}));
-        const QString file = root + "/f/file.bin";
-        SetMTime(file, 981173106);
-        QCOMPARE(chmod(QFile::encodeName(file).constData(), 0444), 0);
-        QCOMPARE(StatusText(file, true),
-                 QStringLiteral("Size - 1 234 567 bytes, Modified - 02/03/01 04:05:06, "
-                                "Attributes - read-only "));
-        QCOMPARE(StatusText(root + "/f", false), QStringLiteral("Objects: 2"));
-        QCOMPARE(StatusText(root + "/f", true), QStringLiteral("Objects: 4"));
-        const DetailLines lines = DetailLinesFor(file, true);
-        QCOMPARE(lines.first, QStringLiteral("size: 1 234 567 bytes"));
-        QCOMPARE(lines.second, QStringLiteral("modified: 02/03/01, 04:05:06"));
-
-        const FileProperties fp = FilePropertiesOf(file);
-        QCOMPARE(fp.location, root + "/f");
-        QCOMPARE(fp.size, QStringLiteral("1 234 567 bytes"));
-        QCOMPARE(fp.modified, QStringLiteral("02/03/01 04:05:06"));
-        QVERIFY(!fp.lastAccess.isEmpty());
-        QVERIFY(fp.readOnly && !fp.hidden && !fp.system);
-        QVERIFY(FilePropertiesOf(root + "/f/.h").hidden);
-
-        const FolderProperties dp = FolderPropertiesOf(root + "/f");
-        QCOMPARE(dp.location, root);
-        QCOMPARE(dp.objects, QStringLiteral("4 (Files - 2, Folders - 2)"));
-        QVERIFY(!dp.readOnly && !dp.hidden && !dp.system);
-    }
-
     // ---- reading folders ----
 
     void readFolderOrder() {
@@ -712,45 +630,17 @@ private slots:
         QVERIFY(QFile::link(root + "/b", root + "/B-link"));
         QVERIFY(QFile::link(root + "/a.txt", root + "/file-link"));
         const QString p = root + '/';
-        FolderListing listing = ReadFolder(root, true);
+        const FolderListing listing = ReadFolder(root, true);
         QCOMPARE(QStringList(listing.folders),
                  (QStringList{p + "A", p + "b", p + "B-link", p + "c.d"}));
         QCOMPARE(QStringList(listing.files), (QStringList{p + ".hidden", p + "_under", p + "a.txt",
                                                           p + "file-link", p + "Z.txt"}));
-        listing = ReadFolder(root, false);
-        QCOMPARE(listing.folders.size(), 4);
-        QVERIFY(listing.files.isEmpty());
-        listing = ReadFolder(root + "/missing", true);
-        QVERIFY(listing.folders.isEmpty() && listing.files.isEmpty());
-    }
-
-    void hasChildren_data() {
-        QTest::addColumn<QString>("content");
-        QTest::addColumn<bool>("withoutFiles");
-        QTest::addColumn<bool>("withFiles");
-        QTest::newRow("empty") << "" << false << false;
-        QTest::newRow("only files") << "f" << false << true;
-        QTest::newRow("a folder") << "d" << true << true;
-        QTest::newRow("a link to a folder") << "l" << true << true;
-        QTest::newRow("unreadable") << "missing" << false << false;
-    }
-    void hasChildren() {
-        QFETCH(QString, content);
-        QFETCH(bool, withoutFiles);
-        QFETCH(bool, withFiles);
-        const QString root = Fresh();
-        QString folder = root + "/x";
-        QVERIFY(QDir().mkpath(folder));
-        if (content == "f")
-            QVERIFY(vzt::WriteAll(folder + "/a.txt", "a"));
-        if (content == "d")
-            QVERIFY(QDir().mkpath(folder + "/sub"));
-        if (content == "l")
-            QVERIFY(QFile::link(root, folder + "/up"));
-        if (content == "missing")
-            folder += "/missing";
-        QCOMPARE(HasChildren(folder, false), withoutFiles);
-        QCOMPARE(HasChildren(folder, true), withFiles);
+        // Expanders: a link to a folder counts as a folder, a file only when files are shown.
+        QVERIFY(QFile::link(root, root + "/b/up"));
+        QVERIFY(HasChildren(p + "b", false));
+        QVERIFY(!HasChildren(p + "A", true));
+        QVERIFY(!HasChildren(p + "c.d", false));
+        QVERIFY(HasChildren(p + "c.d", true));
     }
 };
 
