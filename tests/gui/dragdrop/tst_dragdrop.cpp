@@ -19,6 +19,7 @@
 #include "FamilyFixtures.h"
 #include "JobWait.h"
 #include "TestSupport.h"
+#include "TwoPanes.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CAppFlags.h"
@@ -57,12 +58,6 @@ std::unique_ptr<QMimeData> UriList(const QStringList& paths, QList<QUrl> urls = 
     return data;
 }
 
-template <typename Tree>
-QModelIndex Item(Tree* tree, const QString& path) {
-    const QModelIndex item = tree->Navigate(path);
-    return tree->PathOfItem(item) == path ? item : QModelIndex();
-}
-
 // Lets the queued work of a drop start, then waits for its jobs.
 bool WaitForDrop() {
     bool reached = false;
@@ -97,8 +92,8 @@ private slots:
 
 private:
     void Show();
-    QModelIndex ArchiveItem(const QString& path) { return Item(m_archive, path); }
-    QModelIndex FileItem(const QString& path) { return Item(m_files, path); }
+    QModelIndex ArchiveItem(const QString& path) { return vzt::ItemAt(m_archive, path); }
+    QModelIndex FileItem(const QString& path) { return vzt::ItemAt(m_files, path); }
     // Sends enter, move and drop at `pos` to `receiver` (a tree's viewport, or the main window's
     // QWindow), then waits for the drop's jobs: the action the move was answered with.
     Qt::DropAction SendDrop(QObject* receiver, const QPoint& pos, const QMimeData* data);
@@ -113,9 +108,9 @@ private:
     QTemporaryDir m_dir;
     QString m_root;
     CSettingsRecord m_settings;
-    std::unique_ptr<QWidget> m_window;
-    CVelaArchiveTree* m_archive = nullptr;
-    CVelaFileTree* m_files = nullptr;
+    vzt::CTwoPanes m_panes;
+    CVelaArchiveTree*& m_archive = m_panes.archive;
+    CVelaFileTree*& m_files = m_panes.files;
     QList<vz::MessageBoxRequest> m_boxes;
     QStringList m_dialogs;
     std::deque<QString> m_dialogAnswers;
@@ -158,27 +153,11 @@ void TestDragDrop::init() {
 
 void TestDragDrop::cleanup() {
     QVERIFY(vzt::WaitForJobs());
-    m_window.reset();
+    m_panes.window.reset();
 }
 
 void TestDragDrop::Show() {
-    m_window = std::make_unique<QWidget>();
-    auto* layout = new QHBoxLayout(m_window.get());
-    m_archive = new CVelaArchiveTree(m_window.get());
-    m_files = new CVelaFileTree(m_window.get());
-    layout->addWidget(m_archive);
-    layout->addWidget(m_files);
-    m_archive->SetSettings(&m_settings);
-    m_files->SetSettings(&m_settings);
-    m_archive->SetArchiveExtensions(vzt::AllExtensions());
-    m_archive->SetTempFolder(m_root + "/temp");
-    m_archive->Populate(m_root);
-    vz::platform::CPlace place;
-    place.path = m_root;
-    place.home = true;
-    m_files->FillRoots({place});
-    m_window->setGeometry(100, 100, 900, 600);
-    m_window->show();
+    m_panes.Show(m_root, &m_settings);
 }
 
 Qt::DropAction TestDragDrop::SendDrop(QObject* receiver, const QPoint& pos, const QMimeData* data) {
@@ -194,12 +173,12 @@ Qt::DropAction TestDragDrop::SendDrop(QObject* receiver, const QPoint& pos, cons
 }
 
 QPoint TestDragDrop::InWindow(CVelaDragDropTree* tree, const QModelIndex& item) const {
-    return tree->viewport()->mapTo(m_window.get(), tree->visualRect(item).center());
+    return tree->viewport()->mapTo(m_panes.window.get(), tree->visualRect(item).center());
 }
 
 void TestDragDrop::LeaveWindow() {
     QDragLeaveEvent leave;
-    QApplication::sendEvent(m_window->windowHandle(), &leave);
+    QApplication::sendEvent(m_panes.window->windowHandle(), &leave);
 }
 
 void TestDragDrop::StartInternalDrag(CVelaDragDropTree* tree, const QModelIndex& item) {
@@ -247,8 +226,8 @@ void TestDragDrop::dragsOutOfTheArchiveBrowserRenderOnlyOutside() {
     auto data = offer(zip + "/docs");
     LeaveWindow();
     QVERIFY(flags.outsideMainWindow);
-    QCOMPARE(SendDrop(m_window->windowHandle(), InWindow(m_files, FileItem(m_root + "/files/out")),
-                      data.get()),
+    QCOMPARE(SendDrop(m_panes.window->windowHandle(),
+                      InWindow(m_files, FileItem(m_root + "/files/out")), data.get()),
              Qt::CopyAction);
     m_archive->SetDragInProgress(false);
     source->Released();
@@ -269,7 +248,7 @@ void TestDragDrop::dragsOutOfTheArchiveBrowserRenderOnlyOutside() {
     QCOMPARE(CVelaDropSource::Action::Continue, source->QueryContinue(false, Qt::LeftButton));
     QDragEnterEvent enter(InWindow(m_archive, ArchiveItem(zip)), Qt::CopyAction, data.get(),
                           Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(m_window->windowHandle(), &enter);
+    QApplication::sendEvent(m_panes.window->windowHandle(), &enter);
     LeaveWindow();
     QVERIFY(flags.outsideMainWindow);
     QVERIFY(data->urls().isEmpty());

@@ -19,6 +19,7 @@
 #include "FamilyFixtures.h"
 #include "JobWait.h"
 #include "TestSupport.h"
+#include "TwoPanes.h"
 #include "app/CVelaZipApp.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archive/PackSettings.h"
@@ -87,46 +88,23 @@ class TestUnpackPack : public QObject {
     QTemporaryDir m_dir;
     QString m_root;
     CSettingsRecord m_settings;
-    std::unique_ptr<QWidget> m_window;
-    CVelaArchiveTree* m_archive = nullptr;
-    CVelaFileTree* m_files = nullptr;
+    vzt::CTwoPanes m_panes;
+    CVelaArchiveTree*& m_archive = m_panes.archive;
+    CVelaFileTree*& m_files = m_panes.files;
 
     QList<vz::MessageBoxRequest> m_boxes;
     QList<QMessageBox::StandardButton> m_boxAnswers;
     QStringList m_dialogs;  // class names, in order
     std::function<int(QDialog&)> m_answer;
 
-    void Show() {
-        m_window = std::make_unique<QWidget>();
-        auto* layout = new QHBoxLayout(m_window.get());
-        layout->addWidget(m_archive = new CVelaArchiveTree(m_window.get()));
-        layout->addWidget(m_files = new CVelaFileTree(m_window.get()));
-        m_archive->SetSettings(&m_settings);
-        m_files->SetSettings(&m_settings);
-        m_archive->SetArchiveExtensions(vzt::AllExtensions());
-        m_archive->SetTempFolder(m_root + "/temp");
-        m_archive->Populate(m_root);
-        vz::platform::CPlace place;
-        place.path = m_root;
-        place.displayName = QStringLiteral("Test");
-        place.home = true;
-        m_files->FillRoots({place});
-        m_window->resize(900, 600);
-        m_window->show();
-    }
+    void Show() { m_panes.Show(m_root, &m_settings); }
 
-    // The item of a path in either tree; invalid when the path is not there.
-    template <class T>
-    static QModelIndex ItemAt(T* tree, const QString& path) {
-        const QModelIndex item = tree->Navigate(path);
-        return tree->PathOfItem(item) == path ? item : QModelIndex();
-    }
-    QModelIndex ArchiveItem(const QString& path) { return ItemAt(m_archive, path); }
+    QModelIndex ArchiveItem(const QString& path) { return vzt::ItemAt(m_archive, path); }
 
     // A drag of an Archive Browser item dropped on a File Browser folder; waits for the unpack.
     bool DragToFiles(const QString& sourcePath, const QString& targetFolder) {
         const QModelIndex source = ArchiveItem(sourcePath);
-        const QModelIndex target = ItemAt(m_files, targetFolder);
+        const QModelIndex target = vzt::ItemAt(m_files, targetFolder);
         if (!source.isValid() || !target.isValid())
             return false;
         CVelaDataSource data(m_archive, [](QString*) { return false; });
@@ -201,7 +179,7 @@ private slots:
 
     void cleanup() {
         QVERIFY(vzt::WaitForJobs());  // a failed case leaves no job running into the next
-        m_window.reset();
+        m_panes.window.reset();
         vz::SetOpenHook(nullptr);
     }
 
