@@ -123,6 +123,19 @@ private slots:
             QCOMPARE(info.size, quint64(2600 * 1024));
             if (level > 0)
                 QVERIFY(info.packedSize < info.size / 2);
+            if (method == 8 && level == 6) {
+                // Cut into chunks, the deflate stream stays within a hair of one pass.
+                const QByteArray data = vzt::ReadAll(m_source + QStringLiteral("/big.txt"));
+                uLongf single = compressBound(static_cast<uLong>(data.size()));
+                QByteArray one(static_cast<int>(single), '\0');
+                QCOMPARE(compress2(reinterpret_cast<Bytef*>(one.data()), &single,
+                                   reinterpret_cast<const Bytef*>(data.constData()),
+                                   static_cast<uLong>(data.size()), 6),
+                         Z_OK);
+                // Less the zlib wrapper, plus the AES salt, check and code.
+                QVERIFY2(info.packedSize <= (single - 6) * 1.005 + 32,
+                         qPrintable(QStringLiteral("%1 vs %2").arg(info.packedSize).arg(single)));
+            }
             QVERIFY(packer.GetFileInfo(QStringLiteral("tree/link"), info));
             QVERIFY(info.isSymlink);
             QVERIFY(!info.encrypted);
@@ -155,20 +168,31 @@ private slots:
     }
 
     // What unzip restores from the entries: links as links, empty folders, modes and exact
-    // modification times; and what GetFileInfo reports.
+    // modification times; what GetFileInfo reports; and the MS-DOS bits: read-only when the
+    // owner may not write, hidden when the entry's own name starts with "." (not when only a
+    // folder above it does).
     void entriesKeepWhatTheDiskHad() {
         const QString dir = Fresh(QStringLiteral("meta"));
         const QString src = dir + QStringLiteral("/m");
-        QVERIFY(vzt::MakeTree(
-            src,
-            {{"ro.txt", "read only"}, {"run.sh", "#!/bin/sh\n"}, {"plain", "p"}, {"empty/", {}}}));
+        QVERIFY(vzt::MakeTree(src, {{"ro.txt", "read only"},
+                                    {"run.sh", "#!/bin/sh\n"},
+                                    {"plain", "p"},
+                                    {"empty/", {}},
+                                    {".hidden", "h"},
+                                    {".both", "b"},
+                                    {".dir/inner.txt", "i"},
+                                    {"a.b", "x"}}));
         QVERIFY(
             QFile::link(QStringLiteral("../outside/target"), src + QStringLiteral("/dangling")));
-        ::chmod(QFile::encodeName(src + QStringLiteral("/ro.txt")).constData(), 0444);
-        ::chmod(QFile::encodeName(src + QStringLiteral("/run.sh")).constData(), 0751);
-        ::chmod(QFile::encodeName(src + QStringLiteral("/empty")).constData(), 0700);
+        for (const auto& [name, mode] : QList<QPair<const char*, mode_t>>{
+                 {"ro.txt", 0444}, {"run.sh", 0751}, {"empty", 0700}, {".both", 0444}})
+            QVERIFY(::chmod(QFile::encodeName(src + QLatin1Char('/') + name).constData(), mode) ==
+                    0);
         const qint64 odd = 1234567891;  // an odd second: MS-DOS times cannot hold it
-        for (const char* name : {"ro.txt", "run.sh", "plain", "dangling", "empty", ""})
+        const char* const names[] = {"ro.txt",         "run.sh", ".hidden", ".both",
+                                     ".dir/inner.txt", ".dir",   "a.b",     "plain",
+                                     "dangling",       "empty",  ""};
+        for (const char* name : names)
             SetTime(src + QLatin1Char('/') + QString::fromLatin1(name),
                     odd + static_cast<qint64>(std::strlen(name)));
 
@@ -181,7 +205,6 @@ private slots:
 
             ZIPFILEFULLINFO info;
             QVERIFY(packer.GetFileInfo(QStringLiteral("m/ro.txt"), info));
-            QCOMPARE(info.attributes & 0x1F, quint32(kDosReadOnly));
             QCOMPARE(info.unixMode, quint32(S_IFREG | 0444));
             QCOMPARE(info.modified.seconds, odd + 6);
             QVERIFY(packer.GetFileInfo(QStringLiteral("m/dangling"), info));
@@ -189,7 +212,22 @@ private slots:
             QCOMPARE(info.linkTarget, QStringLiteral("../outside/target"));
             QVERIFY(packer.GetFileInfo(QStringLiteral("m/empty"), info));
             QVERIFY(info.isFolder);
-            QCOMPARE(info.attributes & kDosDirectory, quint32(kDosDirectory));
+            // A folder that the packer makes itself follows the rule for hidden names.
+            QVERIFY(packer.CreateEmptyFolder(QStringLiteral("m/.made")));
+            const quint32 ro = kDosReadOnly, hidden = kDosHidden, folder = kDosDirectory;
+            for (const auto& [name, bits] :
+                 QList<QPair<const char*, quint32>>{{"plain", 0},
+                                                    {"ro.txt", ro},
+                                                    {".hidden", hidden},
+                                                    {".both", hidden | ro},
+                                                    {".dir", hidden | folder},
+                                                    {".dir/inner.txt", 0},
+                                                    {"a.b", 0},
+                                                    {"empty", folder},
+                                                    {".made", hidden | folder}}) {
+                QVERIFY(packer.GetFileInfo(QStringLiteral("m/") + QLatin1String(name), info));
+                QVERIFY2((info.attributes & (ro | hidden | kDosSystem | folder)) == bits, name);
+            }
         }
         QVERIFY(pkt::EntryNames(archive).contains(QStringLiteral("m/empty/")));
         const QString out = dir + QStringLiteral("/x");
@@ -197,61 +235,19 @@ private slots:
         QVERIFY(vzt::Run(QStringLiteral("unzip"),
                          {QStringLiteral("-q"), archive, QStringLiteral("-d"), out})
                     .Ok());
-        for (const char* name : {"ro.txt", "run.sh", "plain", "dangling", "empty", ""}) {
+        for (const char* name : names) {
             struct stat a {
             }, b{};
             const QString rel = QString::fromLatin1(name);
             QVERIFY(::lstat(QFile::encodeName(src + QLatin1Char('/') + rel).constData(), &a) == 0);
             QVERIFY(::lstat(QFile::encodeName(out + QStringLiteral("/m/") + rel).constData(), &b) ==
                     0);
-            QCOMPARE(b.st_mode, a.st_mode);
+            QVERIFY2(b.st_mode == a.st_mode, name);
             if (!S_ISLNK(a.st_mode))
-                QCOMPARE(qint64(b.st_mtime), qint64(a.st_mtime));
+                QVERIFY2(b.st_mtime == a.st_mtime, name);
         }
         QCOMPARE(QFileInfo(out + QStringLiteral("/m/dangling")).symLinkTarget(),
                  QDir::cleanPath(out + QStringLiteral("/outside/target")));
-    }
-
-    // The MS-DOS bits of added entries: read-only when the owner may not write, hidden when
-    // the entry's own name starts with "." (not when only a folder above it does).
-    void dosBitsOfAddedEntries_data() {
-        QTest::addColumn<QString>("path");  // below the added folder "t"; "/" ends a folder
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("bits");
-        QTest::newRow("plain file") << "plain" << 0644 << 0;
-        QTest::newRow("read-only file") << "ro" << 0444 << int(kDosReadOnly);
-        QTest::newRow("hidden file") << ".hidden" << 0644 << int(kDosHidden);
-        QTest::newRow("hidden and read-only") << ".both" << 0444 << int(kDosHidden | kDosReadOnly);
-        QTest::newRow("hidden folder") << ".dir/" << 0755 << int(kDosHidden | kDosDirectory);
-        QTest::newRow("file in a hidden folder") << ".dir/inner.txt" << 0644 << 0;
-        QTest::newRow("dot inside the name") << "a.b" << 0644 << 0;
-    }
-    void dosBitsOfAddedEntries() {
-        QFETCH(QString, path);
-        QFETCH(int, mode);
-        QFETCH(int, bits);
-        const QString dir = Fresh(QStringLiteral("dosbits"));
-        QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"), {{path, "x"}}));
-        QString entry = path;
-        if (entry.endsWith(QLatin1Char('/')))
-            entry.chop(1);
-        const QString disk = dir + QStringLiteral("/t/") + entry;
-        QVERIFY(::chmod(QFile::encodeName(disk).constData(), static_cast<mode_t>(mode)) == 0);
-        CZipPacker packer;
-        packer.SetIni(Settings(6, 8));
-        QVERIFY(packer.CreateArchive(dir + QStringLiteral("/bits.zip")));
-        QVERIFY2(
-            packer.AddFolderToArchive(dir + QStringLiteral("/t"), dir + QStringLiteral("/t"), true),
-            qPrintable(packer.LastError()));
-        ZIPFILEFULLINFO info;
-        QVERIFY(packer.GetFileInfo(QStringLiteral("t/") + entry, info));
-        QCOMPARE(int(info.attributes & (kDosReadOnly | kDosHidden | kDosSystem | kDosDirectory)),
-                 bits);
-        // A folder that the packer makes itself follows the same rule.
-        QVERIFY(packer.CreateEmptyFolder(QStringLiteral("t/.made")));
-        QVERIFY(packer.GetFileInfo(QStringLiteral("t/.made"), info));
-        QCOMPARE(info.attributes & kDosHidden, quint32(kDosHidden));
-        ::chmod(QFile::encodeName(disk).constData(), 0755);
     }
 
     // What is not stored: a pipe, and a name with "\" (readers take it for a folder
@@ -546,30 +542,6 @@ private slots:
                      qPrintable(it.key()));
     }
 
-    // A deflate stream cut into chunks stays within a hair of one pass at the same level.
-    void chunkedDeflateKeepsTheRatio() {
-        const QString dir = Fresh(QStringLiteral("ratio"));
-        const QByteArray data = TextData(6 * 1024 * 1024);
-        QVERIFY(vzt::WriteAll(dir + QStringLiteral("/t.txt"), data));
-        const QString archive = dir + QStringLiteral("/t.zip");
-        CZipPacker packer;
-        packer.SetIni(Settings(6, 8));
-        QVERIFY(packer.CreateArchive(archive));
-        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/t.txt")));
-        ZIPFILEFULLINFO info;
-        QVERIFY(packer.GetFileInfo(QStringLiteral("t.txt"), info));
-        QVERIFY(packer.CloseArchive());
-        uLongf single = compressBound(static_cast<uLong>(data.size()));
-        QByteArray one(static_cast<int>(single), '\0');
-        QCOMPARE(compress2(reinterpret_cast<Bytef*>(one.data()), &single,
-                           reinterpret_cast<const Bytef*>(data.constData()),
-                           static_cast<uLong>(data.size()), 6),
-                 Z_OK);
-        const double onePass = static_cast<double>(single) - 6;  // without the zlib wrapper
-        QVERIFY2(static_cast<double>(info.packedSize) <= onePass * 1.005,
-                 qPrintable(QStringLiteral("%1 vs %2").arg(info.packedSize).arg(onePass)));
-    }
-
     // A new archive replaces a file of its name only when written; with no entries, or with
     // its last entry removed, it is an empty archive, not no archive.
     void emptyAndReplacedArchives() {
@@ -577,27 +549,16 @@ private slots:
         const QString archive = dir + QStringLiteral("/e.zip");
         const QString in = dir + QStringLiteral("/in.txt");
         QVERIFY(vzt::WriteAll(in, "in"));
-        {
-            CZipPacker packer;
-            QVERIFY(packer.CreateArchive(archive));
-            QVERIFY(!packer.FolderExists(QString()));
-            QVERIFY(packer.CloseArchive());
-        }
-        QCOMPARE(QFileInfo(archive).size(), qint64(22));
-        QVERIFY(pkt::SevenZipTests(archive, QString()));
-        {
-            CZipPacker packer;
-            packer.SetIni(Settings(6, 8));
-            QVERIFY(packer.OpenArchive(archive));
-            QVERIFY(packer.AddFileToArchive(in));
-            QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
-            QVERIFY(packer.RemoveFile(QStringLiteral("in.txt")));
-            QVERIFY(packer.CloseArchive());
-        }
-        QCOMPARE(QFileInfo(archive).size(), qint64(22));
-        QVERIFY(vzt::WriteAll(archive, "not yet replaced"));
         CZipPacker packer;
         packer.SetIni(Settings(6, 8));
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddFileToArchive(in));
+        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("in.txt")});
+        QVERIFY(packer.RemoveFile(QStringLiteral("in.txt")));
+        QVERIFY(packer.CloseArchive());
+        QCOMPARE(QFileInfo(archive).size(), qint64(22));
+        QVERIFY(pkt::SevenZipTests(archive, QString()));
+        QVERIFY(vzt::WriteAll(archive, "not yet replaced"));
         QVERIFY(packer.CreateArchive(archive));
         QVERIFY(!packer.AddFileToArchive(dir + QStringLiteral("/missing.txt")));
         QCOMPARE(vzt::ReadAll(archive), QByteArray("not yet replaced"));
