@@ -86,11 +86,6 @@ private:
         return archive;
     }
 
-    static QStringList Sorted(QStringList list) {
-        list.sort();
-        return list;
-    }
-
 private slots:
     void initTestCase() { QVERIFY(m_tmp.isValid()); }
 
@@ -185,8 +180,8 @@ private slots:
             QVERIFY(!packer.FolderExists(a));
         }
         QVERIFY(packer.CloseArchive());
-        QCOMPARE(Sorted(pkt::EntryNames(archive)),
-                 Sorted(expected + QStringList{"xy.txt", "top.txt"}));
+        QCOMPARE(pkt::Sorted(pkt::EntryNames(archive)),
+                 pkt::Sorted(expected + QStringList{"xy.txt", "top.txt"}));
         QVERIFY(pkt::UnzipTests(archive, QString()));
         QCOMPARE(pkt::OtherFiles(QFileInfo(archive).absolutePath(), {"a.zip", "t"}), QStringList());
     }
@@ -318,7 +313,7 @@ private slots:
             else
                 want << name;
         }
-        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted(want));
+        QCOMPARE(pkt::Sorted(pkt::EntryNames(archive)), pkt::Sorted(want));
         QVERIFY(pkt::SevenZipTests(archive, QString()));
     }
 
