@@ -52,6 +52,11 @@ public:
     void ItemAdded(const QString& fullPath) override { added << fullPath; }
 };
 
+inline QStringList Sorted(QStringList list) {
+    list.sort();
+    return list;
+}
+
 // Entry names in archive order (zipinfo -1); empty for an archive without entries.
 QStringList EntryNames(const QString& archive);
 // `7zz t` with a password (may be empty); true when everything is Ok.

@@ -12,12 +12,9 @@
 #include <QtTest>
 
 #include "ArchiveWriters.h"
-#include "FamilyFixtures.h"
 #include "PackerTestKit.h"
 #include "RarWriter.h"
 #include "TestSupport.h"
-#include "archive/ArchiveClassifier.h"
-#include "archive/ArchiveFamily.h"
 #include "archive/packer/CZipPacker.h"
 
 class TestZipPackerEdit : public QObject {
@@ -89,11 +86,6 @@ private:
         return archive;
     }
 
-    static QStringList Sorted(QStringList list) {
-        list.sort();
-        return list;
-    }
-
 private slots:
     void initTestCase() { QVERIFY(m_tmp.isValid()); }
 
@@ -153,41 +145,24 @@ private slots:
         QTest::addColumn<QString>("operation");
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("rename implied folder")
-            << "renameFolder"
-            << "x"
-            << "r" << QStringList{"r/y/z.txt", "r/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("rename deeper implied folder")
-            << "renameFolder"
-            << "x/y"
-            << "x/v" << QStringList{"x/v/z.txt", "x/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("move a folder to the root")
-            << "renameFolder"
-            << "x/y"
-            << "y2" << QStringList{"y2/z.txt", "x/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("remove implied folder") << "removeFolder"
-                                               << "x"
-                                               << "" << QStringList{"xy.txt", "top.txt"};
-        QTest::newRow("remove deeper folder") << "removeFolder"
-                                              << "x/y"
-                                              << "" << QStringList{"x/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("remove the only file keeps its folder")
-            << "removeFile"
-            << "x/y/z.txt"
-            << "" << QStringList{"x/y/", "x/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("moving the only file keeps its folder")
-            << "renameFile"
-            << "x/y/z.txt"
-            << "z.txt" << QStringList{"x/y/", "z.txt", "x/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("rename a file in place")
-            << "renameFile"
-            << "x/y/z.txt"
-            << "x/y/Z.TXT" << QStringList{"x/y/Z.TXT", "x/w.txt", "xy.txt", "top.txt"};
-        QTest::newRow("new folder in implied folder")
-            << "mkdir"
-            << "x/y/New Folder"
-            << "" << QStringList{"x/y/New Folder/", "x/y/z.txt", "x/w.txt", "xy.txt", "top.txt"};
+        QTest::addColumn<QStringList>("expected");  // besides xy.txt and top.txt
+        const auto row = [](const char* name, const char* op, const char* a, const char* b,
+                            const QStringList& expected) {
+            QTest::newRow(name) << QString(op) << QString(a) << QString(b) << expected;
+        };
+        row("rename implied folder", "renameFolder", "x", "r", {"r/y/z.txt", "r/w.txt"});
+        row("rename deeper implied folder", "renameFolder", "x/y", "x/v", {"x/v/z.txt", "x/w.txt"});
+        row("move a folder to the root", "renameFolder", "x/y", "y2", {"y2/z.txt", "x/w.txt"});
+        row("remove implied folder", "removeFolder", "x", "", {});
+        row("remove deeper folder", "removeFolder", "x/y", "", {"x/w.txt"});
+        row("remove the only file keeps its folder", "removeFile", "x/y/z.txt", "",
+            {"x/y/", "x/w.txt"});
+        row("moving the only file keeps its folder", "renameFile", "x/y/z.txt", "z.txt",
+            {"x/y/", "z.txt", "x/w.txt"});
+        row("rename a file in place", "renameFile", "x/y/z.txt", "x/y/Z.TXT",
+            {"x/y/Z.TXT", "x/w.txt"});
+        row("new folder in implied folder", "mkdir", "x/y/New Folder", "",
+            {"x/y/New Folder/", "x/y/z.txt", "x/w.txt"});
     }
     void folderEdits() {
         QFETCH(QString, operation);
@@ -205,30 +180,10 @@ private slots:
             QVERIFY(!packer.FolderExists(a));
         }
         QVERIFY(packer.CloseArchive());
-        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted(expected));
+        QCOMPARE(pkt::Sorted(pkt::EntryNames(archive)),
+                 pkt::Sorted(expected + QStringList{"xy.txt", "top.txt"}));
         QVERIFY(pkt::UnzipTests(archive, QString()));
         QCOMPARE(pkt::OtherFiles(QFileInfo(archive).absolutePath(), {"a.zip", "t"}), QStringList());
-    }
-
-    // A folder rename carries the folder's own entry and keeps the data of every entry.
-    void renameFolderWithEntries() {
-        const QString dir = m_tmp.filePath(QStringLiteral("withentries"));
-        QVERIFY(vzt::MakeTree(dir + QStringLiteral("/t"),
-                              {{"d/e/f.bin", vzt::RandomBytes(200000, 1)}, {"d/g/", {}}}));
-        const QString archive = dir + QStringLiteral("/a.zip");
-        QVERIFY(vzt::Run(QStringLiteral("zip"),
-                         {QStringLiteral("-qr"), archive, QStringLiteral("d")},
-                         dir + QStringLiteral("/t"))
-                    .Ok());
-        CZipPacker packer;
-        QVERIFY(packer.OpenArchive(archive));
-        QVERIFY2(packer.RenameFolder(QStringLiteral("d"), QStringLiteral("D2")),
-                 qPrintable(packer.LastError()));
-        QVERIFY(packer.CloseArchive());
-        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted({"D2/", "D2/e/", "D2/e/f.bin", "D2/g/"}));
-        const vzt::ToolResult r = vzt::Run(
-            QStringLiteral("unzip"), {QStringLiteral("-p"), archive, QStringLiteral("D2/e/f.bin")});
-        QCOMPARE(r.output, vzt::RandomBytes(200000, 1));
     }
 
     void refusedEdits_data() {
@@ -244,54 +199,22 @@ private slots:
                                                     << "x" << bad << bad;
             QTest::addRow("new folder %s", c) << "mkdir" << bad << "" << bad;
         }
-        QTest::newRow("rename to an existing file") << "renameFile"
-                                                    << "top.txt"
-                                                    << "xy.txt"
-                                                    << "xy.txt";
-        QTest::newRow("rename a file onto a folder") << "renameFile"
-                                                     << "top.txt"
-                                                     << "x"
-                                                     << "x";
-        QTest::newRow("rename a folder onto a file") << "renameFolder"
-                                                     << "x"
-                                                     << "top.txt"
-                                                     << "top.txt";
-        QTest::newRow("rename a folder into itself") << "renameFolder"
-                                                     << "x"
-                                                     << "x/y/x"
-                                                     << "x/y/x";
-        QTest::newRow("rename a missing file") << "renameFile"
-                                               << "nope.txt"
-                                               << "n.txt"
-                                               << "nope.txt";
-        QTest::newRow("rename a folder as a file") << "renameFile"
-                                                   << "x"
-                                                   << "n"
-                                                   << "x";
-        QTest::newRow("remove a missing folder") << "removeFolder"
-                                                 << "q"
-                                                 << ""
-                                                 << "q";
-        QTest::newRow("remove a file as a folder") << "removeFolder"
-                                                   << "top.txt"
-                                                   << ""
-                                                   << "top.txt";
-        QTest::newRow("new folder that exists implied") << "mkdir"
-                                                        << "x/y"
-                                                        << ""
-                                                        << "x/y";
-        QTest::newRow("new folder below a file") << "mkdir"
-                                                 << "top.txt/n"
-                                                 << ""
-                                                 << "top.txt";
-        QTest::newRow("empty new name") << "renameFile"
-                                        << "top.txt"
-                                        << ""
-                                        << "top.txt";
-        QTest::newRow("dot-dot in new name") << "renameFile"
-                                             << "top.txt"
-                                             << "../top.txt"
-                                             << "../top.txt";
+        const auto row = [](const char* name, const char* op, const char* a, const char* b,
+                            const char* named) {
+            QTest::newRow(name) << QString(op) << QString(a) << QString(b) << QString(named);
+        };
+        row("rename to an existing file", "renameFile", "top.txt", "xy.txt", "xy.txt");
+        row("rename a file onto a folder", "renameFile", "top.txt", "x", "x");
+        row("rename a folder onto a file", "renameFolder", "x", "top.txt", "top.txt");
+        row("rename a folder into itself", "renameFolder", "x", "x/y/x", "x/y/x");
+        row("rename a missing file", "renameFile", "nope.txt", "n.txt", "nope.txt");
+        row("rename a folder as a file", "renameFile", "x", "n", "x");
+        row("remove a missing folder", "removeFolder", "q", "", "q");
+        row("remove a file as a folder", "removeFolder", "top.txt", "", "top.txt");
+        row("new folder that exists implied", "mkdir", "x/y", "", "x/y");
+        row("new folder below a file", "mkdir", "top.txt/n", "", "top.txt");
+        row("empty new name", "renameFile", "top.txt", "", "top.txt");
+        row("dot-dot in new name", "renameFile", "top.txt", "../top.txt", "../top.txt");
     }
     // Refused edits name the path and leave the archive byte-identical.
     void refusedEdits() {
@@ -320,80 +243,45 @@ private slots:
         // Besides hid.txt, top.txt, new folder/, ./dot.txt, w//e.txt and w/../up.txt; "-"
         // marks one of those that is gone.
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("remove a file of the merged folder")
-            << "removeFile"
-            << "Docs/b.txt"
-            << "" << QStringList{"Docs/a.txt", "docs/Sub/c.txt", "DOCS/"};
-        QTest::newRow("remove the only file of a folder, named in another case")
-            << "removeFile"
-            << "DOCS/SUB/C.TXT"
-            << "" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/", "DOCS/"};
-        QTest::newRow("remove the merged folder") << "removeFolder"
-                                                  << "Docs"
-                                                  << "" << QStringList{};
-        QTest::newRow("rename the merged folder")
-            << "renameFolder"
-            << "Docs"
-            << "Papers"
-            << QStringList{"Papers/a.txt", "Papers/b.txt", "Papers/Sub/c.txt", "Papers/"};
-        QTest::newRow("rename a folder below it in place")
-            << "renameFolder"
-            << "Docs/sub"
-            << "Docs/Deep" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Deep/c.txt", "DOCS/"};
-        QTest::newRow("change the case of a folder")
-            << "renameFolder"
-            << "docs/sub"
-            << "docs/SUB" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/SUB/c.txt", "DOCS/"};
-        QTest::newRow("move a folder into one named in another case")
-            << "renameFolder"
-            << "Docs/Sub"
-            << "NEW FOLDER/Sub"
-            << QStringList{"Docs/a.txt", "docs/b.txt", "new folder/Sub/c.txt", "DOCS/"};
-        QTest::newRow("rename a file of the merged folder")
-            << "renameFile"
-            << "Docs/b.txt"
-            << "Docs/b2.txt" << QStringList{"Docs/a.txt", "docs/b2.txt", "docs/Sub/c.txt", "DOCS/"};
-        QTest::newRow("move a file into a folder named in another case")
-            << "renameFile"
-            << "top.txt"
-            << "dOcS/top.txt" << QStringList{"Docs/a.txt", "docs/b.txt",   "docs/Sub/c.txt",
-                                             "DOCS/",      "Docs/top.txt", "-top.txt"};
-        QTest::newRow("change the case of a file")
-            << "renameFile"
-            << "hid.txt"
-            << "HID.TXT" << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt",
-                                        "DOCS/",      "HID.TXT",    "-hid.txt"};
-        QTest::newRow("new folder in a folder named in another case")
-            << "mkdir"
-            << "dOcS/New"
-            << ""
-            << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/", "Docs/New/"};
-        QTest::newRow("add a file to a folder named in another case")
-            << "addFile"
-            << "n.txt"
-            << "DOCS/SUB"
-            << QStringList{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/", "docs/Sub/n.txt"};
+        const auto row = [](const char* name, const char* op, const char* a, const char* b,
+                            const QStringList& expected) {
+            QTest::newRow(name) << QString(op) << QString(a) << QString(b) << expected;
+        };
         const QStringList docs{"Docs/a.txt", "docs/b.txt", "docs/Sub/c.txt", "DOCS/"};
-        QTest::newRow("rename ./dot.txt named as shown")
-            << "renameFile"
-            << "dot.txt"
-            << "dot2.txt" << docs + QStringList{"-./dot.txt", "dot2.txt"};
-        QTest::newRow("remove w//e.txt named as shown")
-            << "removeFile"
-            << "w/e.txt"
-            << "" << docs + QStringList{"-w//e.txt", "w/"};
-        QTest::newRow("rename the folder of w//e.txt")
-            << "renameFolder"
-            << "w"
-            << "v" << docs + QStringList{"-w//e.txt", "v/e.txt"};
-        QTest::newRow("remove the folder of w//e.txt") << "removeFolder"
-                                                       << "w"
-                                                       << "" << docs + QStringList{"-w//e.txt"};
-        QTest::newRow("add a folder that is there in another case")
-            << "addFolder"
-            << "DOCS"
-            << "" << QStringList{"Docs/a.txt", "docs/b.txt",     "docs/Sub/c.txt",
-                                 "DOCS/",      "docs/Sub/m.txt", "docs/Sub/"};
+        const auto keepsDocs = [&](const char* name, const char* op, const char* a, const char* b,
+                                   const QStringList& more) { row(name, op, a, b, docs + more); };
+        row("remove a file of the merged folder", "removeFile", "Docs/b.txt", "",
+            {"Docs/a.txt", "docs/Sub/c.txt", "DOCS/"});
+        row("remove the only file of a folder, named in another case", "removeFile",
+            "DOCS/SUB/C.TXT", "", {"Docs/a.txt", "docs/b.txt", "docs/Sub/", "DOCS/"});
+        row("remove the merged folder", "removeFolder", "Docs", "", {});
+        row("rename the merged folder", "renameFolder", "Docs", "Papers",
+            {"Papers/a.txt", "Papers/b.txt", "Papers/Sub/c.txt", "Papers/"});
+        row("rename a folder below it in place", "renameFolder", "Docs/sub", "Docs/Deep",
+            {"Docs/a.txt", "docs/b.txt", "docs/Deep/c.txt", "DOCS/"});
+        row("change the case of a folder", "renameFolder", "docs/sub", "docs/SUB",
+            {"Docs/a.txt", "docs/b.txt", "docs/SUB/c.txt", "DOCS/"});
+        row("move a folder into one named in another case", "renameFolder", "Docs/Sub",
+            "NEW FOLDER/Sub", {"Docs/a.txt", "docs/b.txt", "new folder/Sub/c.txt", "DOCS/"});
+        row("rename a file of the merged folder", "renameFile", "Docs/b.txt", "Docs/b2.txt",
+            {"Docs/a.txt", "docs/b2.txt", "docs/Sub/c.txt", "DOCS/"});
+        keepsDocs("move a file into a folder named in another case", "renameFile", "top.txt",
+                  "dOcS/top.txt", {"Docs/top.txt", "-top.txt"});
+        keepsDocs("change the case of a file", "renameFile", "hid.txt", "HID.TXT",
+                  {"HID.TXT", "-hid.txt"});
+        keepsDocs("new folder in a folder named in another case", "mkdir", "dOcS/New", "",
+                  {"Docs/New/"});
+        keepsDocs("add a file to a folder named in another case", "addFile", "n.txt", "DOCS/SUB",
+                  {"docs/Sub/n.txt"});
+        keepsDocs("rename ./dot.txt named as shown", "renameFile", "dot.txt", "dot2.txt",
+                  {"-./dot.txt", "dot2.txt"});
+        keepsDocs("remove w//e.txt named as shown", "removeFile", "w/e.txt", "",
+                  {"-w//e.txt", "w/"});
+        keepsDocs("rename the folder of w//e.txt", "renameFolder", "w", "v",
+                  {"-w//e.txt", "v/e.txt"});
+        keepsDocs("remove the folder of w//e.txt", "removeFolder", "w", "", {"-w//e.txt"});
+        keepsDocs("add a folder that is there in another case", "addFolder", "DOCS", "",
+                  {"docs/Sub/m.txt", "docs/Sub/"});
     }
     void caseEdits() {
         QFETCH(QString, operation);
@@ -425,7 +313,7 @@ private slots:
             else
                 want << name;
         }
-        QCOMPARE(Sorted(pkt::EntryNames(archive)), Sorted(want));
+        QCOMPARE(pkt::Sorted(pkt::EntryNames(archive)), pkt::Sorted(want));
         QVERIFY(pkt::SevenZipTests(archive, QString()));
     }
 
@@ -434,30 +322,17 @@ private slots:
         QTest::addColumn<QString>("operation");
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::newRow("rename a file onto another file's name") << "renameFile"
-                                                                << "top.txt"
-                                                                << "HID.TXT";
-        QTest::newRow("rename a file onto a folder's name") << "renameFile"
-                                                            << "top.txt"
-                                                            << "NEW FOLDER";
-        QTest::newRow("rename a folder onto a folder's name") << "renameFolder"
-                                                              << "Docs"
-                                                              << "New Folder";
-        QTest::newRow("rename a folder onto a file's name") << "renameFolder"
-                                                            << "Docs"
-                                                            << "Top.Txt";
-        QTest::newRow("rename a folder into itself") << "renameFolder"
-                                                     << "Docs"
-                                                     << "DOCS/sub/x";
-        QTest::newRow("new folder beside one in another case") << "mkdir"
-                                                               << "New Folder"
-                                                               << "";
-        QTest::newRow("new folder that is implied in another case") << "mkdir"
-                                                                    << "DOCS/SUB"
-                                                                    << "";
-        QTest::newRow("new folder below a file named in another case") << "mkdir"
-                                                                       << "TOP.TXT/x"
-                                                                       << "";
+        const auto row = [](const char* name, const char* op, const char* a, const char* b) {
+            QTest::newRow(name) << QString(op) << QString(a) << QString(b);
+        };
+        row("rename a file onto another file's name", "renameFile", "top.txt", "HID.TXT");
+        row("rename a file onto a folder's name", "renameFile", "top.txt", "NEW FOLDER");
+        row("rename a folder onto a folder's name", "renameFolder", "Docs", "New Folder");
+        row("rename a folder onto a file's name", "renameFolder", "Docs", "Top.Txt");
+        row("rename a folder into itself", "renameFolder", "Docs", "DOCS/sub/x");
+        row("new folder beside one in another case", "mkdir", "New Folder", "");
+        row("new folder that is implied in another case", "mkdir", "DOCS/SUB", "");
+        row("new folder below a file named in another case", "mkdir", "TOP.TXT/x", "");
     }
     void caseRefusals() {
         QFETCH(QString, operation);
@@ -473,57 +348,32 @@ private slots:
         QCOMPARE(vzt::ReadAll(archive), before);
     }
 
-    // Several new folders in one place, as the Archive Browser names them.
-    void newFolderNumbering() {
-        const QString archive = ImpliedFolders(QStringLiteral("numbering"));
-        CZipPacker packer;
-        QVERIFY(packer.OpenArchive(archive));
-        for (int round = 0; round < 3; ++round) {
-            QString candidate = QStringLiteral("x/New Folder");
-            for (int n = 1; packer.FolderExists(candidate); ++n)
-                candidate = QStringLiteral("x/New Folder %1").arg(n);
-            QVERIFY(packer.CreateEmptyFolder(candidate));
-        }
-        QVERIFY(packer.FolderExists(QStringLiteral("x/New Folder 2")));
-        QVERIFY(packer.CloseArchive());
-    }
-
     // The MS-DOS bits of entries made elsewhere: read-only 1, hidden 2, system 4.
     void attributesFromElsewhere() {
         const QString dir = m_tmp.filePath(QStringLiteral("dos"));
         QDir().mkpath(dir);
         const QString archive = dir + QStringLiteral("/dos.zip");
-        {
-            int code = 0;
-            zip_t* za =
-                zip_open(QFile::encodeName(archive).constData(), ZIP_CREATE | ZIP_TRUNCATE, &code);
-            QVERIFY(za);
-            const struct {
-                const char* name;
-                zip_uint32_t bits;
-            } rows[] = {
-                {"ro.txt", 0x01}, {"hidden.txt", 0x02}, {"sys.txt", 0x04}, {"both.txt", 0x05}};
-            for (const auto& row : rows) {
-                zip_source_t* s = zip_source_buffer(za, "data", 4, 0);
-                const zip_int64_t i = zip_file_add(za, row.name, s, 0);
-                QVERIFY(i >= 0);
-                QCOMPARE(zip_file_set_external_attributes(za, static_cast<zip_uint64_t>(i), 0,
-                                                          ZIP_OPSYS_DOS, row.bits | 0x20),
-                         0);
-            }
-            QCOMPARE(zip_close(za), 0);
+        const QList<QPair<const char*, quint32>> rows{
+            {"ro.txt", 0x01}, {"hidden.txt", 0x02}, {"sys.txt", 0x04}, {"both.txt", 0x05}};
+        int code = 0;
+        zip_t* za =
+            zip_open(QFile::encodeName(archive).constData(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+        QVERIFY(za);
+        for (const auto& [name, bits] : rows) {
+            const zip_int64_t i = zip_file_add(za, name, zip_source_buffer(za, "data", 4, 0), 0);
+            QVERIFY(i >= 0);
+            QCOMPARE(zip_file_set_external_attributes(za, static_cast<zip_uint64_t>(i), 0,
+                                                      ZIP_OPSYS_DOS, bits | 0x20),
+                     0);
         }
+        QCOMPARE(zip_close(za), 0);
         CZipPacker packer;
         QVERIFY(packer.OpenArchive(archive));
-        const struct {
-            const char* name;
-            quint32 bits;
-        } want[] = {{"ro.txt", 0x01}, {"hidden.txt", 0x02}, {"sys.txt", 0x04}, {"both.txt", 0x05}};
-        for (const auto& row : want) {
+        for (const auto& [name, bits] : rows) {
             ZIPFILEFULLINFO info;
-            info.path = QString::fromLatin1(row.name);
+            info.path = QString::fromLatin1(name);
             QVERIFY(packer.GetFileInfo(info));
-            QCOMPARE(info.attributes & 0x07, row.bits);
+            QCOMPARE(info.attributes & 0x07, bits);
             QCOMPARE(info.size, quint64(4));
             QCOMPARE(info.unixMode, quint32(0));
         }
@@ -537,33 +387,19 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("kind");  // how the file is made
         QTest::addColumn<QString>("says");  // what the refusal says, beside the path
-        QTest::newRow("self-extracting zip") << "setup.exe"
-                                             << "sfx"
-                                             << "self-extracting";
-        QTest::newRow("rar") << "a.rar"
-                             << "rar"
-                             << "RAR archives are only read";
-        QTest::newRow("7z") << "a.7z"
-                            << "7z"
-                            << "7-Zip archives are only read";
-        QTest::newRow("tar") << "a.tar"
-                             << "zip"
-                             << "TAR archives are only read";
-        QTest::newRow("ace, which nothing reads") << "a.ace"
-                                                  << "junk"
-                                                  << "ACE archives cannot be read or written";
-        QTest::newRow("unknown extension") << "a.dat"
-                                           << "zip"
-                                           << "only zip archives";
-        QTest::newRow("rar named zip") << "fake.zip"
-                                       << "rar"
-                                       << "not a zip archive";
-        QTest::newRow("garbage named zip") << "junk.zip"
-                                           << "junk"
-                                           << "not a zip archive";
-        QTest::newRow("truncated zip") << "cut.zip"
-                                       << "cut"
-                                       << "not a zip archive";
+        const auto row = [](const char* name, const char* file, const char* kind,
+                            const char* says) {
+            QTest::newRow(name) << QString(file) << QString(kind) << QString(says);
+        };
+        row("self-extracting zip", "setup.exe", "sfx", "self-extracting");
+        row("rar", "a.rar", "rar", "RAR archives are only read");
+        row("7z", "a.7z", "7z", "7-Zip archives are only read");
+        row("tar", "a.tar", "zip", "TAR archives are only read");
+        row("ace, which nothing reads", "a.ace", "junk", "ACE archives cannot be read or written");
+        row("unknown extension", "a.dat", "zip", "only zip archives");
+        row("rar named zip", "fake.zip", "rar", "not a zip archive");
+        row("garbage named zip", "junk.zip", "junk", "not a zip archive");
+        row("truncated zip", "cut.zip", "cut", "not a zip archive");
     }
     // The packer writes zip, jar and xap only, and never a file it cannot read as zip.
     void refusedFamilies() {
@@ -584,9 +420,6 @@ private slots:
             QVERIFY(vzt::WriteAll(
                 path, vzt::ReadAll(QStringLiteral("/bin/true")) + vzt::ReadAll(zipped)));
             QVERIFY(vzt::Run(QStringLiteral("zip"), {QStringLiteral("-qA"), path}).Ok());
-            QVERIFY(vzt::Run(QStringLiteral("unzip"), {QStringLiteral("-tq"), path}).Ok());
-            QCOMPARE(vz::ClassifyPath(path, vzt::AllExtensions()),
-                     int(ArchiveFamily::SelfExtractingZip));
         } else if (kind == QLatin1String("zip")) {
             QVERIFY(QFile::copy(zipped, path));
         } else if (kind == QLatin1String("rar")) {
@@ -618,47 +451,31 @@ private slots:
         QCOMPARE(vzt::ReadAll(path), before);
     }
 
-    // A rewritten archive keeps its permissions; a new one gets those of any new file.
-    void archiveKeepsItsMode() {
-        const QString dir = m_tmp.filePath(QStringLiteral("mode"));
-        QDir(dir).removeRecursively();
-        QVERIFY(vzt::MakeTree(dir, {{"a.txt", "a"}}));
-        const QString archive = dir + QStringLiteral("/m.zip");
-        const mode_t mask = ::umask(027);
-        CZipPacker packer;
-        QVERIFY(packer.CreateArchive(archive));
-        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/a.txt")));
-        ::umask(mask);
-        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
-                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
-                     QFileDevice::WriteUser | QFileDevice::ReadGroup);
-        QVERIFY(QFile::setPermissions(archive, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                                   QFileDevice::ReadUser | QFileDevice::WriteUser |
-                                                   QFileDevice::ReadOther));
-        QVERIFY(packer.RenameFile(QStringLiteral("a.txt"), QStringLiteral("b.txt")));
-        QVERIFY(packer.CloseArchive());
-        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
-                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
-                     QFileDevice::WriteUser | QFileDevice::ReadOther);
-    }
-
-    // Through a symbolic link the link's target is rewritten; the link stays a link.
-    void archiveBehindALink() {
+    // A new archive gets the permissions of any new file; a rewritten one keeps its own, and
+    // through a symbolic link the link's target is rewritten while the link stays a link.
+    void archiveModeAndLink() {
         const QString dir = m_tmp.filePath(QStringLiteral("linked"));
         QDir(dir).removeRecursively();
         QVERIFY(vzt::MakeTree(dir, {{"real/x.txt", "x"}}));
-        QVERIFY(vzt::Run(QStringLiteral("zip"),
-                         {QStringLiteral("-q"), QStringLiteral("a.zip"), QStringLiteral("x.txt")},
-                         dir + QStringLiteral("/real"))
-                    .Ok());
-        QVERIFY(QFile::link(QStringLiteral("real/a.zip"), dir + QStringLiteral("/link.zip")));
+        const QString archive = dir + QStringLiteral("/real/a.zip");
+        const mode_t mask = ::umask(027);
         CZipPacker packer;
+        QVERIFY(packer.CreateArchive(archive));
+        QVERIFY(packer.AddFileToArchive(dir + QStringLiteral("/real/x.txt")));
+        ::umask(mask);
+        QVERIFY(packer.CloseArchive());
+        using P = QFileDevice;
+        QCOMPARE(QFileInfo(archive).permissions() & 0x7777,
+                 P::ReadOwner | P::WriteOwner | P::ReadUser | P::WriteUser | P::ReadGroup);
+        const auto kept = P::ReadOwner | P::WriteOwner | P::ReadUser | P::WriteUser | P::ReadOther;
+        QVERIFY(QFile::setPermissions(archive, kept));
+        QVERIFY(QFile::link(QStringLiteral("real/a.zip"), dir + QStringLiteral("/link.zip")));
         QVERIFY(packer.OpenArchive(dir + QStringLiteral("/link.zip")));
         QVERIFY(packer.RenameFile(QStringLiteral("x.txt"), QStringLiteral("y.txt")));
         QVERIFY(packer.CloseArchive());
         QVERIFY(QFileInfo(dir + QStringLiteral("/link.zip")).isSymLink());
-        QCOMPARE(pkt::EntryNames(dir + QStringLiteral("/real/a.zip")),
-                 QStringList{QStringLiteral("y.txt")});
+        QCOMPARE(QFileInfo(archive).permissions() & 0x7777, kept);
+        QCOMPARE(pkt::EntryNames(archive), QStringList{QStringLiteral("y.txt")});
         QCOMPARE(pkt::OtherFiles(dir + QStringLiteral("/real"), {"a.zip", "x.txt"}), QStringList());
     }
 
