@@ -97,7 +97,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    // One browser's history with its tree and its commands.
+    // One browser's history with the commands and buttons that use it.
     struct HistoryLink {
         CBrowserHistory history;
         QAction* back = nullptr;
