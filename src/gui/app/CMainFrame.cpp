@@ -8,7 +8,9 @@
 #include <QEvent>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QItemSelectionModel>
 #include <QLabel>
+#include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
 #include <QShortcut>
@@ -23,12 +25,13 @@
 #include "app/CFileView.h"
 #include "app/CVelaSplitter.h"
 #include "app/CVelaZipApp.h"
-#include "common/CommandIds.h"
-#include "common/Commands.h"
 #include "app/VisualStyles.h"
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CItemIcons.h"
 #include "common/CJob.h"
+#include "common/CommandIds.h"
+#include "common/Commands.h"
 #include "common/MessageBox.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "platform/TempFolder.h"
@@ -111,6 +114,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     m_tempFolder = tempReady ? vz::platform::TempFolderPath() : QString();
     archiveTree->SetTempFolder(m_tempFolder);
 
+    CreateHistories();
     ResetHistories();
 
     if (!m_settings.EnableShowTooltipForToolbars) {
@@ -127,7 +131,182 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     archiveTree->setFocus();
 }
 
-void CMainFrame::ResetHistories() {}
+namespace {
+
+// The first command id of the history menu entries; an entry's id is this plus its index.
+constexpr int kFirstHistoryItemId = 2024;
+constexpr int kArchive = CVelaDragDropTree::kArchiveBrowser;
+constexpr int kFile = CVelaDragDropTree::kFileBrowser;
+
+}  // namespace
+
+CMainFrame::HistoryLink& CMainFrame::Link(int browser) {
+    Q_ASSERT(browser == kArchive || browser == kFile);
+    return m_histories[browser == kArchive ? 0 : 1];
+}
+
+const CBrowserHistory& CMainFrame::History(int browser) const {
+    Q_ASSERT(browser == kArchive || browser == kFile);
+    return m_histories[browser == kArchive ? 0 : 1].history;
+}
+
+void CMainFrame::CreateHistories() {
+    using namespace vz::cmd;
+    struct Wiring {
+        int browser;
+        CVelaDragDropTree* tree;
+        QToolBar* toolbar;
+        int back, forward, clear, backButton, forwardButton, steps;
+    };
+    const Wiring wirings[] = {
+        {kArchive, ArchiveTree(), m_archiveView->Dock()->Toolbar(), kArchiveHistoryBack,
+         kArchiveHistoryForward, kArchiveHistoryClear, kArchiveHistoryBackButton,
+         kArchiveHistoryForwardButton, m_settings.ArchiveHistoryStepsShown},
+        {kFile, FileTree(), m_fileView->Dock()->Toolbar(), kFileHistoryBack, kFileHistoryForward,
+         kFileHistoryClear, kFileHistoryBackButton, kFileHistoryForwardButton,
+         m_settings.FileHistoryStepsShown},
+    };
+    for (const Wiring& w : wirings) {
+        const int browser = w.browser;
+        HistoryLink& link = Link(browser);
+        link.history.SetStepsShown(w.steps);
+        link.back = vz::FindCommand(this, w.back);
+        link.forward = vz::FindCommand(this, w.forward);
+        link.clear = vz::FindCommand(this, w.clear);
+        link.backButton = vz::FindCommand(w.toolbar, w.backButton);
+        link.forwardButton = vz::FindCommand(w.toolbar, w.forwardButton);
+        for (QAction* back : {link.back, link.backButton}) {
+            connect(back, &QAction::triggered, this, [this, browser] { OnHistoryBack(browser); });
+        }
+        for (QAction* forward : {link.forward, link.forwardButton}) {
+            connect(forward, &QAction::triggered, this,
+                    [this, browser] { OnHistoryForward(browser); });
+        }
+        connect(link.clear, &QAction::triggered, this,
+                [this, browser] { OnHistoryClear(browser); });
+        for (const bool back : {true, false}) {
+            QMenu* menu = (back ? link.backButton : link.forwardButton)->menu();
+            connect(menu, &QMenu::aboutToShow, this,
+                    [this, browser, menu, back] { FillHistoryMenu(browser, menu, back); });
+        }
+        connect(
+            w.tree->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this, browser](const QModelIndex& current) { OnSelectionChanged(browser, current); });
+    }
+}
+
+void CMainFrame::ResetHistories() {
+    for (const int browser : {kArchive, kFile}) {
+        Link(browser).history.Clear();
+        Link(browser).history.SetRecording(true);
+        UpdateHistoryCommands(browser);
+    }
+}
+
+void CMainFrame::OnSelectionChanged(int browser, const QModelIndex& current) {
+    CBrowserHistory& history = Link(browser).history;
+    if (!history.IsRecording() || !current.isValid()) {
+        return;
+    }
+    CVelaDragDropTree* tree = browser == kArchive ? ArchiveTree() : FileTree();
+    const QString path = tree->PathOfItem(current);
+    // The archive item keeps the icon its row shows; a file item the icon of its path.
+    const QIcon icon = browser == kArchive ? current.data(Qt::DecorationRole).value<QIcon>()
+                                           : CItemIcons::IconForPath(path);
+    // Places (home, mounted file systems, the root) are named as the tree shows them.
+    const QString name = current.parent().isValid() ? QString() : tree->TreeModel()->Label(current);
+    history.Add(path, IconNumber(icon), name);
+    UpdateHistoryCommands(browser);
+}
+
+int CMainFrame::IconNumber(const QIcon& icon) {
+    if (icon.isNull()) {
+        return -1;
+    }
+    for (int i = 0; i < m_historyIcons.size(); ++i) {
+        if (m_historyIcons[i].cacheKey() == icon.cacheKey()) {
+            return i;
+        }
+    }
+    m_historyIcons.append(icon);
+    return static_cast<int>(m_historyIcons.size() - 1);
+}
+
+QIcon CMainFrame::HistoryIcon(int number) const {
+    return number >= 0 && number < m_historyIcons.size() ? m_historyIcons[number] : QIcon();
+}
+
+void CMainFrame::GoToHistoryPath(int browser, const QString& path) {
+    CBrowserHistory& history = Link(browser).history;
+    // The browser's own selection changes while it goes there are not new places; recording
+    // is on again even when the path has gone (the browser then says so and stops nearby).
+    history.SetRecording(false);
+    if (browser == kArchive) {
+        ArchiveTree()->Navigate(path);
+    } else {
+        m_fileView->Dock()->Tree()->Navigate(path);
+    }
+    history.SetRecording(true);
+    UpdateHistoryCommands(browser);
+}
+
+void CMainFrame::OnHistoryBack(int browser) {
+    CBrowserHistory& history = Link(browser).history;
+    if (history.CanGoBack()) {
+        GoToHistoryPath(browser, history.Back());
+    }
+}
+
+void CMainFrame::OnHistoryForward(int browser) {
+    CBrowserHistory& history = Link(browser).history;
+    if (history.CanGoForward()) {
+        GoToHistoryPath(browser, history.Forward());
+    }
+}
+
+void CMainFrame::OnHistoryGoTo(int browser, qint64 index) {
+    GoToHistoryPath(browser, Link(browser).history.GoTo(index));
+}
+
+void CMainFrame::OnHistoryClear(int browser) {
+    Link(browser).history.Clear();
+    UpdateHistoryCommands(browser);
+}
+
+void CMainFrame::UpdateHistoryCommands(int browser) {
+    HistoryLink& link = Link(browser);
+    const CBrowserHistory& history = link.history;
+    for (QAction* back : {link.back, link.backButton}) {
+        back->setEnabled(history.CanGoBack());
+    }
+    for (QAction* forward : {link.forward, link.forwardButton}) {
+        forward->setEnabled(history.CanGoForward());
+    }
+    link.clear->setEnabled(history.CanClear());
+    const QString previous = history.PreviousName();
+    const QString next = history.NextName();
+    link.backButton->setToolTip(previous.isEmpty() ? link.backButton->statusTip()
+                                                   : QStringLiteral("Back to %1").arg(previous));
+    link.forwardButton->setToolTip(next.isEmpty() ? link.forwardButton->statusTip()
+                                                  : QStringLiteral("Forward to %1").arg(next));
+}
+
+void CMainFrame::FillHistoryMenu(int browser, QMenu* menu, bool back) {
+    const CBrowserHistory& history = Link(browser).history;
+    menu->clear();
+    menu->setToolTipsVisible(m_settings.EnableShowTooltipForBackOrForwardMenu);
+    for (const qint64 index : back ? history.BackMenuIndexes() : history.ForwardMenuIndexes()) {
+        const CBrowserHistory::Item& item = history.At(index);
+        QString text = item.displayName;
+        text.replace(QLatin1Char('&'), QLatin1String("&&"));
+        QAction* entry = vz::NewCommand(menu, kFirstHistoryItemId + static_cast<int>(index), text);
+        entry->setIcon(HistoryIcon(item.icon));
+        entry->setToolTip(item.path);
+        connect(entry, &QAction::triggered, this,
+                [this, browser, index] { OnHistoryGoTo(browser, index); });
+        menu->addAction(entry);
+    }
+}
 
 CMainFrame::~CMainFrame() {
     // Nothing may run on after the trees it reports to.
@@ -210,8 +389,8 @@ void CMainFrame::CreateMenus() {
     }
     UpdateLookMarks();
 
-    // Browsing history, bookmarks, the options dialog and the help file arrive later; their
-    // commands are in place and disabled until then.
+    // Bookmarks, the options dialog and the help file arrive later; their commands are in
+    // place and disabled until then. The history commands follow their histories.
     QMenu* history = bar->addMenu(QStringLiteral("&History"));
     history->addSection(QStringLiteral("Archive Browser"));
     QAction* archiveBack = vz::NewCommand(this, kArchiveHistoryBack, QStringLiteral("&Back"),
@@ -270,8 +449,7 @@ void CMainFrame::CreateMenus() {
     help->addSeparator();
     help->addAction(about);
 
-    for (QAction* later : {archiveBack, archiveForward, archiveClear, fileBack, fileForward,
-                           fileClear, archiveBookmarks, fileBookmarks, options, helpTopics}) {
+    for (QAction* later : {archiveBookmarks, fileBookmarks, options, helpTopics}) {
         later->setEnabled(false);
     }
 

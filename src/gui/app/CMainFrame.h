@@ -5,10 +5,13 @@
 // The frame owns the settings record (loaded once, before the browsers exist), the busy
 // state of the long operations, and the temporary folder.
 
+#include <QIcon>
+#include <QList>
 #include <QMainWindow>
 #include <QStringList>
 #include <array>
 
+#include "common/BrowserHistory.h"
 #include "settings/CSettingsRecord.h"
 
 class CArchiveView;
@@ -16,8 +19,11 @@ class CFileView;
 class CVelaArchiveTree;
 class CVelaDragDropTree;
 class CVelaSplitter;
+class QAction;
 class QActionGroup;
 class QLabel;
+class QMenu;
+class QModelIndex;
 
 class CMainFrame : public QMainWindow {
     Q_OBJECT
@@ -76,13 +82,41 @@ public:
     // existing archive.
     QString PathFromArguments(const QStringList& arguments) const;
 
+    // The back and forward histories: kArchiveBrowser or kFileBrowser of CVelaDragDropTree.
+    const CBrowserHistory& History(int browser) const;
+    // Back, Forward and Go to item of a browser's history: the browser goes to the item's
+    // path with recording off, so that the navigation adds nothing.
+    void OnHistoryBack(int browser);
+    void OnHistoryForward(int browser);
+    void OnHistoryGoTo(int browser, qint64 index);
+    void OnHistoryClear(int browser);
+    // The icon drawn for an item's icon number (null for -1).
+    QIcon HistoryIcon(int number) const;
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    // Both browser histories start empty, with recording on. Browsing history is not kept
-    // yet; this is where it starts when it is.
+    // One browser's history with the commands and buttons that use it.
+    struct HistoryLink {
+        CBrowserHistory history;
+        QAction* back = nullptr;
+        QAction* forward = nullptr;
+        QAction* clear = nullptr;
+        QAction* backButton = nullptr;
+        QAction* forwardButton = nullptr;
+    };
+    HistoryLink& Link(int browser);
+    // Connects both trees' selection changes, the commands and the drop-down menus.
+    void CreateHistories();
+    // Both browser histories start empty, with recording on.
     void ResetHistories();
+    void OnSelectionChanged(int browser, const QModelIndex& current);
+    void GoToHistoryPath(int browser, const QString& path);
+    // Enabling and the toolbar tooltips after the current item changed.
+    void UpdateHistoryCommands(int browser);
+    void FillHistoryMenu(int browser, QMenu* menu, bool back);
+    int IconNumber(const QIcon& icon);
     // `placed`: the window already has its size from the last run.
     void CreateClient(bool placed);
     void CreateMenus();
@@ -104,4 +138,7 @@ private:
     QWidget* m_fileFinderView = nullptr;
     QLabel* m_statusLabel = nullptr;
     QActionGroup* m_looks = nullptr;
+    std::array<HistoryLink, 2> m_histories;
+    // The icons of history items, each once; an item keeps its number in this list.
+    QList<QIcon> m_historyIcons;
 };

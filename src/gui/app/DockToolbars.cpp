@@ -55,8 +55,8 @@ DockToolbarMenus FillDockToolbar(QToolBar* toolbar, const DockToolbarCommands& c
     toolbar->addSeparator();
     toolbar->addAction(drives);
     toolbar->addAction(sync);
-    // Sync works now (the main frame connects it); history, bookmarks and drives arrive with
-    // their own features.
+    // The main frame connects Sync and the history buttons (enabled as the history allows);
+    // bookmarks and drives arrive with their own features.
     for (QAction* action : {back, forward, bookmarks, add, drives}) {
         action->setEnabled(false);
     }

@@ -1,8 +1,8 @@
 #pragma once
 // The common layout of the two browsers' toolbars. Each button's tooltip is the command's
-// description, its text the short name. History, bookmarks and drives arrive with their own
-// features; until then their buttons are shown disabled. Sync is enabled; the main frame
-// connects it, since it joins the two browsers.
+// description, its text the short name. Bookmarks and drives arrive with their own features;
+// until then their buttons are shown disabled. History and Sync belong to the main frame,
+// which connects them (history enables its buttons as its items allow).
 
 #include <QString>
 
