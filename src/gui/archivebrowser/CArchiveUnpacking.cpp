@@ -9,6 +9,7 @@
 #include "common/CJob.h"
 #include "common/MessageBox.h"
 #include "common/OpenWithDefault.h"
+#include "platform/TempFolder.h"
 #include "settings/CSettingsRecord.h"
 
 namespace {
@@ -26,6 +27,14 @@ INIUNPACK TempFolderIni() {
 }  // namespace
 
 CArchiveUnpacking::CArchiveUnpacking(CVelaArchiveTree* tree) : m_tree(tree) {}
+
+CArchiveUnpacking::~CArchiveUnpacking() {
+    // Decrypted entries must not outlive the program in clear: what this run unpacked into
+    // the temporary folder goes with it. Another copy of the program keeps its own files.
+    for (const QString& copy : std::as_const(m_copies)) {
+        vz::platform::RemoveTempCopy(m_tempFolder, copy);
+    }
+}
 
 QString CArchiveUnpacking::TempFolder() const {
     // Only the folder the main frame prepared: when it could not be (another user's folder
@@ -212,10 +221,14 @@ bool CArchiveUnpacking::OpenFromArchive(const QString& itemPath) {
             Run(job, *unpacker, folder, TempFolderIni(), nullptr, *outcome);
         },
         [this, outcome, folder](CJob& job) {
-            if (outcome->opened && outcome->ok && outcome->what == What::File) {
-                vz::OpenWithDefaultApplication(folder + QLatin1Char('/') +
-                                               vz::LastComponent(outcome->innerPath));
-                return;
+            if (outcome->opened && outcome->what == What::File) {
+                const QString copy =
+                    folder + QLatin1Char('/') + vz::LastComponent(outcome->innerPath);
+                m_copies.insert(copy);
+                // Unpacked but taken by no application: the unpack's box, with the reason.
+                if (outcome->ok && !vz::OpenWithDefaultApplication(copy, &outcome->reason)) {
+                    outcome->ok = false;
+                }
             }
             ShowFailure(*outcome, DetailsOf(outcome->reason, job));
         });
@@ -245,8 +258,12 @@ bool CArchiveUnpacking::UnpackForDragOut(const QString& itemPath, QString* rende
     if (!outcome.opened) {
         vz::ShowFailure(m_tree, vz::texts::OpenArchive(), outcome.reason);
     }
+    const QString copy = folder + QLatin1Char('/') + vz::LastComponent(outcome.innerPath);
+    if (outcome.opened) {
+        m_copies.insert(copy);
+    }
     if (renderedPath != nullptr) {
-        *renderedPath = folder + QLatin1Char('/') + vz::LastComponent(outcome.innerPath);
+        *renderedPath = copy;
     }
     return outcome.ok;
 }

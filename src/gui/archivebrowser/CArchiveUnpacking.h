@@ -10,6 +10,7 @@
 // when it does not open, else "Cannot unpack the archive %1." (folder, file), with the
 // core's reason in the details. A Stop or a cancelled question shows nothing.
 
+#include <QSet>
 #include <QString>
 
 #include "archive/CArchiveUnpacker.h"
@@ -21,6 +22,10 @@ class IItemListener;
 class CArchiveUnpacking {
 public:
     explicit CArchiveUnpacking(CVelaArchiveTree* tree);
+    // Removes the copies this run unpacked into the temporary folder.
+    ~CArchiveUnpacking();
+    CArchiveUnpacking(const CArchiveUnpacking&) = delete;
+    CArchiveUnpacking& operator=(const CArchiveUnpacking&) = delete;
 
     // The folder for opened files and drags to other applications.
     void SetTempFolder(const QString& folder) { m_tempFolder = folder; }
@@ -33,7 +38,8 @@ public:
     bool Unpack(const QString& sourcePath, const QString& destination, int family,
                 IItemListener* fileTree);
     // A double-click on an item: a file entry is unpacked into the temporary folder and
-    // opened when the job ends. Nothing happens for an archive or a folder, or with
+    // opened when the job ends; a copy that no application takes gives the unpack's failure
+    // box with the reason. Nothing happens for an archive or a folder, or with
     // double-click opening off. True when the job started.
     bool OpenFromArchive(const QString& itemPath);
     // The entry dragged to another application, unpacked into the temporary folder before
@@ -64,4 +70,5 @@ private:
 
     CVelaArchiveTree* m_tree;
     QString m_tempFolder;
+    QSet<QString> m_copies;  // what this run unpacked into the temporary folder
 };

@@ -38,6 +38,12 @@ inline Failure Unpack(UnpackWhat what, const QString& path) {
             QStringLiteral("Cannot unpack the file %1.").arg(path)};
 }
 
+// A file of the disk that no application opens.
+inline Failure OpenFile(const QString& path) {
+    return {QStringLiteral("Error Opening File"),
+            QStringLiteral("Cannot open the file %1.").arg(path)};
+}
+
 inline Failure CreateArchive(const QString& path) {
     return {QStringLiteral("Error Creating Archive"),
             QStringLiteral("Cannot create the archive %1.").arg(path)};

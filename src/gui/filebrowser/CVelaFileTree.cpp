@@ -252,8 +252,9 @@ QIcon CVelaFileTree::IconFor(const QModelIndex& item) const {
 
 void CVelaFileTree::OnDoubleClick(const QModelIndex& item) {
     const QString path = PathOfItem(item);
-    if (!path.isEmpty()) {
-        vz::OpenWithDefaultApplication(path);
+    QString reason;
+    if (!path.isEmpty() && !vz::OpenWithDefaultApplication(path, &reason)) {
+        vz::ShowFailure(this, vz::texts::OpenFile(path), reason);
     }
 }
 

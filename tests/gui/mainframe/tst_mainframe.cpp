@@ -85,6 +85,7 @@ private slots:
         m_tmp = m_dir.filePath(QStringLiteral("tmp"));
         QVERIFY(QDir().mkpath(m_tmp));
         qputenv("TMPDIR", m_tmp.toUtf8());
+        qputenv("XDG_RUNTIME_DIR", m_tmp.toUtf8());
         QCOMPARE(QDir::tempPath(), m_tmp);
         vz::EnsureUtf8Locale();
         vz::SetMessageBoxHook([this](const vz::MessageBoxRequest& request) {
