@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -323,16 +324,38 @@ private slots:
         QCOMPARE(Entries(folder), QList<QByteArray>{"t.bin"});
     }
 
-    void tempFolderIsPreparedAndEmptied() {
-        const QString tmp = m_dir.path() + QStringLiteral("/tmp");
-        QVERIFY(QDir().mkpath(tmp));
-        qputenv("TMPDIR", tmp.toUtf8());
-        const QString folder = TempFolderPath();
-        QCOMPARE(folder, tmp + QStringLiteral("/Vela-ZIP.Temp"));
+    void tempFolderIsPreparedAndEmptied_data() {
+        QTest::addColumn<QString>("runtime");  // $XDG_RUNTIME_DIR, under the test's folder
+        QTest::addColumn<bool>("inRuntime");   // else in the cache folder
+        QTest::newRow("runtime folder") << "run" << true;
+        QTest::newRow("no runtime folder") << "" << false;
+        QTest::newRow("runtime folder missing") << "gone" << false;
+        QTest::newRow("runtime folder is a link") << "link" << false;
+    }
 
-        // Missing: created, private to the user.
+    void tempFolderIsPreparedAndEmptied() {
+        QFETCH(QString, runtime);
+        QFETCH(bool, inRuntime);
+        const QString tmp = m_dir.path() + QStringLiteral("/tmp/") + QTest::currentDataTag();
+        const QString run = tmp + QStringLiteral("/run");
+        QVERIFY(QDir().mkpath(run) && QFile::link(run, tmp + QStringLiteral("/link")));
+        qputenv("XDG_CACHE_HOME", (tmp + QStringLiteral("/cache")).toUtf8());
+        qputenv("XDG_RUNTIME_DIR",
+                runtime.isEmpty() ? QByteArray() : (tmp + '/' + runtime).toUtf8());
+        const auto restore = qScopeGuard([] {
+            qunsetenv("XDG_CACHE_HOME");
+            qunsetenv("XDG_RUNTIME_DIR");
+        });
+        const QString folder = TempFolderPath();
+        QCOMPARE(QFileInfo(folder).fileName(), QStringLiteral("Vela-ZIP.Temp"));
+        QVERIFY(folder.startsWith(tmp + (inRuntime ? "/run/" : "/cache/")));
+
+        // Missing: created, private to the user; made private again when others may enter.
         QVERIFY(PrepareTempFolder(true));
         QVERIFY(QFileInfo(folder).isDir());
+        QCOMPARE(QFileInfo(folder).permissions() & 0x0077, QFileDevice::Permissions());
+        QVERIFY(QFile::setPermissions(folder, QFileDevice::Permissions(0x7755)));
+        QVERIFY(PrepareTempFolder(false));
         QCOMPARE(QFileInfo(folder).permissions() & 0x0077, QFileDevice::Permissions());
 
         // A read-only file, a sub-folder tree with read-only parts, and a link that leads
@@ -362,13 +385,12 @@ private slots:
         QVERIFY(vzt::WriteAll(folder, "not a folder"));
         QVERIFY(PrepareTempFolder(true));
         QVERIFY(QFileInfo(folder).isDir());
-        qunsetenv("TMPDIR");
     }
 
     void tempFolderLinkIsNeverFollowed() {
         const QString tmp = m_dir.path() + QStringLiteral("/linktmp");
         QVERIFY(QDir().mkpath(tmp));
-        qputenv("TMPDIR", tmp.toUtf8());
+        qputenv("XDG_RUNTIME_DIR", tmp.toUtf8());
         const QString folder = TempFolderPath();
         const QString target = m_dir.path() + QStringLiteral("/link-target");
         QVERIFY(vzt::MakeTree(target, {{"keep.txt", "keep"}}));
@@ -398,7 +420,7 @@ private slots:
         QCOMPARE(vzt::ListTree(target), kept);
         QFile::setPermissions(tmp, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QVERIFY(QFile::remove(folder));
-        qunsetenv("TMPDIR");
+        qunsetenv("XDG_RUNTIME_DIR");
     }
 };
 

@@ -385,15 +385,18 @@ private slots:
         QTest::addColumn<QString>("inner");
         QTest::addColumn<bool>("enabled");
         QTest::addColumn<bool>("opens");
-        QTest::newRow("file") << "a/d.txt" << true << true;
-        QTest::newRow("file, opening off") << "a/d.txt" << false << false;
-        QTest::newRow("archive") << "" << true << false;
+        QTest::addColumn<bool>("taken");  // an application takes the opened copy
+        QTest::newRow("file") << "a/d.txt" << true << true << true;
+        QTest::newRow("file, no application") << "a/d.txt" << true << true << false;
+        QTest::newRow("file, opening off") << "a/d.txt" << false << false << true;
+        QTest::newRow("archive") << "" << true << false << true;
     }
 
     void doubleClickOpensFilesOnly() {
         QFETCH(QString, inner);
         QFETCH(bool, enabled);
         QFETCH(bool, opens);
+        QFETCH(bool, taken);
         const QString zip = m_root + "/archives/x.zip";
         QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
         QVERIFY(vzt::WriteAll(m_root + "/temp/d.txt", "an older copy"));
@@ -403,7 +406,7 @@ private slots:
         vz::SetOpenHook([&](const QString& path) {
             opened << path;
             openedData = vzt::ReadAll(path);
-            return true;
+            return taken;
         });
         Show();
         const QModelIndex item = ArchiveItem(inner.isEmpty() ? zip : zip + '/' + inner);
@@ -416,8 +419,16 @@ private slots:
         QCOMPARE(opened, opens ? QStringList{m_root + "/temp/d.txt"} : QStringList{});
         QCOMPARE(openedData, opens ? QByteArray("dee") : QByteArray());  // replaced, not asked
         QVERIFY(!m_archive->isExpanded(item));
-        QVERIFY(m_boxes.isEmpty());
+        QCOMPARE(m_boxes.size(), taken ? 0 : 1);
+        if (!taken) {
+            QCOMPARE(m_boxes[0].text, "Cannot unpack the file " + zip + "/a/d.txt.");
+            QVERIFY(m_boxes[0].details.startsWith("No application is set to open files of type"));
+        }
         QVERIFY(m_dialogs.isEmpty());
+
+        // At exit the copy this run made goes; another's stays.
+        m_panes.window.reset();
+        QCOMPARE(vzt::ListTree(m_root + "/temp"), opens ? QStringList() : QStringList{"d.txt"});
     }
 
     // ---- Creating and adding ----
