@@ -256,7 +256,7 @@ void TestFileTree::doubleClickOpensWithoutExpanding() {
     QStringList opened;
     const CVelaFileTree::OpenHook previous = CVelaFileTree::SetOpenHook([&](const QString& path) {
         opened << path;
-        return true;
+        return !path.endsWith("/dir");  // no application opens the folder
     });
     FillWith(m_root);
     const QModelIndex root = Expand(m_root);
@@ -268,6 +268,9 @@ void TestFileTree::doubleClickOpensWithoutExpanding() {
     CVelaFileTree::SetOpenHook(previous);
     QCOMPARE(opened, (QStringList{m_root + "/doc.txt", m_root + "/dir"}));
     QVERIFY(!m_tree->isExpanded(dir));
+    QCOMPARE(m_boxes.size(), 1);
+    QCOMPARE(m_boxes[0].text, "Cannot open the file " + m_root + "/dir.");
+    QVERIFY(m_boxes.takeFirst().details.startsWith("No application is set to open files of type"));
 }
 
 void TestFileTree::contextMenuCommands() {
