@@ -107,7 +107,8 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     if (!m_commandLinePath.isEmpty()) {
         archiveTree->Navigate(m_commandLinePath);
     }
-    // A second copy started with an argument must not delete what a first copy still uses.
+    // A second copy started with an argument must not delete what a first copy still uses;
+    // at exit each copy removes only what it unpacked there (the Archive Browser's unpacking).
     // A folder that cannot be made ready (another user's, or a link we may not replace) is
     // not reported and never used: what needs it fails with its own message.
     const bool tempReady = vz::platform::PrepareTempFolder(arguments.isEmpty());
