@@ -225,9 +225,14 @@ bool CArchiveUnpacking::OpenFromArchive(const QString& itemPath) {
                 const QString copy =
                     folder + QLatin1Char('/') + vz::LastComponent(outcome->innerPath);
                 m_copies.insert(copy);
-                // Unpacked but taken by no application: the unpack's box, with the reason.
-                if (outcome->ok && !vz::OpenWithDefaultApplication(copy, &outcome->reason)) {
-                    outcome->ok = false;
+                if (outcome->ok) {
+                    // Unpacked but taken by no application: the unpack's box, with the reason.
+                    vz::OpenWithDefaultApplication(copy, m_tree,
+                                                   [this, outcome](const QString& reason) {
+                                                       outcome->ok = false;
+                                                       ShowFailure(*outcome, reason);
+                                                   });
+                    return;
                 }
             }
             ShowFailure(*outcome, DetailsOf(outcome->reason, job));

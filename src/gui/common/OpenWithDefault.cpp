@@ -1,7 +1,9 @@
 #include "common/OpenWithDefault.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QMimeDatabase>
+#include <QPointer>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QUrl>
@@ -15,27 +17,8 @@ OpenHook& Hook() {
     return hook;
 }
 
-QMimeType TypeOf(const QString& path) {
-    return QMimeDatabase().mimeTypeForFile(path);
-}
-
-// Whether the desktop has an application for `path`: its launcher (xdg-open) is installed
-// and, where the desktop can be asked (xdg-mime), a default application is set for the type.
-bool HasDefaultApplication(const QString& path) {
-    if (QStandardPaths::findExecutable(QStringLiteral("xdg-open")).isEmpty())
-        return false;
-    const QString query = QStandardPaths::findExecutable(QStringLiteral("xdg-mime"));
-    if (query.isEmpty())
-        return true;  // the launcher decides alone
-    QProcess process;
-    process.start(query, {QStringLiteral("query"), QStringLiteral("default"), TypeOf(path).name()});
-    if (!process.waitForFinished(5000))
-        return true;
-    return !process.readAllStandardOutput().trimmed().isEmpty();
-}
-
 QString NoApplicationReason(const QString& path) {
-    const QMimeType type = TypeOf(path);
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(path);
     const QString name = type.comment().isEmpty()
                              ? type.name()
                              : QStringLiteral("%1 (%2)").arg(type.comment(), type.name());
@@ -47,13 +30,49 @@ OpenHook SetOpenHook(OpenHook hook) {
     return std::exchange(Hook(), std::move(hook));
 }
 
-bool OpenWithDefaultApplication(const QString& path, QString* reason) {
-    const bool opened = Hook() ? Hook()(path)
-                               : HasDefaultApplication(path) &&
-                                     QDesktopServices::openUrl(QUrl::fromLocalFile(path));
-    if (!opened && reason != nullptr)
-        *reason = NoApplicationReason(path);
-    return opened;
+void OpenWithDefaultApplication(const QString& path, QObject* context,
+                                std::function<void(const QString& reason)> failed) {
+    if (Hook()) {
+        if (!Hook()(path))
+            failed(NoApplicationReason(path));
+        return;
+    }
+    // The desktop's launcher says by its exit status whether an application took the file;
+    // Qt's own opener starts it detached and never hears of a failure.
+    const QString launcher = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+    if (launcher.isEmpty()) {
+        if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+            failed(NoApplicationReason(path));
+        return;
+    }
+    // The launcher may run as long as the application it started; it belongs to the program,
+    // not to the window that asked.
+    auto* process = new QProcess(QCoreApplication::instance());
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    const QPointer<QObject> asker(context);
+    auto fail = [process, asker, path, failed](const QString& output) {
+        if (asker) {
+            QString reason = NoApplicationReason(path);
+            if (!output.isEmpty())
+                reason += QLatin1Char('\n') + output;
+            failed(reason);
+        }
+        process->deleteLater();
+    };
+    QObject::connect(process, &QProcess::finished, process,
+                     [process, fail](int code, QProcess::ExitStatus status) {
+                         if (status == QProcess::NormalExit && code == 0) {
+                             process->deleteLater();
+                             return;
+                         }
+                         fail(QString::fromLocal8Bit(process->readAll()).trimmed());
+                     });
+    QObject::connect(process, &QProcess::errorOccurred, process,
+                     [process, fail](QProcess::ProcessError error) {
+                         if (error == QProcess::FailedToStart)
+                             fail(process->errorString());
+                     });
+    process->start(launcher, {path});
 }
 
 }  // namespace vz

@@ -252,9 +252,10 @@ QIcon CVelaFileTree::IconFor(const QModelIndex& item) const {
 
 void CVelaFileTree::OnDoubleClick(const QModelIndex& item) {
     const QString path = PathOfItem(item);
-    QString reason;
-    if (!path.isEmpty() && !vz::OpenWithDefaultApplication(path, &reason)) {
-        vz::ShowFailure(this, vz::texts::OpenFile(path), reason);
+    if (!path.isEmpty()) {
+        vz::OpenWithDefaultApplication(path, this, [this, path](const QString& reason) {
+            vz::ShowFailure(this, vz::texts::OpenFile(path), reason);
+        });
     }
 }
 
