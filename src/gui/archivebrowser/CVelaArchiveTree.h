@@ -55,9 +55,6 @@ public:
     bool Populate(const QString& rootPath);
     QString RootPath() const { return m_rootPath; }
 
-    // Selects the item for a disk path or a path inside an archive, expanding every item on
-    // the way; returns the item selected (the deepest one found), or none.
-    QModelIndex Navigate(const QString& path);
     // Lists an expanded item again.
     void RefreshItem(const QModelIndex& item);
 
@@ -137,6 +134,8 @@ public:
     void RelistAfterAdd(const QModelIndex& target);
 
 protected:
+    // The places again, or the root folder (Refresh).
+    void Repopulate() override;
     void OnItemExpanded(const QModelIndex& item) override;
     void OnDoubleClick(const QModelIndex& item) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
