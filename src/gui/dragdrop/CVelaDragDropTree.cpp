@@ -12,6 +12,7 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QStyle>
 
@@ -145,6 +146,8 @@ void CVelaDragDropTree::Refresh() {
     const QStringList expandedPaths = ExpandedBelow(QModelIndex());
     const QString current = PathOfItem(currentIndex());
     const int scrolled = verticalScrollBar()->value();
+    m_refreshing = true;
+    const auto done = qScopeGuard([this] { m_refreshing = false; });
     Repopulate();
     ReopenExpanded(expandedPaths);
     if (!current.isEmpty()) {

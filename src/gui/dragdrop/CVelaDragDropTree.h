@@ -56,6 +56,9 @@ public:
     // selected item is gone its nearest remaining ancestor is selected. The view keeps its
     // scroll position.
     void Refresh();
+    // True while Refresh rebuilds the tree: the selection changes it makes on the way are no
+    // moves of the user (the history records none of them).
+    bool IsRefreshing() const { return m_refreshing; }
     // The Refresh command: F5 on the tree that has the focus; the browser's toolbar shows it.
     // Refused while an operation runs.
     QAction* RefreshCommand() const { return m_refresh; }
@@ -173,4 +176,5 @@ private:
     std::unique_ptr<CVelaDropSource> m_dropSource;
     std::unique_ptr<CVelaDropTarget> m_dropTargetHandler;
     QAction* m_refresh;
+    bool m_refreshing = false;
 };
