@@ -2,7 +2,8 @@
 // The Archive Browser: a tree of places, disk folders and archives, in which each archive
 // expands into its folders and files. Nothing is read before it is needed: an item is
 // listed when it is expanded and forgotten when it is collapsed, so every expansion shows
-// the archive as it is on disk at that moment.
+// the archive as it is on disk at that moment. Refresh (F5) lists everything expanded again
+// and keeps the selection, so archives made or changed outside show at once.
 //
 // Inside zip, jar and xap archives the tree also edits (CArchiveEditing): it renames files and
 // folders in place (the label editor), deletes them after a confirmation and creates new
