@@ -9,6 +9,7 @@ CArchiveDock::CArchiveDock(QWidget* parent)
     : QWidget(parent),
       m_toolbar(new CArchiveDockToolbar(this)),
       m_tree(new CVelaArchiveTree(this)) {
+    m_toolbar->addAction(m_tree->RefreshCommand());
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);

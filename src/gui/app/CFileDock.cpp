@@ -4,9 +4,9 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
+#include "app/DockToolbars.h"
 #include "common/CommandIds.h"
 #include "common/Commands.h"
-#include "app/DockToolbars.h"
 #include "filebrowser/CDrivesButton.h"
 #include "filebrowser/CListDrives.h"
 #include "filebrowser/CVelaFileTree.h"
@@ -30,6 +30,7 @@ CFileDock::CFileDock(QWidget* parent)
         m_toolbar->removeAction(plain);
         delete plain;
     }
+    m_toolbar->addAction(m_tree->RefreshCommand());
     connect(m_drives->List(), &CListDrives::DriveChosen, m_tree,
             [this](const QString& path) { m_tree->Navigate(path); });
 

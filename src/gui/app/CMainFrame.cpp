@@ -206,10 +206,10 @@ void CMainFrame::ResetHistories() {
 
 void CMainFrame::OnSelectionChanged(int browser, const QModelIndex& current) {
     CBrowserHistory& history = Link(browser).history;
-    if (!history.IsRecording() || !current.isValid()) {
+    CVelaDragDropTree* tree = browser == kArchive ? ArchiveTree() : FileTree();
+    if (!history.IsRecording() || !current.isValid() || tree->IsRefreshing()) {
         return;
     }
-    CVelaDragDropTree* tree = browser == kArchive ? ArchiveTree() : FileTree();
     const QString path = tree->PathOfItem(current);
     // The archive item keeps the icon its row shows; a file item the icon of its path.
     const QIcon icon = browser == kArchive ? current.data(Qt::DecorationRole).value<QIcon>()

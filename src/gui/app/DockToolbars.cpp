@@ -1,7 +1,9 @@
 #include "app/DockToolbars.h"
 
 #include <QAction>
+#include <QIcon>
 #include <QMenu>
+#include <QStyle>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -45,7 +47,14 @@ DockToolbarMenus FillDockToolbar(QToolBar* toolbar, const DockToolbarCommands& c
     QAction* drives = NewCommand(toolbar, c.drives, QStringLiteral("Drives"), {},
                                  QStringLiteral("Drives"), QStringLiteral("drive-harddisk"));
     QAction* sync = NewCommand(toolbar, c.sync, QStringLiteral("Sync"), c.syncTip,
-                               QStringLiteral("Sync"), QStringLiteral("view-refresh"));
+                               QStringLiteral("Sync"), QString());
+    // Sync shows the other browser's place: an icon of its own, never the circular arrows
+    // of Refresh, whichever of these the icon theme has.
+    QIcon syncIcon = toolbar->style()->standardIcon(QStyle::SP_ArrowForward);
+    for (const char* name : {"go-jump", "object-flip-horizontal", "view-split-left-right"}) {
+        syncIcon = QIcon::fromTheme(QLatin1String(name), syncIcon);
+    }
+    sync->setIcon(syncIcon);
 
     menus.back = AddDropDown(toolbar, back, QStringLiteral("<HISTORY>"));
     menus.forward = AddDropDown(toolbar, forward, QStringLiteral("<HISTORY>"));
@@ -55,7 +64,8 @@ DockToolbarMenus FillDockToolbar(QToolBar* toolbar, const DockToolbarCommands& c
     toolbar->addSeparator();
     toolbar->addAction(drives);
     toolbar->addAction(sync);
-    // The main frame connects Sync and the history buttons (enabled as the history allows);
+    // The browser adds its tree's Refresh after Sync. The main frame connects Sync and the
+    // history buttons (enabled as the history allows);
     // bookmarks and drives arrive with their own features.
     for (QAction* action : {back, forward, bookmarks, add, drives}) {
         action->setEnabled(false);

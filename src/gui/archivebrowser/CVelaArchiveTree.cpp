@@ -174,6 +174,10 @@ bool CVelaArchiveTree::Populate(const QString& rootPath) {
     return true;
 }
 
+void CVelaArchiveTree::Repopulate() {
+    Populate(m_rootPath);
+}
+
 void CVelaArchiveTree::OnItemExpanded(const QModelIndex& item) {
     ListItem(item);
 }
@@ -297,40 +301,6 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
     if (TreeModel()->rowCount(item) == 0) {
         RefreshLayout();
     }
-}
-
-QModelIndex CVelaArchiveTree::Navigate(const QString& path) {
-    CVelaTreeModel* model = TreeModel();
-    const QString target = QDir::cleanPath(path);
-    QModelIndex current;
-    int matched = -1;
-    for (int row = 0; row < model->rowCount(); ++row) {
-        const QModelIndex top = model->index(row, 0);
-        const QString real = model->RealPath(top);
-        const bool isPrefix = target == real || real == QLatin1String("/") ||
-                              target.startsWith(real + QLatin1Char('/'));
-        if (isPrefix && real.size() > matched) {
-            matched = static_cast<int>(real.size());
-            current = top;
-        }
-    }
-    if (!current.isValid()) {
-        return {};
-    }
-    const QStringList components = target.mid(matched).split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    for (const QString& component : components) {
-        if (!isExpanded(current) && model->hasChildren(current)) {
-            expand(current);
-        }
-        const QModelIndex child = model->FindChild(current, component);
-        if (!child.isValid()) {
-            break;
-        }
-        current = child;
-    }
-    setCurrentIndex(current);
-    scrollTo(current);
-    return current;
 }
 
 QString CVelaArchiveTree::StatusText(const QModelIndex& item) const {

@@ -2,7 +2,8 @@
 // The Archive Browser: a tree of places, disk folders and archives, in which each archive
 // expands into its folders and files. Nothing is read before it is needed: an item is
 // listed when it is expanded and forgotten when it is collapsed, so every expansion shows
-// the archive as it is on disk at that moment.
+// the archive as it is on disk at that moment. Refresh (F5) lists everything expanded again
+// and keeps the selection, so archives made or changed outside show at once.
 //
 // Inside zip, jar and xap archives the tree also edits (CArchiveEditing): it renames files and
 // folders in place (the label editor), deletes them after a confirmation and creates new
@@ -55,9 +56,6 @@ public:
     bool Populate(const QString& rootPath);
     QString RootPath() const { return m_rootPath; }
 
-    // Selects the item for a disk path or a path inside an archive, expanding every item on
-    // the way; returns the item selected (the deepest one found), or none.
-    QModelIndex Navigate(const QString& path);
     // Lists an expanded item again.
     void RefreshItem(const QModelIndex& item);
 
@@ -137,6 +135,8 @@ public:
     void RelistAfterAdd(const QModelIndex& target);
 
 protected:
+    // The places again, or the root folder (Refresh).
+    void Repopulate() override;
     void OnItemExpanded(const QModelIndex& item) override;
     void OnDoubleClick(const QModelIndex& item) override;
     void contextMenuEvent(QContextMenuEvent* event) override;

@@ -2,14 +2,19 @@
 
 #include "common/CJob.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCursor>
+#include <QDir>
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScopeGuard>
+#include <QScrollBar>
+#include <QStyle>
 
 #include "common/CAppFlags.h"
 #include "dragdrop/CVelaDropSource.h"
@@ -42,6 +47,19 @@ CVelaDragDropTree::CVelaDragDropTree(QWidget* parent)
 
     connect(this, &QTreeView::expanded, this, &CVelaDragDropTree::OnItemExpanded);
     connect(this, &QTreeView::collapsed, this, &CVelaDragDropTree::OnItemCollapsed);
+
+    m_refresh = new QAction(QStringLiteral("Refresh"), this);
+    m_refresh->setToolTip(QStringLiteral("Refresh"));
+    m_refresh->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh"),
+                                        style()->standardIcon(QStyle::SP_BrowserReload)));
+    m_refresh->setShortcut(QKeySequence(Qt::Key_F5));
+    m_refresh->setShortcutContext(Qt::WidgetShortcut);
+    addAction(m_refresh);
+    connect(m_refresh, &QAction::triggered, this, [this] {
+        if (!OperationRunning()) {
+            Refresh();
+        }
+    });
 }
 
 CVelaDragDropTree::~CVelaDragDropTree() = default;
@@ -53,6 +71,93 @@ QString CVelaDragDropTree::PathOfItem(const QModelIndex& item) const {
 QModelIndex CVelaDragDropTree::SelectedItem() const {
     return currentIndex();
 }
+
+QModelIndex CVelaDragDropTree::RootFor(const QString& path) const {
+    QModelIndex best;
+    int matched = -1;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        const QModelIndex top = m_model->index(row, 0);
+        const QString real = m_model->RealPath(top);
+        const bool holds =
+            path == real || path.startsWith(real.endsWith(QLatin1Char('/')) ? real : real + '/');
+        if (holds && real.size() > matched) {
+            matched = static_cast<int>(real.size());
+            best = top;
+        }
+    }
+    return best;
+}
+
+QModelIndex CVelaDragDropTree::Locate(const QString& path, bool expandOnTheWay) {
+    const QString target = QDir::cleanPath(path);
+    QModelIndex current = RootFor(target);
+    if (!current.isValid()) {
+        return {};
+    }
+    const QStringList components =
+        target.mid(m_model->RealPath(current).size()).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    for (const QString& component : components) {
+        if (!isExpanded(current)) {
+            if (!expandOnTheWay || !m_model->hasChildren(current)) {
+                break;
+            }
+            expand(current);
+        }
+        const QModelIndex child = m_model->FindChild(current, component);
+        if (!child.isValid()) {
+            break;
+        }
+        current = child;
+    }
+    return current;
+}
+
+QModelIndex CVelaDragDropTree::Navigate(const QString& path) {
+    const QModelIndex item = Locate(path, true);
+    if (item.isValid()) {
+        setCurrentIndex(item);
+        scrollTo(item);
+    }
+    return item;
+}
+
+QStringList CVelaDragDropTree::ExpandedBelow(const QModelIndex& parent) const {
+    QStringList paths;
+    for (int row = 0; row < m_model->rowCount(parent); ++row) {
+        const QModelIndex child = m_model->index(row, 0, parent);
+        if (isExpanded(child)) {
+            paths << PathOfItem(child) << ExpandedBelow(child);
+        }
+    }
+    return paths;
+}
+
+void CVelaDragDropTree::ReopenExpanded(const QStringList& paths) {
+    // Parents come before their children, so each item is found below an open parent.
+    for (const QString& path : paths) {
+        const QModelIndex item = Locate(path, true);
+        if (item.isValid() && PathOfItem(item) == path && m_model->hasChildren(item)) {
+            expand(item);
+        }
+    }
+}
+
+void CVelaDragDropTree::Refresh() {
+    const QStringList expandedPaths = ExpandedBelow(QModelIndex());
+    const QString current = PathOfItem(currentIndex());
+    const int scrolled = verticalScrollBar()->value();
+    m_refreshing = true;
+    const auto done = qScopeGuard([this] { m_refreshing = false; });
+    Repopulate();
+    ReopenExpanded(expandedPaths);
+    if (!current.isEmpty()) {
+        Navigate(current);
+    }
+    executeDelayedItemsLayout();
+    verticalScrollBar()->setValue(scrolled);
+}
+
+void CVelaDragDropTree::Repopulate() {}
 
 const CSettingsRecord& CVelaDragDropTree::Settings() const {
     static const CSettingsRecord defaults;

@@ -13,6 +13,7 @@
 #include <QPixmap>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 #include <QTreeView>
 #include <functional>
 #include <memory>
@@ -21,6 +22,7 @@
 
 class CVelaDropSource;
 class CVelaDropTarget;
+class QAction;
 class QMimeData;
 struct CSettingsRecord;
 
@@ -41,6 +43,25 @@ public:
     QString PathOfItem(const QModelIndex& item) const;
     // The selected (current) item.
     QModelIndex SelectedItem() const;
+
+    // The top-level item that holds `path` (the one with the longest path), or none.
+    QModelIndex RootFor(const QString& path) const;
+    // The deepest item on the way to `path`; items on the way are expanded (and so listed)
+    // when `expandOnTheWay`, else the walk stops at the first collapsed one.
+    QModelIndex Locate(const QString& path, bool expandOnTheWay);
+    // Go to a path: expands every item on the way and selects the deepest one found.
+    QModelIndex Navigate(const QString& path);
+    // Reads the tree again from its top-level items (F5): what was expanded is expanded (and
+    // so listed) again and the selection comes back, where they still exist; where the
+    // selected item is gone its nearest remaining ancestor is selected. The view keeps its
+    // scroll position.
+    void Refresh();
+    // True while Refresh rebuilds the tree: the selection changes it makes on the way are no
+    // moves of the user (the history records none of them).
+    bool IsRefreshing() const { return m_refreshing; }
+    // The Refresh command: F5 on the tree that has the focus; the browser's toolbar shows it.
+    // Refused while an operation runs.
+    QAction* RefreshCommand() const { return m_refresh; }
 
     // The settings the tree follows (the main frame's record, which outlives the tree); the
     // defaults while none is set.
@@ -120,6 +141,12 @@ protected:
     virtual void OnItemCollapsed(const QModelIndex& item);
     // Re-lays out the rows, for an expanded item whose listing came back empty.
     void RefreshLayout() { scheduleDelayedItemsLayout(); }
+    // Replaces every item with the tree's top-level items, unlisted (Refresh).
+    virtual void Repopulate();
+    // The paths of the expanded items below `parent`, each parent before its children.
+    QStringList ExpandedBelow(const QModelIndex& parent) const;
+    // Expands the items of `paths` again where they are still found.
+    void ReopenExpanded(const QStringList& paths);
 
     // The data a drag of `item` offers (the base: none; the caller owns the result).
     virtual QMimeData* DragData(const QModelIndex& item);
@@ -148,4 +175,6 @@ private:
     QPointer<CVelaDragDropTree> m_otherTree;
     std::unique_ptr<CVelaDropSource> m_dropSource;
     std::unique_ptr<CVelaDropTarget> m_dropTargetHandler;
+    QAction* m_refresh;
+    bool m_refreshing = false;
 };

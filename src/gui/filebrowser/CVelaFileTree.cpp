@@ -97,15 +97,13 @@ CVelaFileTree::CVelaFileTree(QWidget* parent) : CVelaDragDropTree(parent) {
     m_createFolder = vz::NewCommand(this, kFileCreateFolder, QStringLiteral("&Create Folder"));
     m_find = vz::NewCommand(this, kFileFind, QStringLiteral("&Find"));
     m_properties = vz::NewCommand(this, kFileProperties, QStringLiteral("&Properties..."));
-    m_refresh = new QAction(QStringLiteral("Refresh"), this);
     m_rename->setShortcut(QKeySequence(Qt::Key_F2));
     m_delete->setShortcut(QKeySequence(QKeySequence::Delete));
     m_createFolder->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
     m_properties->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Return));
-    m_refresh->setShortcut(QKeySequence(Qt::Key_F5));
     // The File Finder arrives later; its command is in place and disabled until then.
     m_find->setEnabled(false);
-    for (QAction* action : {m_rename, m_delete, m_createFolder, m_find, m_properties, m_refresh}) {
+    for (QAction* action : {m_rename, m_delete, m_createFolder, m_find, m_properties}) {
         action->setShortcutContext(Qt::WidgetShortcut);
         addAction(action);
     }
@@ -113,7 +111,6 @@ CVelaFileTree::CVelaFileTree(QWidget* parent) : CVelaDragDropTree(parent) {
     connect(m_delete, &QAction::triggered, this, &CVelaFileTree::OnDelete);
     connect(m_createFolder, &QAction::triggered, this, &CVelaFileTree::OnCreateFolder);
     connect(m_properties, &QAction::triggered, this, &CVelaFileTree::OnProperties);
-    connect(m_refresh, &QAction::triggered, this, &CVelaFileTree::Refresh);
     UpdateCommands();
 }
 
@@ -259,91 +256,11 @@ void CVelaFileTree::OnDoubleClick(const QModelIndex& item) {
     }
 }
 
-// ---- Finding items by path ----
-
-QModelIndex CVelaFileTree::RootFor(const QString& path) const {
-    CVelaTreeModel* model = TreeModel();
-    QModelIndex best;
-    int matched = -1;
-    for (int row = 0; row < model->rowCount(); ++row) {
-        const QModelIndex top = model->index(row, 0);
-        const QString real = model->RealPath(top);
-        if (IsAtOrBelow(path, real) && real.size() > matched) {
-            matched = static_cast<int>(real.size());
-            best = top;
-        }
-    }
-    return best;
-}
-
-QModelIndex CVelaFileTree::Locate(const QString& path, bool expandOnTheWay) {
-    const QString target = QDir::cleanPath(path);
-    QModelIndex current = RootFor(target);
-    if (!current.isValid()) {
-        return {};
-    }
-    CVelaTreeModel* model = TreeModel();
-    const QString rootPath = model->RealPath(current);
-    const QStringList components =
-        target.mid(rootPath.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    for (const QString& component : components) {
-        if (!isExpanded(current)) {
-            if (!expandOnTheWay || !model->hasChildren(current)) {
-                break;
-            }
-            expand(current);
-        }
-        const QModelIndex child = model->FindChild(current, component);
-        if (!child.isValid()) {
-            break;
-        }
-        current = child;
-    }
-    return current;
-}
-
-QModelIndex CVelaFileTree::Navigate(const QString& path) {
-    const QModelIndex item = Locate(path, true);
-    if (item.isValid()) {
-        setCurrentIndex(item);
-        scrollTo(item);
-    }
-    return item;
-}
-
-QStringList CVelaFileTree::ExpandedBelow(const QModelIndex& parent) const {
-    CVelaTreeModel* model = TreeModel();
-    QStringList paths;
-    for (int row = 0; row < model->rowCount(parent); ++row) {
-        const QModelIndex child = model->index(row, 0, parent);
-        if (isExpanded(child)) {
-            paths << PathOfItem(child) << ExpandedBelow(child);
-        }
-    }
-    return paths;
-}
-
-void CVelaFileTree::ReopenExpanded(const QStringList& paths) {
-    // Parents come before their children, so each item is found below an open parent.
-    for (const QString& path : paths) {
-        const QModelIndex item = Locate(path, true);
-        if (item.isValid() && PathOfItem(item) == path && TreeModel()->hasChildren(item)) {
-            expand(item);
-        }
-    }
-}
-
-void CVelaFileTree::Refresh() {
-    const QStringList expandedPaths = ExpandedBelow(QModelIndex());
-    const QString current = PathOfItem(currentIndex());
+void CVelaFileTree::Repopulate() {
     if (m_givenPlaces.isEmpty()) {
         FillRoots();
     } else {
         FillRoots(QList<platform::CPlace>(m_givenPlaces));
-    }
-    ReopenExpanded(expandedPaths);
-    if (!current.isEmpty()) {
-        Navigate(current);
     }
 }
 

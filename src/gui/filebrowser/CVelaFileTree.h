@@ -56,10 +56,6 @@ public:
     // The record of a cloud-drive or special-folder root, or null.
     const CCloudDriveItem* CloudDriveOf(const QModelIndex& item) const;
 
-    // Go to a path: expands every item on the way and selects the deepest one found.
-    QModelIndex Navigate(const QString& path);
-    // Reads the tree again, keeping what was expanded and the selection (F5).
-    void Refresh();
     // Reads an expanded folder again.
     void RefreshItem(const QModelIndex& item);
 
@@ -121,6 +117,8 @@ public slots:
     void RevealAddedItem(const QString& fullPath);
 
 protected:
+    // The roots again (Refresh).
+    void Repopulate() override;
     void OnItemExpanded(const QModelIndex& item) override;
     void OnDoubleClick(const QModelIndex& item) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -133,13 +131,7 @@ private:
     QIcon IconFor(const QModelIndex& item) const;
     void OnCurrentChanged(const QModelIndex& current);
     void UpdateCommands();
-    QModelIndex RootFor(const QString& path) const;
-    QModelIndex Locate(const QString& path, bool expandOnTheWay);
     void ExpandForReveal(const QModelIndex& item);
-    // The paths of the expanded items below `parent`, each parent before its children.
-    QStringList ExpandedBelow(const QModelIndex& parent) const;
-    // Expands the items of `paths` again where they are still found.
-    void ReopenExpanded(const QStringList& paths);
     // Reads an expanded item again; the expanded items below it are read again and stay open.
     void RelistKeepingExpanded(const QModelIndex& item);
     QModelIndex InsertSorted(const QModelIndex& parent, const QString& label, bool folder);
@@ -163,5 +155,4 @@ private:
     QAction* m_createFolder;
     QAction* m_find;
     QAction* m_properties;
-    QAction* m_refresh;
 };

@@ -3,6 +3,7 @@
 
 #include <QAbstractFileIconProvider>
 #include <QAbstractItemModelTester>
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -93,6 +94,8 @@ private slots:
     void diskFolderListsFoldersThenArchives();
     void placesStartWithHomeSelected();
     void reExpansionShowsTheArchiveAsItIsNow();
+    void refreshKeepsThePlace_data();
+    void refreshKeepsThePlace();
     void archiveThatDoesNotOpen();
     void familyWithoutUnpacker();
     void stopEndsALongListing();
@@ -319,6 +322,60 @@ void TestArchiveTree::reExpansionShowsTheArchiveAsItIsNow() {
     m_tree->expand(archive);
     QCOMPARE(model->rowCount(archive), 0);
     QVERIFY(!model->hasChildren(archive));
+    QVERIFY(m_boxes.isEmpty());
+}
+
+void TestArchiveTree::refreshKeepsThePlace_data() {
+    // Paths below the test folder; f/a.zip holds d/x.txt before the change.
+    QTest::addColumn<QStringList>("expanded");  // parents first
+    QTest::addColumn<QString>("selected");
+    QTest::addColumn<QString>("zipped");  // made or rewritten outside: "zip:entry;entry"
+    QTest::addColumn<QString>("selectedAfter");
+    QTest::addColumn<QString>("level");  // an item expanded after the refresh, and its labels
+    QTest::addColumn<QStringList>("labels");
+    const QStringList all{"f", "f/a.zip", "f/a.zip/d"};
+    QTest::newRow("zip made outside") << QStringList{"f"} << "f/a.zip"
+                                      << "f/new.zip:n.txt"
+                                      << "f/a.zip"
+                                      << "f" << QStringList{"a.zip", "new.zip"};
+    QTest::newRow("archive re-read") << all << "f"
+                                     << "f/a.zip:d/x.txt;d/y.txt"
+                                     << "f"
+                                     << "f/a.zip/d" << QStringList{"x.txt", "y.txt"};
+    QTest::newRow("selected entry gone") << all << "f/a.zip/d/x.txt"
+                                         << "f/a.zip:z.txt"
+                                         << "f/a.zip"
+                                         << "f/a.zip" << QStringList{"z.txt"};
+}
+
+void TestArchiveTree::refreshKeepsThePlace() {
+    QFETCH(QStringList, expanded);
+    QFETCH(QString, zipped);
+    const QString scratch = m_dir.filePath(QStringLiteral("scratch"));
+    const auto at = [this](const QString& relative) { return m_root + '/' + relative; };
+    QVERIFY(QDir().mkpath(at("f")));
+    QVERIFY(MakeZip(at("f/a.zip"), {{"d/x.txt", "x"}}, scratch));
+    m_tree->Populate(m_root);
+    for (const QString& path : expanded) {
+        m_tree->expand(m_tree->Navigate(at(path)));
+    }
+    QFETCH(QString, selected);
+    m_tree->Navigate(at(selected));
+    const QStringList parts = zipped.split(':');
+    QMap<QString, QByteArray> entries;
+    for (const QString& entry : parts.at(1).split(';')) {
+        entries.insert(entry, entry.toUtf8());
+    }
+    QVERIFY(MakeZip(at(parts.at(0)), entries, scratch));
+
+    m_tree->RefreshCommand()->trigger();  // what F5 and the toolbar button do
+    QFETCH(QString, selectedAfter);
+    QCOMPARE(m_tree->PathOfItem(m_tree->currentIndex()), at(selectedAfter));
+    QFETCH(QString, level);
+    const QModelIndex item = m_tree->Locate(at(level), false);
+    QCOMPARE(m_tree->PathOfItem(item), at(level));
+    QVERIFY(m_tree->isExpanded(item));
+    QTEST(Labels(m_tree->TreeModel(), item), "labels");
     QVERIFY(m_boxes.isEmpty());
 }
 
