@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QDir>
@@ -17,6 +18,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUrl>
+#include <tuple>
 
 #include "app/CArchiveDock.h"
 #include "app/CArchiveDockToolbar.h"
@@ -90,6 +92,9 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     CVelaFileTree* fileTree = m_fileView->Dock()->Tree();
     fileTree->SetSettings(&m_settings);
     connect(fileTree, &CVelaDragDropTree::StatusTextChanged, this, &CMainFrame::SetStatusText);
+    // Each browser's paste and menu routes take the other browser's items.
+    archiveTree->SetOtherTree(fileTree);
+    fileTree->SetOtherTree(archiveTree);
     archiveTree->Populate(QString());
     m_fileView->Dock()->FillRoots();
 
@@ -366,6 +371,32 @@ void CMainFrame::CreateMenus() {
                                    QStringLiteral("Quits the application"), QStringLiteral("Exit"));
     connect(exit, &QAction::triggered, this, &QWidget::close);
     file->addAction(exit);
+
+    // Copy and Paste work in the browser that has the focus: its own commands carry the keys,
+    // which the menu shows.
+    QMenu* edit = bar->addMenu(QStringLiteral("&Edit"));
+    for (const auto& [id, text, keys] :
+         {std::tuple{kEditCopy, QStringLiteral("&Copy"), QKeySequence(QKeySequence::Copy)},
+          std::tuple{kEditPaste, QStringLiteral("&Paste"), QKeySequence(QKeySequence::Paste)}}) {
+        QAction* action = vz::NewCommand(this, id, text);
+        action->setShortcut(keys);
+        action->setShortcutContext(Qt::WidgetShortcut);
+        edit->addAction(action);
+        connect(action, &QAction::triggered, this, [id = id] {
+            if (auto* tree = qobject_cast<CVelaDragDropTree*>(QApplication::focusWidget())) {
+                if (QAction* own = vz::FindCommand(tree, id)) {
+                    QMetaObject::invokeMethod(own, &QAction::trigger, Qt::QueuedConnection);
+                }
+            }
+        });
+    }
+    connect(edit, &QMenu::aboutToShow, this, [edit] {
+        const bool inBrowser =
+            qobject_cast<CVelaDragDropTree*>(QApplication::focusWidget()) != nullptr;
+        for (QAction* action : edit->actions()) {
+            action->setEnabled(inBrowser);
+        }
+    });
 
     QMenu* view = bar->addMenu(QStringLiteral("&View"));
     QAction* archiveFinder =

@@ -31,6 +31,7 @@
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 #include "common/Texts.h"
+#include "dragdrop/CVelaClipboard.h"
 #include "dragdrop/CVelaDataSource.h"
 #include "fileops/FileDelete.h"
 #include "fileops/FileRename.h"
@@ -131,6 +132,7 @@ CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
     connect(m_delete, &QAction::triggered, this, &CVelaArchiveTree::OnDelete);
     connect(m_createFolder, &QAction::triggered, this, &CVelaArchiveTree::OnCreateFolder);
     connect(m_properties, &QAction::triggered, this, &CVelaArchiveTree::OnProperties);
+    CVelaClipboard::AddCommands(this);
     UpdateCommands();
 }
 
@@ -514,6 +516,8 @@ void CVelaArchiveTree::contextMenuEvent(QContextMenuEvent* event) {
     }
     UpdateCommands();
     QMenu menu(this);
+    CVelaClipboard::AddRoute(&menu, this, QStringLiteral("Unpack to"));
+    menu.addSeparator();
     menu.addActions({m_rename, m_delete, m_createFolder, m_find, m_properties, m_email});
     menu.exec(event->globalPos());
 }

@@ -45,6 +45,10 @@ enum : int {
     kArchiveBookmarksManager = 32874,
     kOptions = 32875,
 
+    // Edit menu: Copy and Paste in the browser that has the focus
+    kEditCopy = 57634,
+    kEditPaste = 57637,
+
     // Archive Browser context menu
     kArchiveRename = 32876,
     kArchiveDelete = 32877,

@@ -31,6 +31,9 @@ bool CVelaDataSource::RenderingAllowed() const {
     if (m_tree == nullptr || !m_tree->Settings().EnableDraggingFromArchiveToOtherApplications) {
         return false;
     }
+    if (m_forClipboard) {
+        return true;
+    }
     if (m_tree->DragInProgress() == -1) {
         // Asked while the drag still runs: a program the drag passes over looks at the data
         // (the pointer buttons cannot tell, a drag hides them). A drop ends the drag before

@@ -22,6 +22,10 @@ public:
     // `tree` is the tree the drag starts from; `renderer` makes the data.
     CVelaDataSource(CVelaDragDropTree* tree, Renderer renderer);
 
+    // Made for the clipboard (a Copy): the list is made whenever another application asks,
+    // with no drag to wait for.
+    void SetForClipboard() { m_forClipboard = true; }
+
     QStringList formats() const override;
     bool hasFormat(const QString& mimeType) const override;
 
@@ -39,6 +43,7 @@ private:
 
     QPointer<CVelaDragDropTree> m_tree;
     Renderer m_renderer;
+    bool m_forClipboard = false;
     mutable int m_renderCount = 0;
     mutable bool m_result = false;
     mutable QString m_path;

@@ -148,8 +148,10 @@ protected:
     // Expands the items of `paths` again where they are still found.
     void ReopenExpanded(const QStringList& paths);
 
-    // The data a drag of `item` offers (the base: none; the caller owns the result).
+    // The data a drag of `item` offers (the base: none; the caller owns the result). A Copy
+    // puts the same data on the clipboard.
     virtual QMimeData* DragData(const QModelIndex& item);
+    friend class CVelaClipboard;
 
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     // The one column is at least as wide as the view, so that a selection spans the row.

@@ -163,6 +163,48 @@ CVelaDropTarget::DropPlan CVelaDropTarget::PlanDrop(const QMimeData* data, Qt::D
     return plan;
 }
 
+CVelaDropTarget::DropPlan CVelaDropTarget::PlanDropOf(CVelaDragDropTree* source,
+                                                      const QModelIndex& sourceItem,
+                                                      const QStringList& paths,
+                                                      const QModelIndex& onItem, QString* refusal) {
+    DropPlan plan;
+    const auto refuse = [&plan, refusal](const QString& why) {
+        if (refusal != nullptr) {
+            *refusal = why;
+        }
+        return plan;
+    };
+    const bool toArchive = m_tree->Kind() == CVelaDragDropTree::kArchiveBrowser;
+    if (CVelaDragDropTree::OperationRunning() || !m_tree->AcceptsDropsNow()) {
+        return refuse(QStringLiteral("Wait until the running operation has ended."));
+    }
+    if (source == m_tree) {
+        return refuse(QStringLiteral("Copied items are pasted in the other browser."));
+    }
+    if (source != nullptr) {
+        if (!sourceItem.isValid() || !source->CanDrag(sourceItem)) {
+            return refuse(QStringLiteral("The selected item cannot be copied."));
+        }
+    } else if (paths.isEmpty()) {
+        return refuse(QStringLiteral("The clipboard holds no files or folders."));
+    } else if (toArchive && !m_tree->Settings().EnableDraggingToArchiveFromOtherApplications) {
+        return refuse(QStringLiteral("Adding files from other applications is switched off."));
+    }
+    const QModelIndex target = onItem.isValid() ? m_tree->ValidDropItem(onItem) : QModelIndex();
+    if (!target.isValid()) {
+        return refuse(toArchive ? QStringLiteral("Select a folder, or a zip, jar or xap archive or "
+                                                 "a folder in one, in the Archive Browser.")
+                                : QStringLiteral("Select a folder in the File Browser."));
+    }
+    plan.fromOtherTree = source != nullptr;
+    plan.source = source;
+    plan.sourceItem = sourceItem;
+    plan.target = target;
+    plan.paths = paths;
+    plan.valid = true;
+    return plan;
+}
+
 bool CVelaDropTarget::PerformDrop(const DropPlan& plan) {
     bool performed = false;
     if (plan.valid && plan.target.isValid() && !CVelaDragDropTree::OperationRunning()) {

@@ -56,6 +56,12 @@ public:
     // the other, each as a job, holding the busy guard until the last has ended; then the
     // password of the drop is forgotten.
     bool PerformDrop(const DropPlan& plan);
+    // The plan of a drop made without a drag (a paste, a menu route) on `onItem`: the item
+    // `sourceItem` of the browser `source`, or with no source the `paths` of another
+    // application. The same rules as a drop decide; when it would not be taken the plan is not
+    // valid and `refusal` says why.
+    DropPlan PlanDropOf(CVelaDragDropTree* source, const QModelIndex& sourceItem,
+                        const QStringList& paths, const QModelIndex& onItem, QString* refusal);
     // Both at once.
     bool Drop(const QMimeData* data, Qt::DropAction effect);
 

@@ -21,6 +21,7 @@
 #include "common/Commands.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
+#include "dragdrop/CVelaClipboard.h"
 #include "filebrowser/CCloudDriveItem.h"
 #include "filebrowser/CFileProperties.h"
 #include "filebrowser/CFolderProperties.h"
@@ -111,6 +112,7 @@ CVelaFileTree::CVelaFileTree(QWidget* parent) : CVelaDragDropTree(parent) {
     connect(m_delete, &QAction::triggered, this, &CVelaFileTree::OnDelete);
     connect(m_createFolder, &QAction::triggered, this, &CVelaFileTree::OnCreateFolder);
     connect(m_properties, &QAction::triggered, this, &CVelaFileTree::OnProperties);
+    CVelaClipboard::AddCommands(this);
     UpdateCommands();
 }
 
@@ -550,6 +552,8 @@ void CVelaFileTree::contextMenuEvent(QContextMenuEvent* event) {
     }
     UpdateCommands();
     QMenu menu(this);
+    CVelaClipboard::AddRoute(&menu, this, QStringLiteral("Add to"));
+    menu.addSeparator();
     menu.addActions({m_rename, m_delete, m_createFolder, m_find, m_properties});
     menu.exec(event->globalPos());
 }
