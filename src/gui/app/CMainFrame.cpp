@@ -18,7 +18,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUrl>
-#include <tuple>
+#include <utility>
 
 #include "app/CArchiveDock.h"
 #include "app/CArchiveDockToolbar.h"
@@ -372,15 +372,12 @@ void CMainFrame::CreateMenus() {
     connect(exit, &QAction::triggered, this, &QWidget::close);
     file->addAction(exit);
 
-    // Copy and Paste work in the browser that has the focus: its own commands carry the keys,
-    // which the menu shows.
+    // Copy and Paste work in the browser that has the focus: its own commands carry the keys
+    // (the menu only names them, so that no key is bound twice).
     QMenu* edit = bar->addMenu(QStringLiteral("&Edit"));
-    for (const auto& [id, text, keys] :
-         {std::tuple{kEditCopy, QStringLiteral("&Copy"), QKeySequence(QKeySequence::Copy)},
-          std::tuple{kEditPaste, QStringLiteral("&Paste"), QKeySequence(QKeySequence::Paste)}}) {
+    for (const auto& [id, text] : {std::pair{kEditCopy, QStringLiteral("&Copy\tCtrl+C")},
+                                   std::pair{kEditPaste, QStringLiteral("&Paste\tCtrl+V")}}) {
         QAction* action = vz::NewCommand(this, id, text);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetShortcut);
         edit->addAction(action);
         connect(action, &QAction::triggered, this, [id = id] {
             if (auto* tree = qobject_cast<CVelaDragDropTree*>(QApplication::focusWidget())) {
