@@ -1,14 +1,18 @@
 // The File Browser tree: roots, the order and expanders of a listing (files shown or not),
-// unreadable folders, status texts, double-click, and the commands of its context menu.
+// unreadable folders, status texts, double-click and Enter, and the commands of its context
+// menu, also from the keyboard.
 
 #include <sys/stat.h>
 #include <unistd.h>
 #include <QAbstractItemModelTester>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
+#include <QMenu>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <memory>
 
 #include "TestSupport.h"
@@ -52,8 +56,11 @@ private slots:
     void removableRootIsNotRead();
     void cloudRootsComeAfterTheDrives();
     void statusTexts();
-    void doubleClickOpensWithoutExpanding();
+    void openGestures_data();
+    void openGestures();
     void contextMenuCommands();
+    void keyboardContextMenu_data();
+    void keyboardContextMenu();
 
 private:
     void FillWith(const QString& root);
@@ -251,7 +258,22 @@ void TestFileTree::statusTexts() {
     QCOMPARE(spy.last().at(0).toString(), QStringLiteral("Objects: 1"));
 }
 
-void TestFileTree::doubleClickOpensWithoutExpanding() {
+void TestFileTree::openGestures_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("enter");
+    QTest::addColumn<bool>("opens");
+    QTest::addColumn<bool>("expanded");
+    // A double-click opens files and folders alike and never expands; Enter opens a file
+    // and expands a folder instead of opening it.
+    QTest::newRow("double-click on a file") << "doc.txt" << false << true << false;
+    QTest::newRow("double-click on a folder") << "dir" << false << true << false;
+    QTest::newRow("Enter on a file") << "doc.txt" << true << true << false;
+    QTest::newRow("Enter on a folder") << "dir" << true << false << true;
+}
+
+void TestFileTree::openGestures() {
+    QFETCH(QString, name);
+    QFETCH(bool, enter);
     QVERIFY(vzt::MakeTree(m_root, {{"dir/inner.txt", "i"}, {"doc.txt", "d"}}));
     QStringList opened;
     const CVelaFileTree::OpenHook previous = CVelaFileTree::SetOpenHook([&](const QString& path) {
@@ -259,18 +281,24 @@ void TestFileTree::doubleClickOpensWithoutExpanding() {
         return !path.endsWith("/dir");  // no application opens the folder
     });
     FillWith(m_root);
-    const QModelIndex root = Expand(m_root);
-    CVelaTreeModel* model = m_tree->TreeModel();
-    const QModelIndex doc = model->FindChild(root, QStringLiteral("doc.txt"));
-    const QModelIndex dir = model->FindChild(root, QStringLiteral("dir"));
-    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, m_tree->visualRect(doc).center());
-    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, m_tree->visualRect(dir).center());
+    const QModelIndex item = m_tree->TreeModel()->FindChild(Expand(m_root), name);
+    if (enter) {
+        m_tree->setCurrentIndex(item);
+        QTest::keyClick(m_tree.get(), Qt::Key_Return);
+    } else {
+        QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {},
+                           m_tree->visualRect(item).center());
+    }
     CVelaFileTree::SetOpenHook(previous);
-    QCOMPARE(opened, (QStringList{m_root + "/doc.txt", m_root + "/dir"}));
-    QVERIFY(!m_tree->isExpanded(dir));
-    QCOMPARE(m_boxes.size(), 1);
-    QCOMPARE(m_boxes[0].text, "Cannot open the file " + m_root + "/dir.");
-    QVERIFY(m_boxes.takeFirst().details.startsWith("No application is set to open files of type"));
+    QFETCH(bool, expanded);
+    QCOMPARE(m_tree->isExpanded(item), expanded);
+    QFETCH(bool, opens);
+    QCOMPARE(opened, opens ? QStringList{m_root + '/' + name} : QStringList{});
+    if (opens && name == "dir") {
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].text, "Cannot open the file " + m_root + "/dir.");
+        QVERIFY(m_boxes.takeFirst().details.startsWith("No application is set to open files"));
+    }
 }
 
 void TestFileTree::contextMenuCommands() {
@@ -290,6 +318,39 @@ void TestFileTree::contextMenuCommands() {
     m_tree->setFocus();
     QTest::keyClick(m_tree.get(), Qt::Key_F2);
     QVERIFY(m_tree->IsEditingLabel());
+}
+
+void TestFileTree::keyboardContextMenu_data() {
+    QTest::addColumn<bool>("menuKey");
+    QTest::newRow("Shift+F10") << false;
+    // The platform sends the Menu key as a context-menu event at the mouse cursor.
+    QTest::newRow("Menu key") << true;
+}
+
+// The menu asked for from the keyboard opens at the selected item with its commands.
+void TestFileTree::keyboardContextMenu() {
+    QFETCH(bool, menuKey);
+    QVERIFY(vzt::MakeTree(m_root, {{"a/", {}}, {"b/", {}}, {"file.txt", "f"}}));
+    FillWith(m_root);
+    const QModelIndex file = m_tree->Navigate(m_root + QStringLiteral("/file.txt"));
+    QPoint shownAt;
+    bool renames = false;
+    QTimer::singleShot(0, this, [&] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            shownAt = menu->pos();
+            renames = menu->actions().contains(vz::FindCommand(m_tree.get(), vz::cmd::kFileRename));
+            menu->close();
+        }
+    });
+    if (menuKey) {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, m_tree->mapToGlobal(QPoint()));
+        QApplication::sendEvent(m_tree.get(), &event);
+    } else {
+        QTest::keyClick(m_tree.get(), Qt::Key_F10, Qt::ShiftModifier);
+    }
+    QVERIFY(renames);
+    const QRect rect = m_tree->visualRect(file).adjusted(0, 0, 0, 1);
+    QVERIFY(QRect(m_tree->viewport()->mapToGlobal(rect.topLeft()), rect.size()).contains(shownAt));
 }
 
 QTEST_MAIN(TestFileTree)
