@@ -333,7 +333,7 @@ void CVelaDragDropTree::paintEvent(QPaintEvent* event) {
     // (the light looks select in pale yellow or aqua).
     QColor colour = palette().color(QPalette::Active, QPalette::Highlight);
     if (qAbs(colour.lightness() - palette().color(QPalette::Base).lightness()) < 100) {
-        colour = colour.darker(170);
+        colour = colour.darker(230);
     }
     QPen pen(colour, kFrame);
     pen.setJoinStyle(Qt::MiterJoin);
