@@ -100,8 +100,6 @@ private slots:
     void familyWithoutUnpacker();
     void stopEndsALongListing();
     void navigateIntoAnArchive();
-    void doubleClickNeverExpands();
-    void expansionShowsTheChildren_data();
     void expansionShowsTheChildren();
     void statusTexts();
     void validDropItem_data();
@@ -505,46 +503,22 @@ void TestArchiveTree::navigateIntoAnArchive() {
     QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
 }
 
-void TestArchiveTree::doubleClickNeverExpands() {
-    QVERIFY(vzt::MakeTree(m_root, {{"folder/sub/", {}}}));
-    m_tree->Populate(m_root);
-    const QModelIndex folder = m_tree->Navigate(m_root + QStringLiteral("/folder"));
-    QVERIFY(m_tree->TreeModel()->hasChildren(folder));
-    const QRect rect = m_tree->visualRect(folder);
-    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, rect.center());
-    QVERIFY(!m_tree->isExpanded(folder));
-    QCOMPARE(m_tree->viewport()->cursor().shape(), Qt::ArrowCursor);
-}
-
-void TestArchiveTree::expansionShowsTheChildren_data() {
-    QTest::addColumn<int>("children");
-    QTest::newRow("all fit below the item") << 5;
-    QTest::newRow("more than the view holds") << 100;
-}
-
-// An item the user expands at the bottom of the view scrolls up so that its children show,
-// as far as it stays in view itself.
+// An item expanded at the bottom of the view scrolls up so that its children show, as far
+// as it stays in view itself.
 void TestArchiveTree::expansionShowsTheChildren() {
-    QFETCH(int, children);
     QMap<QString, QByteArray> folders;
     for (int i = 0; i < 100; ++i) {
-        folders.insert(QStringLiteral("f%1/").arg(i, 3, 10, QLatin1Char('0')), {});
-        if (i < children) {
-            folders.insert(QStringLiteral("z/s%1/").arg(i, 3, 10, QLatin1Char('0')), {});
-        }
+        folders.insert(QString::asprintf("f%03d/", i), {});
+        folders.insert(QString::asprintf("z/s%03d/", i), {});
     }
     QVERIFY(vzt::MakeTree(m_root, folders));
     m_tree->Populate(m_root);
     const QModelIndex z = m_tree->Navigate(m_root + QStringLiteral("/z"));
     QTest::keyClick(m_tree.get(), Qt::Key_Right);
-    QVERIFY(m_tree->isExpanded(z));
-    const auto shown = [this](const QModelIndex& item) {
-        return m_tree->viewport()->rect().contains(m_tree->visualRect(item));
-    };
-    const QModelIndex first = m_tree->TreeModel()->index(0, 0, z);
-    const QModelIndex last = m_tree->TreeModel()->index(children - 1, 0, z);
-    QVERIFY(shown(z) && shown(first));
-    QVERIFY(shown(last) || m_tree->visualRect(z).top() == 0);
+    QCOMPARE(m_tree->visualRect(z).top(), 0);
+    QVERIFY(m_tree->viewport()->rect().contains(
+        m_tree->visualRect(m_tree->TreeModel()->index(0, 0, z))));
+    QCOMPARE(m_tree->viewport()->cursor().shape(), Qt::ArrowCursor);
 }
 
 void TestArchiveTree::statusTexts() {
