@@ -470,6 +470,10 @@ void CVelaArchiveTree::OnDoubleClick(const QModelIndex& item) {
     OpenFromArchive(item);
 }
 
+bool CVelaArchiveTree::IsFileItem(const QModelIndex& item) const {
+    return item.isValid() && TreeModel()->Kind(item) == kArchiveFile;
+}
+
 void CVelaArchiveTree::ItemAdded(const QString& /*fullPath*/) {
     m_relistPending = true;
 }

@@ -139,6 +139,8 @@ protected:
     void Repopulate() override;
     void OnItemExpanded(const QModelIndex& item) override;
     void OnDoubleClick(const QModelIndex& item) override;
+    // A file inside an archive (Enter opens it as a double-click does).
+    bool IsFileItem(const QModelIndex& item) const override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     QMimeData* DragData(const QModelIndex& item) override;
 

@@ -4,15 +4,18 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QCursor>
 #include <QDir>
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScopeGuard>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QStyle>
 
@@ -45,7 +48,7 @@ CVelaDragDropTree::CVelaDragDropTree(QWidget* parent)
     setDropIndicatorShown(false);
     setDefaultDropAction(Qt::CopyAction);
 
-    connect(this, &QTreeView::expanded, this, &CVelaDragDropTree::OnItemExpanded);
+    connect(this, &QTreeView::expanded, this, &CVelaDragDropTree::ItemExpanded);
     connect(this, &QTreeView::collapsed, this, &CVelaDragDropTree::OnItemCollapsed);
 
     m_refresh = new QAction(QStringLiteral("Refresh"), this);
@@ -60,9 +63,22 @@ CVelaDragDropTree::CVelaDragDropTree(QWidget* parent)
             Refresh();
         }
     });
+    // The focus frame follows the focus, also into and out of the label editor.
+    m_focusWatch =
+        connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
+            const auto mine = [this](QWidget* widget) {
+                return widget != nullptr && (widget == this || isAncestorOf(widget));
+            };
+            if (mine(old) != mine(now)) {
+                viewport()->update();
+            }
+        });
 }
 
-CVelaDragDropTree::~CVelaDragDropTree() = default;
+CVelaDragDropTree::~CVelaDragDropTree() {
+    // The widgets below the tree go after this, and give up the focus as they go.
+    disconnect(m_focusWatch);
+}
 
 QString CVelaDragDropTree::PathOfItem(const QModelIndex& item) const {
     return m_model->PathOf(item);
@@ -199,6 +215,21 @@ bool CVelaDragDropTree::OperationRunning() {
 
 void CVelaDragDropTree::OnItemExpanded(const QModelIndex& /*item*/) {}
 
+void CVelaDragDropTree::ItemExpanded(const QModelIndex& item) {
+    OnItemExpanded(item);
+    const int count = m_model->rowCount(item);
+    if (!m_userInput || m_refreshing || count == 0) {
+        return;
+    }
+    // The last child comes into view, then the item itself again when that pushed it out:
+    // the children below it fill what the view holds.
+    executeDelayedItemsLayout();
+    const int across = horizontalScrollBar()->value();
+    scrollTo(m_model->index(count - 1, 0, item));
+    scrollTo(item);
+    horizontalScrollBar()->setValue(across);
+}
+
 void CVelaDragDropTree::OnItemCollapsed(const QModelIndex& item) {
     // A selection inside the collapsing item moves to the item itself.
     for (QModelIndex i = currentIndex().parent(); i.isValid(); i = i.parent()) {
@@ -226,6 +257,100 @@ void CVelaDragDropTree::resizeEvent(QResizeEvent* event) {
 }
 
 void CVelaDragDropTree::OnDoubleClick(const QModelIndex& /*item*/) {}
+
+bool CVelaDragDropTree::IsFileItem(const QModelIndex& /*item*/) const {
+    return false;
+}
+
+// ---- Keyboard, focus and the context menu ----
+
+void CVelaDragDropTree::keyPressEvent(QKeyEvent* event) {
+    const QScopedValueRollback<bool> input(m_userInput, true);
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && modifiers == Qt::NoModifier && state() != EditingState) {
+        const QModelIndex item = currentIndex();
+        if (item.isValid() && IsFileItem(item)) {
+            OnDoubleClick(item);
+        } else if (item.isValid() && m_model->hasChildren(item)) {
+            setExpanded(item, !isExpanded(item));
+        }
+        event->accept();
+        return;
+    }
+    if (event->key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier) {
+        ContextMenuAtSelection();
+        event->accept();
+        return;
+    }
+    QTreeView::keyPressEvent(event);
+}
+
+void CVelaDragDropTree::mousePressEvent(QMouseEvent* event) {
+    const QScopedValueRollback<bool> input(m_userInput, true);
+    QTreeView::mousePressEvent(event);
+}
+
+bool CVelaDragDropTree::event(QEvent* event) {
+    if (event->type() == QEvent::ContextMenu &&
+        static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard) {
+        ContextMenuAtSelection();
+        event->accept();
+        return true;
+    }
+    return QTreeView::event(event);
+}
+
+void CVelaDragDropTree::ContextMenuAtSelection() {
+    const QModelIndex item = currentIndex();
+    QPoint at;
+    if (item.isValid()) {
+        scrollTo(item);
+        const QRect rect = visualRect(item);
+        // Below the item's icon, inside the view.
+        at = QPoint(rect.left() + rect.height(), rect.bottom());
+        at.setX(qBound(0, at.x(), viewport()->width() - 1));
+        at.setY(qBound(0, at.y(), viewport()->height() - 1));
+    }
+    QContextMenuEvent menuEvent(QContextMenuEvent::Keyboard, viewport()->mapTo(this, at),
+                                viewport()->mapToGlobal(at), QApplication::keyboardModifiers());
+    contextMenuEvent(&menuEvent);
+}
+
+bool CVelaDragDropTree::HoldsFocus() const {
+    const QWidget* focused = QApplication::focusWidget();
+    return focused != nullptr && (focused == this || isAncestorOf(focused));
+}
+
+void CVelaDragDropTree::paintEvent(QPaintEvent* event) {
+    QTreeView::paintEvent(event);
+    if (!HoldsFocus()) {
+        return;
+    }
+    constexpr int kFrame = 2;
+    QPainter painter(viewport());
+    // The selection colour, darkened where it is too pale to stand out from the background
+    // (the light looks select in pale yellow or aqua).
+    QColor colour = palette().color(QPalette::Active, QPalette::Highlight);
+    if (qAbs(colour.lightness() - palette().color(QPalette::Base).lightness()) < 100) {
+        colour = colour.darker(230);
+    }
+    QPen pen(colour, kFrame);
+    pen.setJoinStyle(Qt::MiterJoin);
+    painter.setPen(pen);
+    painter.setBrush(Qt::NoBrush);
+    const QRectF frame = QRectF(viewport()->rect())
+                             .adjusted(kFrame / 2.0, kFrame / 2.0, -kFrame / 2.0, -kFrame / 2.0);
+    painter.drawRect(frame);
+}
+
+void CVelaDragDropTree::scrollContentsBy(int dx, int dy) {
+    QTreeView::scrollContentsBy(dx, dy);
+    // Scrolling moves what is drawn, the focus frame with it: it is drawn again in place.
+    if (HoldsFocus()) {
+        viewport()->update();
+    }
+}
 
 // ---- The drop highlight ----
 

@@ -158,6 +158,19 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     // The double-click, which never expands or collapses an item.
     virtual void OnDoubleClick(const QModelIndex& item);
+    // Whether `item` is a file: Enter on a file does what a double-click does, Enter on any
+    // other item expands or collapses it (the base: no item is a file).
+    virtual bool IsFileItem(const QModelIndex& item) const;
+
+    // Enter (open a file, expand or collapse anything else) and Shift+F10 (the context menu).
+    void keyPressEvent(QKeyEvent* event) override;
+    // The context menu asked for from the keyboard (the Menu key) opens at the selected item.
+    bool event(QEvent* event) override;
+    // The tree that has the focus shows it with a frame inside its border.
+    void paintEvent(QPaintEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    // A press on an expander is the user's own expansion (its children scroll into view).
+    void mousePressEvent(QMouseEvent* event) override;
 
     void startDrag(Qt::DropActions supportedActions) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -168,6 +181,14 @@ protected:
                  const QModelIndex& index) const override;
 
 private:
+    // Each tree lists the children, then an expansion the user asked for scrolls them into
+    // view as far as the item itself stays in view.
+    void ItemExpanded(const QModelIndex& item);
+    // Opens the context menu at the selected item (or the top of the tree when none shows).
+    void ContextMenuAtSelection();
+    // Whether the focus is in this tree or in its label editor.
+    bool HoldsFocus() const;
+
     CVelaTreeModel* m_model;
     const CSettingsRecord* m_settings = nullptr;
     int m_dragInProgress = 0;
@@ -179,4 +200,8 @@ private:
     std::unique_ptr<CVelaDropTarget> m_dropTargetHandler;
     QAction* m_refresh;
     bool m_refreshing = false;
+    // True while the tree handles a key press or a mouse press: the expansions it makes are
+    // the user's.
+    bool m_userInput = false;
+    QMetaObject::Connection m_focusWatch;
 };

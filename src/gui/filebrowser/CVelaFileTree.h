@@ -61,7 +61,7 @@ public:
 
     // "Objects: 12" for a folder, "Size - ..., Modified - ..." for a file.
     QString StatusText(const QModelIndex& item) const;
-    bool IsFileItem(const QModelIndex& item) const;
+    bool IsFileItem(const QModelIndex& item) const override;
 
     // Drag and drop: where a drop over `item` lands (a folder), when `dragged` is the item of
     // this tree being dragged (none when the drag comes from elsewhere).

@@ -18,9 +18,9 @@
 #include "ArchiveWriters.h"
 #include "TestSupport.h"
 #include "app/CVelaZipApp.h"
-#include "common/CAppFlags.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "common/CAppFlags.h"
 #include "common/CItemIcons.h"
 #include "common/CJob.h"
 #include "common/MessageBox.h"
@@ -100,7 +100,7 @@ private slots:
     void familyWithoutUnpacker();
     void stopEndsALongListing();
     void navigateIntoAnArchive();
-    void doubleClickNeverExpands();
+    void expansionShowsTheChildren();
     void statusTexts();
     void validDropItem_data();
     void validDropItem();
@@ -503,14 +503,21 @@ void TestArchiveTree::navigateIntoAnArchive() {
     QCOMPARE(m_tree->TreeModel()->rowCount(archive), 0);
 }
 
-void TestArchiveTree::doubleClickNeverExpands() {
-    QVERIFY(vzt::MakeTree(m_root, {{"folder/sub/", {}}}));
+// An item expanded at the bottom of the view scrolls up so that its children show, as far
+// as it stays in view itself.
+void TestArchiveTree::expansionShowsTheChildren() {
+    QMap<QString, QByteArray> folders;
+    for (int i = 0; i < 100; ++i) {
+        folders.insert(QString::asprintf("f%03d/", i), {});
+        folders.insert(QString::asprintf("z/s%03d/", i), {});
+    }
+    QVERIFY(vzt::MakeTree(m_root, folders));
     m_tree->Populate(m_root);
-    const QModelIndex folder = m_tree->Navigate(m_root + QStringLiteral("/folder"));
-    QVERIFY(m_tree->TreeModel()->hasChildren(folder));
-    const QRect rect = m_tree->visualRect(folder);
-    QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, rect.center());
-    QVERIFY(!m_tree->isExpanded(folder));
+    const QModelIndex z = m_tree->Navigate(m_root + QStringLiteral("/z"));
+    QTest::keyClick(m_tree.get(), Qt::Key_Right);
+    QCOMPARE(m_tree->visualRect(z).top(), 0);
+    QVERIFY(m_tree->viewport()->rect().contains(
+        m_tree->visualRect(m_tree->TreeModel()->index(0, 0, z))));
     QCOMPARE(m_tree->viewport()->cursor().shape(), Qt::ArrowCursor);
 }
 

@@ -1,14 +1,17 @@
 // The File Browser tree: roots, the order and expanders of a listing (files shown or not),
-// unreadable folders, status texts, double-click, and the commands of its context menu.
+// unreadable folders, status texts, double-click and Enter, and the commands of its context
+// menu, also from the keyboard.
 
 #include <sys/stat.h>
 #include <unistd.h>
 #include <QAbstractItemModelTester>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <memory>
 
 #include "TestSupport.h"
@@ -52,8 +55,10 @@ private slots:
     void removableRootIsNotRead();
     void cloudRootsComeAfterTheDrives();
     void statusTexts();
-    void doubleClickOpensWithoutExpanding();
+    void doubleClickAndEnter();
     void contextMenuCommands();
+    void keyboardContextMenu_data();
+    void keyboardContextMenu();
 
 private:
     void FillWith(const QString& root);
@@ -251,7 +256,7 @@ void TestFileTree::statusTexts() {
     QCOMPARE(spy.last().at(0).toString(), QStringLiteral("Objects: 1"));
 }
 
-void TestFileTree::doubleClickOpensWithoutExpanding() {
+void TestFileTree::doubleClickAndEnter() {
     QVERIFY(vzt::MakeTree(m_root, {{"dir/inner.txt", "i"}, {"doc.txt", "d"}}));
     QStringList opened;
     const CVelaFileTree::OpenHook previous = CVelaFileTree::SetOpenHook([&](const QString& path) {
@@ -265,9 +270,15 @@ void TestFileTree::doubleClickOpensWithoutExpanding() {
     const QModelIndex dir = model->FindChild(root, QStringLiteral("dir"));
     QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, m_tree->visualRect(doc).center());
     QTest::mouseDClick(m_tree->viewport(), Qt::LeftButton, {}, m_tree->visualRect(dir).center());
-    CVelaFileTree::SetOpenHook(previous);
-    QCOMPARE(opened, (QStringList{m_root + "/doc.txt", m_root + "/dir"}));
     QVERIFY(!m_tree->isExpanded(dir));
+    // Enter opens a file the same way, and expands a folder instead of opening it.
+    for (const QModelIndex& item : {doc, dir}) {
+        m_tree->setCurrentIndex(item);
+        QTest::keyClick(m_tree.get(), Qt::Key_Return);
+    }
+    CVelaFileTree::SetOpenHook(previous);
+    QCOMPARE(opened, (QStringList{m_root + "/doc.txt", m_root + "/dir", m_root + "/doc.txt"}));
+    QVERIFY(m_tree->isExpanded(dir));
     QCOMPARE(m_boxes.size(), 1);
     QCOMPARE(m_boxes[0].text, "Cannot open the file " + m_root + "/dir.");
     QVERIFY(m_boxes.takeFirst().details.startsWith("No application is set to open files of type"));
@@ -290,6 +301,31 @@ void TestFileTree::contextMenuCommands() {
     m_tree->setFocus();
     QTest::keyClick(m_tree.get(), Qt::Key_F2);
     QVERIFY(m_tree->IsEditingLabel());
+}
+
+void TestFileTree::keyboardContextMenu_data() {
+    QTest::addColumn<bool>("menuKey");  // the platform sends it as a menu event at the cursor
+    QTest::newRow("Shift+F10") << false;
+    QTest::newRow("Menu key") << true;
+}
+
+// The menu asked for from the keyboard opens at the selected item.
+void TestFileTree::keyboardContextMenu() {
+    QVERIFY(vzt::MakeTree(m_root, {{"a/", {}}, {"b/", {}}, {"file.txt", "f"}}));
+    FillWith(m_root);
+    const QModelIndex file = m_tree->Navigate(m_root + QStringLiteral("/file.txt"));
+    QPoint shownAt;
+    QTimer::singleShot(0, this, [&shownAt] {
+        QWidget* menu = QApplication::activePopupWidget();
+        shownAt = menu->pos();
+        menu->close();
+    });
+    QContextMenuEvent atCursor(QContextMenuEvent::Keyboard, {}, m_tree->mapToGlobal(QPoint()));
+    QFETCH(bool, menuKey);
+    menuKey ? void(QApplication::sendEvent(m_tree.get(), &atCursor))
+            : QTest::keyClick(m_tree.get(), Qt::Key_F10, Qt::ShiftModifier);
+    const QRect rect = m_tree->visualRect(file).adjusted(0, 0, 0, 1);
+    QVERIFY(QRect(m_tree->viewport()->mapToGlobal(rect.topLeft()), rect.size()).contains(shownAt));
 }
 
 QTEST_MAIN(TestFileTree)

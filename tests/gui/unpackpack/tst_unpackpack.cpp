@@ -386,10 +386,14 @@ private slots:
         QTest::addColumn<bool>("enabled");
         QTest::addColumn<bool>("opens");
         QTest::addColumn<bool>("taken");  // an application takes the opened copy
-        QTest::newRow("file") << "a/d.txt" << true << true << true;
-        QTest::newRow("file, no application") << "a/d.txt" << true << true << false;
-        QTest::newRow("file, opening off") << "a/d.txt" << false << false << true;
-        QTest::newRow("archive") << "" << true << false << true;
+        QTest::addColumn<bool>("enter");  // Enter on the selected item instead of a double-click
+        QTest::newRow("file") << "a/d.txt" << true << true << true << false;
+        QTest::newRow("file, no application") << "a/d.txt" << true << true << false << false;
+        QTest::newRow("file, opening off") << "a/d.txt" << false << false << true << false;
+        QTest::newRow("archive") << "" << true << false << true << false;
+        QTest::newRow("file, Enter") << "a/d.txt" << true << true << true << true;
+        // Enter expands the archive instead.
+        QTest::newRow("archive, Enter") << "" << true << false << true << true;
     }
 
     void doubleClickOpensFilesOnly() {
@@ -397,6 +401,7 @@ private slots:
         QFETCH(bool, enabled);
         QFETCH(bool, opens);
         QFETCH(bool, taken);
+        QFETCH(bool, enter);
         const QString zip = m_root + "/archives/x.zip";
         QVERIFY(MakeZip(zip, SampleTree(), m_root + "/scratch"));
         QVERIFY(vzt::WriteAll(m_root + "/temp/d.txt", "an older copy"));
@@ -413,12 +418,17 @@ private slots:
         QVERIFY(item.isValid());
         m_archive->collapse(item);
 
-        QTest::mouseDClick(m_archive->viewport(), Qt::LeftButton, {},
-                           m_archive->visualRect(item).center());
+        if (enter) {
+            m_archive->setCurrentIndex(item);
+            QTest::keyClick(m_archive, Qt::Key_Enter, Qt::KeypadModifier);
+        } else {
+            QTest::mouseDClick(m_archive->viewport(), Qt::LeftButton, {},
+                               m_archive->visualRect(item).center());
+        }
         QVERIFY(vzt::WaitForJobs());
         QCOMPARE(opened, opens ? QStringList{m_root + "/temp/d.txt"} : QStringList{});
         QCOMPARE(openedData, opens ? QByteArray("dee") : QByteArray());  // replaced, not asked
-        QVERIFY(!m_archive->isExpanded(item));
+        QCOMPARE(m_archive->isExpanded(item), enter && inner.isEmpty());
         QCOMPARE(m_boxes.size(), taken ? 0 : 1);
         if (!taken) {
             QCOMPARE(m_boxes[0].text, "Cannot unpack the file " + zip + "/a/d.txt.");
