@@ -254,12 +254,21 @@ struct CArchiveUnpacker::Impl {
             return Fail(QStringLiteral("Cannot open the archive %1: %2.")
                             .arg(Where(), HeaderFailure(s.Handle(), true, "not an archive")));
         if (IsStream()) {
-            if (archive_filter_code(s.Handle(), 0) != traits->streamFilter)
-                return Fail(QStringLiteral("Cannot open the archive %1: it is not a %2 stream.")
-                                .arg(Where(), ArchiveFamily::DisplayName(traits->family)));
             const int format = archive_format(s.Handle()) & ARCHIVE_FORMAT_BASE_MASK;
             tarInside = format == ARCHIVE_FORMAT_TAR;
             streamName = StreamName(q->m_path);
+            // Deflate makes at most 1 032 bytes of one byte: a gzip whose last member
+            // records more than its whole file could hold has a damaged trailer (or is made
+            // to catch readers out, as one that holds a gzip that holds a gzip ...).
+            constexpr quint64 kMaxDeflateRatio = 1032;
+            quint64 recorded = 0;
+            if (traits->family == ArchiveFamily::GZip &&
+                GzipTrailerSize(volumes.last(), &recorded) &&
+                recorded > kMaxDeflateRatio * static_cast<quint64>(compressedTotal))
+                return Fail(QStringLiteral("Cannot open the archive %1: it is damaged (it records "
+                                           "%2 bytes of data, more than %3 bytes can hold).")
+                                .arg(Where(), GroupDigits(recorded),
+                                     GroupDigits(static_cast<quint64>(compressedTotal))));
         }
         return true;
     }
