@@ -667,8 +667,23 @@ struct CArchiveUnpacker::Impl {
                     offset = written;
                 } else {
                     const int dr = archive_read_data_block(a, &buffer, &size, &offset);
-                    if (dr == ARCHIVE_EOF)
+                    if (dr == ARCHIVE_EOF) {
+                        // A sparse entry may end in a hole: the end's offset is its length.
+                        // An image's reader ends a zisofs file after its last block that is
+                        // not all zeros: the rest of its recorded length is a hole too.
+                        qint64 end = offset;
+                        if (traits->formats == FamilyTraits::Formats::Iso && info.sizeKnown)
+                            end = std::max(end, static_cast<qint64>(info.size));
+                        if (end > written) {
+                            if (writer && !writer->Write(nullptr, 0, end)) {
+                                writer->AbortFile();
+                                Report(st, writer->Error());
+                                return PassEnd::Done;
+                            }
+                            written = end;
+                        }
                         break;
+                    }
                     if (dr != ARCHIVE_OK && dr != ARCHIVE_WARN) {
                         dataFailed = true;
                         fatal = dr == ARCHIVE_FATAL;
