@@ -523,9 +523,13 @@ struct CArchiveUnpacker::Impl {
             if (c.unsafe || info.path.isEmpty()) {
                 if (!c.rawName.isEmpty() && c.rawName != QLatin1String(".") &&
                     c.rawName != QLatin1String("./"))
-                    Report(st, QStringLiteral(
-                                   "Refused %1 in %2: the name leads outside the destination.")
-                                   .arg(c.rawName, Where()));
+                    Report(
+                        st,
+                        QStringLiteral("Refused %1 in %2: %3.")
+                            .arg(c.rawName, Where(),
+                                 NormaliseEntryName(c.rawName).control
+                                     ? QStringLiteral("the name holds a control character")
+                                     : QStringLiteral("the name leads outside the destination")));
                 continue;
             }
             if (stopNow())
