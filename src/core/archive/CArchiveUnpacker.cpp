@@ -761,11 +761,18 @@ struct CArchiveUnpacker::Impl {
             if (info.sizeKnown && static_cast<quint64>(written) != info.size) {
                 if (writer)
                     writer->AbortFile();
-                Report(st,
-                       QStringLiteral("Cannot unpack %1 from %2: its data is incomplete (%3 of %4 "
-                                      "bytes; is a volume missing?).")
-                           .arg(info.path, Where(), GroupDigits(static_cast<quint64>(written)),
-                                GroupDigits(info.size)));
+                const bool longer = static_cast<quint64>(written) > info.size;
+                const QString what =
+                    longer ? QStringLiteral(
+                                 "its data is longer than its header declares (%1 "
+                                 "bytes, not %2)")
+                           : QStringLiteral(
+                                 "its data is incomplete (%1 of %2 bytes; is a volume "
+                                 "missing?)");
+                Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
+                               .arg(info.path, Where(),
+                                    what.arg(GroupDigits(static_cast<quint64>(written)),
+                                             GroupDigits(info.size))));
                 continue;
             }
             if (writer) {
