@@ -11,6 +11,7 @@
 #include "TestSupport.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "common/Texts.h"
 
 Q_DECLARE_METATYPE(std::vector<vzt::TarItem>)
 
@@ -39,6 +40,7 @@ private Q_SLOTS:
         QTest::newRow("absolute") << QByteArray("/tmp/evil.txt");
         QTest::newRow("backslash parent") << QByteArray("..\\evil.txt");
         QTest::newRow("drive letter") << QByteArray("C:\\evil.txt");
+        QTest::newRow("control character") << QByteArray("d\x01ir/\x1b[2Jevil.txt");
     }
     void hostileNames() {
         QFETCH(QByteArray, name);
@@ -191,19 +193,63 @@ private Q_SLOTS:
             QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(40000, 1));
     }
 
-    // Sizes that the headers claim but the data does not have: an error, nothing allocated.
+    // Sizes that the headers claim but the data does not have: an error that says which, the
+    // file not written, nothing allocated for the claim.
+    void lyingSizes_data() {
+        QTest::addColumn<qint64>("declared");  // uncompressed size in both headers
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("claims 2 GiB") << 0x7FFFFFF0LL << "";
+        QTest::newRow("declares less than it holds")
+            << 10LL << "its data is longer than its header declares (20 bytes, not 10)";
+    }
     void lyingSizes() {
+        QFETCH(qint64, declared);
+        QFETCH(QString, reason);
         QTemporaryDir dir;
         const QString zip = dir.filePath("lie.zip");
-        QVERIFY(vzt::WriteAll(
-            zip, vzt::StoredZip({{"big.bin", "short", 0100644u << 16, 3, 0x7FFFFFF0LL, true}})));
+        QByteArray bytes = vzt::StoredZip({{"big.bin", QByteArray(20, 'x')}});
+        // The uncompressed sizes of the local and the central header; the stored size stays.
+        for (const qsizetype at : {qsizetype(22), bytes.indexOf("PK\x01\x02") + 24})
+            for (int i = 0; i < 4; ++i)
+                bytes[at + i] = static_cast<char>((declared >> (8 * i)) & 0xFF);
+        QVERIFY(vzt::WriteAll(zip, bytes));
         TestObserver observer;
         auto u = OpenPath(zip, &observer);
         QVERIFY(u);
-        QVERIFY(u->GetFileOutputInfo("big.bin").startsWith("Size - 2 147 483 632 bytes"));
-        u->UnpackArchive(dir.path() + "/dest");
+        const QString size = "Size - " + vz::GroupDigits(quint64(declared)) + " bytes";
+        QVERIFY(u->GetFileOutputInfo("big.bin").startsWith(size));
+        QVERIFY(!u->UnpackArchive(dir.path() + "/dest"));
+        QVERIFY2(u->LastError().contains(reason), qPrintable(u->LastError()));
         QVERIFY(!QFile::exists(dir.path() + "/dest/big.bin"));
         QVERIFY(vzt::ListTree(dir.path()).filter(".vz-").isEmpty());
+    }
+
+    // Compressed files made to catch readers out end with an error at once: no filter is
+    // bid for again on what a filter gives (a gzip that holds gzips would be read for ever).
+    void hostileStreams_data() {
+        QTest::addColumn<QString>("sample");  // in the shared samples; empty: the fixture
+        QTest::newRow("gzip holding gzips") << "libarchive/test_read_filter_gzip_recursive.gz";
+        QTest::newRow("gzip recording more than deflate makes") << QString();
+    }
+    void hostileStreams() {
+        QFETCH(QString, sample);
+        QTemporaryDir dir;
+        QString path = dir.filePath("x.gz");
+        if (sample.isEmpty()) {
+            QByteArray gz = vzt::RandomBytes(200, 5);
+            QVERIFY(vzt::WriteAll(dir.filePath("x"), gz) &&
+                    vzt::Run("gzip", {dir.filePath("x")}).Ok());
+            gz = vzt::ReadAll(path);
+            gz.replace(gz.size() - 4, 4, QByteArray("\xf0\xff\xff\x7f", 4));
+            QVERIFY(vzt::WriteAll(path, gz));
+        } else if (vzt::SharedTestData().isEmpty()) {
+            QSKIP("../shared/testdata is not beside the project: libarchive samples skipped");
+        } else {
+            path = vzt::SharedTestData() + "/" + sample;
+        }
+        CGZipUnpacker u;
+        QVERIFY(!u.OpenArchive(path));  // before listing, testing or unpacking begins
+        QVERIFY2(u.LastError().contains("it is damaged"), qPrintable(u.LastError()));
     }
 
     // Yes, Yes To All, No and Cancel when files exist.
