@@ -397,8 +397,8 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
             archive_read_support_format_tar(m_archive);
             archive_read_support_format_gnutar(m_archive);
             // The one filter the file's first bytes name, and no other: libarchive left to
-            // bid filters would bid again on what each one gives, and a stream that
-            // decompresses to itself would be unpacked for ever.
+            // bid filters bids again on what each filter gives, and a gzip that holds a gzip
+            // that holds a gzip ... is then read for ever while memory grows.
             const int filter = volumes.isEmpty() ? 0 : LeadingFilter(volumes.first());
             if (traits.formats == F::CompressedStream) {
                 archive_read_support_format_raw(m_archive);
