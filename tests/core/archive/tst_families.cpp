@@ -393,7 +393,7 @@ if len(sys.argv) > 1:
             QVERIFY2(r.Ok(), r.output.constData());
             archive = dir.filePath("s.tar");
         }
-        QVERIFY(vzt::Run("mkdir", {dir.filePath("bsdtar")}).Ok());
+        QVERIFY(QDir().mkpath(dir.filePath("bsdtar")));
         QVERIFY(vzt::Run("bsdtar", {"-xf", archive, "-C", dir.filePath("bsdtar")}).Ok());
         vzt::FamilyArchive a{archive, {}, false, false, {}};
         auto u = Open(a);
