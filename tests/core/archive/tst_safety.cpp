@@ -196,15 +196,13 @@ private Q_SLOTS:
     // file not written, nothing allocated for the claim. A gzip that claims more than deflate
     // makes of it (as one that holds a gzip that holds a gzip ...) is refused at open.
     void lyingSizes_data() {
-        QTest::addColumn<QString>("archive");  // "<declared size>.zip" or ".gz", or a sample
+        QTest::addColumn<QString>("archive");  // "<declared size>.zip", or a sample
         QTest::addColumn<QString>("reason");
         QTest::newRow("zip claims 2 GiB") << "2147483632.zip"
                                           << "";
         QTest::newRow("zip holds more")
             << "10.zip"
             << "its data is longer than its header declares (20 bytes, not 10)";
-        QTest::newRow("gzip claims 2 GiB") << "2147483632.gz"
-                                           << "it is damaged";
         QTest::newRow("gzip of gzips") << "libarchive/test_read_filter_gzip_recursive.gz"
                                        << "it is damaged";
     }
@@ -219,18 +217,12 @@ private Q_SLOTS:
             QByteArray zip = vzt::StoredZip({{"big.bin", QByteArray(20, 'x')}});
             zip.replace(22, 4, size).replace(zip.indexOf("PK\x01\x02") + 24, 4, size);
             QVERIFY(vzt::WriteAll(path, zip));
-        } else if (!archive.startsWith("libarchive/")) {  // the size in the gzip trailer
-            QVERIFY(vzt::Shell("echo data | gzip > x", dir.path()).Ok());
-            const QByteArray gz = vzt::ReadAll(dir.filePath("x"));
-            QVERIFY(vzt::WriteAll(path, gz.chopped(4) + size));
         } else if (vzt::SharedTestData().isEmpty()) {
             QSKIP("../shared/testdata is not beside the project: libarchive samples skipped");
         } else {
             path = vzt::SharedTestData() + "/" + archive;
         }
         CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
-        TestObserver observer;
-        u.SetHandleDialogProgress(&observer);
         const bool opened = vz::OpenForFamily(u, path);
         QCOMPARE(opened, archive.endsWith(".zip"));
         QVERIFY(!opened || !u.UnpackArchive(dir.filePath("dest")));
