@@ -21,8 +21,9 @@ sets, 7z and split 7z sets by ".001", gz, bz2, tar, tgz, tbz2, iso):
   list --all ARCHIVE       print every entry: type (d folder, f file, l link), size,
                            modified time and inner path. A "!" after the type marks an
                            entry that is refused because its name leads outside any
-                           destination (absolute, or with ".."): it is shown under its
-                           name as the archive has it, and never listed or unpacked
+                           destination (absolute, or with "..") or holds a control
+                           character: it is shown under its name as the archive has
+                           it, and never listed or unpacked
   info PATH                print the description of an archive, or of a folder or a
                            file inside one
   extract [options] PATH DEST

@@ -42,7 +42,8 @@ struct ARCHIVEFILEFULLINFO {
     bool encrypted = false;
     QString encryption;  // "Zip 2.0", "AES-256", ... when the format tells
     // Set (by AllEntries only) for an entry that is neither listed nor unpacked because its
-    // name leads outside the destination; `path` is then its name as the archive has it.
+    // name leads outside the destination or holds a control character; `path` is then its
+    // name as the archive has it.
     bool refused = false;
 };
 

@@ -254,12 +254,21 @@ struct CArchiveUnpacker::Impl {
             return Fail(QStringLiteral("Cannot open the archive %1: %2.")
                             .arg(Where(), HeaderFailure(s.Handle(), true, "not an archive")));
         if (IsStream()) {
-            if (archive_filter_code(s.Handle(), 0) != traits->streamFilter)
-                return Fail(QStringLiteral("Cannot open the archive %1: it is not a %2 stream.")
-                                .arg(Where(), ArchiveFamily::DisplayName(traits->family)));
             const int format = archive_format(s.Handle()) & ARCHIVE_FORMAT_BASE_MASK;
             tarInside = format == ARCHIVE_FORMAT_TAR;
             streamName = StreamName(q->m_path);
+            // Deflate makes at most 1 032 bytes of one byte: a gzip whose last member
+            // records more than its whole file could hold has a damaged trailer (or is made
+            // to catch readers out, as one that holds a gzip that holds a gzip ...).
+            constexpr quint64 kMaxDeflateRatio = 1032;
+            quint64 recorded = 0;
+            if (traits->family == ArchiveFamily::GZip &&
+                GzipTrailerSize(volumes.last(), &recorded) &&
+                recorded > kMaxDeflateRatio * static_cast<quint64>(compressedTotal))
+                return Fail(QStringLiteral("Cannot open the archive %1: it is damaged (it records "
+                                           "%2 bytes of data, more than %3 bytes can hold).")
+                                .arg(Where(), GroupDigits(recorded),
+                                     GroupDigits(static_cast<quint64>(compressedTotal))));
         }
         return true;
     }
@@ -514,9 +523,13 @@ struct CArchiveUnpacker::Impl {
             if (c.unsafe || info.path.isEmpty()) {
                 if (!c.rawName.isEmpty() && c.rawName != QLatin1String(".") &&
                     c.rawName != QLatin1String("./"))
-                    Report(st, QStringLiteral(
-                                   "Refused %1 in %2: the name leads outside the destination.")
-                                   .arg(c.rawName, Where()));
+                    Report(
+                        st,
+                        QStringLiteral("Refused %1 in %2: %3.")
+                            .arg(c.rawName, Where(),
+                                 NormaliseEntryName(c.rawName).control
+                                     ? QStringLiteral("the name holds a control character")
+                                     : QStringLiteral("the name leads outside the destination")));
                 continue;
             }
             if (stopNow())
@@ -658,8 +671,23 @@ struct CArchiveUnpacker::Impl {
                     offset = written;
                 } else {
                     const int dr = archive_read_data_block(a, &buffer, &size, &offset);
-                    if (dr == ARCHIVE_EOF)
+                    if (dr == ARCHIVE_EOF) {
+                        // A sparse entry may end in a hole: the end's offset is its length.
+                        // An image's reader ends a zisofs file after its last block that is
+                        // not all zeros: the rest of its recorded length is a hole too.
+                        qint64 end = offset;
+                        if (traits->formats == FamilyTraits::Formats::Iso && info.sizeKnown)
+                            end = std::max(end, static_cast<qint64>(info.size));
+                        if (end > written) {
+                            if (writer && !writer->Write(nullptr, 0, end)) {
+                                writer->AbortFile();
+                                Report(st, writer->Error());
+                                return PassEnd::Done;
+                            }
+                            written = end;
+                        }
                         break;
+                    }
                     if (dr != ARCHIVE_OK && dr != ARCHIVE_WARN) {
                         dataFailed = true;
                         fatal = dr == ARCHIVE_FATAL;
@@ -733,11 +761,18 @@ struct CArchiveUnpacker::Impl {
             if (info.sizeKnown && static_cast<quint64>(written) != info.size) {
                 if (writer)
                     writer->AbortFile();
-                Report(st,
-                       QStringLiteral("Cannot unpack %1 from %2: its data is incomplete (%3 of %4 "
-                                      "bytes; is a volume missing?).")
-                           .arg(info.path, Where(), GroupDigits(static_cast<quint64>(written)),
-                                GroupDigits(info.size)));
+                const bool longer = static_cast<quint64>(written) > info.size;
+                const QString what =
+                    longer ? QStringLiteral(
+                                 "its data is longer than its header declares (%1 "
+                                 "bytes, not %2)")
+                           : QStringLiteral(
+                                 "its data is incomplete (%1 of %2 bytes; is a volume "
+                                 "missing?)");
+                Report(st, QStringLiteral("Cannot unpack %1 from %2: %3.")
+                               .arg(info.path, Where(),
+                                    what.arg(GroupDigits(static_cast<quint64>(written)),
+                                             GroupDigits(info.size))));
                 continue;
             }
             if (writer) {

@@ -29,7 +29,7 @@ QString Reason(int err) {
 
 bool ValidComponent(const QString& c) {
     return !c.isEmpty() && c != QLatin1String(".") && c != QLatin1String("..") &&
-           !c.contains(QLatin1Char('/')) && !c.contains(QChar(0));
+           !c.contains(QLatin1Char('/')) && !NormaliseEntryName(c).control;
 }
 
 // Links followed while judging one link's target (the kernel's own limit is 40).

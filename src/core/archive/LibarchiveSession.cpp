@@ -393,16 +393,28 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
             archive_read_support_format_7zip(m_archive);
             break;
         case F::Tar:
+        case F::CompressedStream: {
             archive_read_support_format_tar(m_archive);
             archive_read_support_format_gnutar(m_archive);
-            archive_read_support_filter_all(m_archive);
+            // The one filter the file's first bytes name, and no other: libarchive left to
+            // bid filters bids again on what each filter gives, and a gzip that holds a gzip
+            // that holds a gzip ... is then read for ever while memory grows.
+            const int filter = volumes.isEmpty() ? 0 : LeadingFilter(volumes.first());
+            if (traits.formats == F::CompressedStream) {
+                archive_read_support_format_raw(m_archive);
+                if (filter != traits.streamFilter) {
+                    *error = QStringLiteral("it is not a %1 stream")
+                                 .arg(ArchiveFamily::DisplayName(traits.family));
+                    return false;
+                }
+            }
+            if (filter != 0 && archive_read_append_filter(m_archive, filter) != ARCHIVE_OK) {
+                const char* why = archive_error_string(m_archive);
+                *error = why ? QString::fromUtf8(why) : QStringLiteral("unknown compression");
+                return false;
+            }
             break;
-        case F::CompressedStream:
-            archive_read_support_format_tar(m_archive);
-            archive_read_support_format_gnutar(m_archive);
-            archive_read_support_format_raw(m_archive);
-            archive_read_support_filter_all(m_archive);
-            break;
+        }
         case F::Iso:
             archive_read_support_format_iso9660(m_archive);
             break;
@@ -428,6 +440,33 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
         return false;
     }
     return true;
+}
+
+int LeadingFilter(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray head = f.read(6);
+    struct Magic {
+        const char* bytes;
+        int size;
+        int filter;
+    };
+    static const Magic kMagics[] = {
+        {"\x1f\x8b", 2, ARCHIVE_FILTER_GZIP},
+        {"BZh", 3, ARCHIVE_FILTER_BZIP2},
+        {"\xfd"
+         "7zXZ\x00",
+         6, ARCHIVE_FILTER_XZ},
+        {"\x28\xb5\x2f\xfd", 4, ARCHIVE_FILTER_ZSTD},
+        {"LZIP", 4, ARCHIVE_FILTER_LZIP},
+        {"\x04\x22\x4d\x18", 4, ARCHIVE_FILTER_LZ4},
+        {"\x1f\x9d", 2, ARCHIVE_FILTER_COMPRESS},
+    };
+    for (const Magic& m : kMagics)
+        if (head.startsWith(QByteArray(m.bytes, m.size)))
+            return m.filter;
+    return 0;
 }
 
 qint64 LibarchiveSession::Consumed() const {

@@ -42,6 +42,9 @@ bool CollectNumberedVolumes(const QString& firstVolume, QStringList* volumes, QS
 // The compression that a filter (gzip, bzip2, xz, ...) applies around a whole archive, as a
 // method name; empty for none.
 QString FilterMethodName(int filterCode);
+// The compression filter (a libarchive filter code) that the first bytes of a file name:
+// gzip, bzip2, xz, zstd, lzip, lz4 or compress; 0 for none of them.
+int LeadingFilter(const QString& path);
 // A cabinet's compression from its folder records ("Store", "MSZIP", "Quantum", "LZX") when
 // every folder uses the same one; empty otherwise or when the file is no cabinet.
 QString CabinetMethod(const QString& path);

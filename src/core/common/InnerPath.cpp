@@ -8,6 +8,11 @@ namespace vz {
 
 NormalisedName NormaliseEntryName(const QString& raw) {
     NormalisedName n;
+    for (const QChar ch : raw)
+        if (ch.unicode() < 0x20 || ch.unicode() == 0x7F) {
+            n.control = true;
+            break;
+        }
     // Most names need no change: no "\", no empty, "." or ".." component, no leading "/".
     bool clean = !raw.isEmpty() && raw.at(0) != QLatin1Char('/');
     for (qsizetype i = 0, size = raw.size(); clean && i < size; ++i) {

@@ -18,9 +18,12 @@ struct NormalisedName {
     bool absolute = false;  // a leading "/" or a drive letter ("C:")
     bool climbs = false;    // a ".." component
     bool trailingSlash = false;
-    // Names that lead outside the place they are unpacked to: the listing leaves them out and
-    // unpacking refuses them.
-    bool Unsafe() const { return absolute || climbs; }
+    // A control character (U+0000 to U+001F, U+007F): no name on a Windows disk holds one,
+    // and in a list or a terminal it can pass for other text.
+    bool control = false;
+    // Names that lead outside the place they are unpacked to, or that hold a control
+    // character: the listing leaves them out and unpacking refuses them.
+    bool Unsafe() const { return absolute || climbs || control; }
 };
 // An entry's name as the archive has it: "\" read as a separator, empty and "." components
 // dropped, ".." components dropped and flagged, leading "/" dropped and flagged.
