@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QDragEnterEvent>
-#include <QHBoxLayout>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QTemporaryDir>
@@ -14,14 +13,11 @@
 #include <QWindow>
 #include <deque>
 #include <functional>
-#include <memory>
 
-#include "FamilyFixtures.h"
 #include "JobWait.h"
 #include "TestSupport.h"
 #include "TwoPanes.h"
 #include "archive/CArchiveUnpacker.h"
-#include "archivebrowser/CVelaArchiveTree.h"
 #include "common/CAppFlags.h"
 #include "common/CConfirmReplace.h"
 #include "common/MessageBox.h"
@@ -30,8 +26,6 @@
 #include "dragdrop/CVelaDropSource.h"
 #include "dragdrop/CVelaDropTarget.h"
 #include "dragdrop/DragImages.h"
-#include "filebrowser/CVelaFileTree.h"
-#include "settings/CSettingsRecord.h"
 
 namespace {
 
@@ -58,18 +52,6 @@ std::unique_ptr<QMimeData> UriList(const QStringList& paths, QList<QUrl> urls = 
     return data;
 }
 
-// Lets the queued work of a drop start, then waits for its jobs.
-bool WaitForDrop() {
-    bool reached = false;
-    QMetaObject::invokeMethod(
-        qApp, [&reached] { reached = true; }, Qt::QueuedConnection);
-    if (!QTest::qWaitFor([&reached] { return reached; }) || !vzt::WaitForJobs()) {
-        QTest::qFail("the drop did not end", __FILE__, __LINE__);
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 class TestDragDrop : public QObject {
@@ -91,7 +73,6 @@ private slots:
     void dragImages();
 
 private:
-    void Show();
     QModelIndex ArchiveItem(const QString& path) { return vzt::ItemAt(m_archive, path); }
     QModelIndex FileItem(const QString& path) { return vzt::ItemAt(m_files, path); }
     // Sends enter, move and drop at `pos` to `receiver` (a tree's viewport, or the main window's
@@ -156,10 +137,6 @@ void TestDragDrop::cleanup() {
     m_panes.window.reset();
 }
 
-void TestDragDrop::Show() {
-    m_panes.Show(m_root, &m_settings);
-}
-
 Qt::DropAction TestDragDrop::SendDrop(QObject* receiver, const QPoint& pos, const QMimeData* data) {
     QDragEnterEvent enter(pos, Qt::CopyAction, data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(receiver, &enter);
@@ -168,7 +145,10 @@ Qt::DropAction TestDragDrop::SendDrop(QObject* receiver, const QPoint& pos, cons
     const Qt::DropAction answered = move.isAccepted() ? move.dropAction() : Qt::IgnoreAction;
     QDropEvent drop(QPointF(pos), Qt::CopyAction, data, Qt::NoButton, Qt::NoModifier);
     QApplication::sendEvent(receiver, &drop);
-    WaitForDrop();
+    QTest::qWait(0);  // lets the queued work of the drop start
+    if (!vzt::WaitForJobs()) {
+        QTest::qFail("the drop did not end", __FILE__, __LINE__);
+    }
     return answered;
 }
 
@@ -191,7 +171,7 @@ void TestDragDrop::dragsOutOfTheArchiveBrowserRenderOnlyOutside() {
     const QString zip = m_root + "/archives/x.zip";
     QVERIFY(MakeZip(zip, {{"docs/readme.txt", "read me"}, {"top.txt", "top"}}, m_root + "/s"));
     QVERIFY(vzt::MakeTree(m_root + "/files", {{"out/", {}}, {"f.txt", "f"}}));
-    Show();
+    m_panes.Show(m_root, &m_settings);
     const QString temp = m_root + "/temp";
     CVelaDropSource* source = m_archive->DropSource();
     const CAppFlags& flags = CAppFlags::Instance();
@@ -314,7 +294,7 @@ void TestDragDrop::fileListsFromOtherApplications() {
     QVERIFY(MakeZip(zip, {{"top.txt", "top"}}, m_root + "/s"));
     QVERIFY(vzt::MakeTree(m_root + "/files", {{"out/", {}}, {"new.txt", "new"}}));
     m_settings.EnableDraggingToArchiveFromOtherApplications = setting;
-    Show();
+    m_panes.Show(m_root, &m_settings);
     const auto data = UriList(
         list != "web" ? QStringList{m_root + "/files/new.txt"} : QStringList(),
         list.startsWith("web") ? QList<QUrl>{QUrl("http://example.com/new.txt")} : QList<QUrl>());
@@ -350,7 +330,7 @@ void TestDragDrop::severalPathsInOrderAndNothingElseTakenMeanwhile() {
                                               {"y/same.txt", "from y"},
                                               {"z/after.txt", "after"},
                                               {"out/", {}}}));
-    Show();
+    m_panes.Show(m_root, &m_settings);
     const QString out = m_root + "/files/out";
     const auto other = UriList({m_root + "/files/z/after.txt"});
     CVelaDropTarget* drop = m_files->DropTarget();
@@ -402,7 +382,7 @@ void TestDragDrop::validDropRules() {
     QFETCH(bool, valid);
     QVERIFY(vzt::MakeTree(m_root,
                           {{"a/dragged/sub/deeper/", {}}, {"a/other/", {}}, {"a/file.txt", "f"}}));
-    Show();
+    m_panes.Show(m_root, &m_settings);
     StartInternalDrag(m_files, FileItem(m_root + "/a/dragged"));
     const QModelIndex item = FileItem(over.isEmpty() ? m_root : m_root + '/' + over);
     QVERIFY(item.isValid());
@@ -428,7 +408,7 @@ void TestDragDrop::highlightHoverExpansionAndAutoScroll() {
         tree.insert(QStringLiteral("long/file-with-a-rather-long-name-%1.txt").arg(i), "x");
     }
     QVERIFY(vzt::MakeTree(m_root, tree));
-    Show();
+    m_panes.Show(m_root, &m_settings);
     const QModelIndex closed = FileItem(m_root + "/closed");
     const QModelIndex other = FileItem(m_root + "/other");
     m_files->collapse(closed);
@@ -507,7 +487,7 @@ void TestDragDrop::dragImages() {
         vz::dragdrop::DrawDragImage(style, QIcon(), label, font, QApplication::palette()).isNull());
     QVERIFY(vzt::MakeTree(m_root, {{"folder/", {}}}));
     m_settings.DraggingImageForModeClearType = style;
-    Show();
+    m_panes.Show(m_root, &m_settings);
     QVERIFY(!m_files->DragImage(FileItem(m_root + "/folder")).isNull());
 }
 
