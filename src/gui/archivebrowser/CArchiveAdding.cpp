@@ -207,7 +207,7 @@ void CArchiveAdding::CreateArchive(const QString& sourcePath, bool sourceIsFolde
             } else if (result->added) {
                 // A failure inside the add ends it without a further message.
                 m_createdArchive = path;
-                m_tree->RelistAfterAdd(target);
+                m_tree->RelistAfterAdd(target, true);
             }
             next(result->added);
         });

@@ -478,10 +478,12 @@ void CVelaArchiveTree::ItemAdded(const QString& /*fullPath*/) {
     m_relistPending = true;
 }
 
-void CVelaArchiveTree::RelistAfterAdd(const QModelIndex& target) {
+void CVelaArchiveTree::RelistAfterAdd(const QModelIndex& target, bool createdHere) {
     // With per-item refresh the packer reports what it wrote (all at once, after its
-    // commit); without it the target is listed after the add: either way once.
-    const bool due = m_relistPending || !Settings().RefreshArchiveBrowserTreeWithAddingOfEachItem;
+    // commit); without it the target is listed after the add: either way once. A new
+    // archive is an item of the target folder itself, which the packer does not report.
+    const bool due =
+        createdHere || m_relistPending || !Settings().RefreshArchiveBrowserTreeWithAddingOfEachItem;
     m_relistPending = false;
     if (!due || !target.isValid()) {
         return;

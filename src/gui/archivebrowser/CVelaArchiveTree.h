@@ -132,7 +132,7 @@ public:
     // IItemListener: the packer wrote an entry; the target is listed again after the add.
     void ItemAdded(const QString& fullPath) override;
     // After an add into `target`: it is listed again (once), by the refresh settings.
-    void RelistAfterAdd(const QModelIndex& target);
+    void RelistAfterAdd(const QModelIndex& target, bool createdHere = false);
 
 protected:
     // The places again, or the root folder (Refresh).

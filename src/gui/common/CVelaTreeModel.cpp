@@ -236,10 +236,20 @@ void CVelaTreeModel::SetChildState(const QModelIndex& index, Children state) {
         return;
     }
     Node* node = NodeOf(index);
-    if (node->state != state) {
+    if (node->state == state) {
+        return;
+    }
+    if (hasChildren(index) == (state == Children::Unlisted)) {
         node->state = state;
         emit dataChanged(index, index);
+        return;
     }
+    // Views keep whether a row has an expander from their last layout; a change of it
+    // alone is not a change of data to them.
+    const QList<QPersistentModelIndex> parents{parent(index)};
+    emit layoutAboutToBeChanged(parents);
+    node->state = state;
+    emit layoutChanged(parents);
 }
 
 QString CVelaTreeModel::Label(const QModelIndex& index) const {
