@@ -408,7 +408,12 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
                     return false;
                 }
             }
-            if (filter != 0 && archive_read_append_filter(m_archive, filter) != ARCHIVE_OK) {
+            // The compress filter reads its header as soon as it is set up, which it can only
+            // do once the file is open: it is left to bid, alone (libarchive nests at most 25
+            // filters that bid).
+            if (filter == ARCHIVE_FILTER_COMPRESS) {
+                archive_read_support_filter_compress(m_archive);
+            } else if (filter != 0 && archive_read_append_filter(m_archive, filter) != ARCHIVE_OK) {
                 const char* why = archive_error_string(m_archive);
                 *error = why ? QString::fromUtf8(why) : QStringLiteral("unknown compression");
                 return false;
