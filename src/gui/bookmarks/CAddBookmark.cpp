@@ -78,6 +78,14 @@ CAddBookmark::CAddBookmark(const QString& caption, const QString& root, const QS
     m_createGroup = NewGroup(QStringLiteral("Create Folder"), QStringLiteral("F&older:"),
                              m_folderEdit, m_createIn, {m_create, m_cancelCreate});
     m_createGroup->setObjectName(QStringLiteral("CreateGroup"));
+    // The buttons of both groups share one width, so that the two groups line up.
+    int width = 0;
+    for (QPushButton* button : {m_createFolder, m_add, m_cancel, m_create, m_cancelCreate}) {
+        width = qMax(width, button->sizeHint().width());
+    }
+    for (QPushButton* button : {m_createFolder, m_add, m_cancel, m_create, m_cancelCreate}) {
+        button->setFixedWidth(width);
+    }
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_addGroup);
     layout->addWidget(m_createGroup);

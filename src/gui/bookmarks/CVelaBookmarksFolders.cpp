@@ -1,5 +1,6 @@
 #include "bookmarks/CVelaBookmarksFolders.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QStyledItemDelegate>
@@ -17,6 +18,12 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override {
+        // The row's highlight spans the whole width; its picture and text move right.
+        QStyleOptionViewItem full(option);
+        initStyleOption(&full, index);
+        const QWidget* widget = option.widget;
+        QStyle* style = widget ? widget->style() : QApplication::style();
+        style->drawPrimitive(QStyle::PE_PanelItemViewItem, &full, painter, widget);
         QStyleOptionViewItem shifted(option);
         shifted.rect.setLeft(option.rect.left() + Indent(index));
         QStyledItemDelegate::paint(painter, shifted, index);
