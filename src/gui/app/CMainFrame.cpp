@@ -378,7 +378,10 @@ void CMainFrame::UpdateBookmarkCommands() {
 void CMainFrame::FillBookmarksMenu(vz::bookmarks::Kind kind, QMenu* menu) {
     vz::bookmarks::CBookmarks& node = m_bookmarkNodes[SlotOf(kind)];
     node.Clear();
-    node.Load(m_bookmarkRoots.Of(kind), kind);
+    // Without an application-data folder the collection stays empty.
+    if (!m_bookmarkRoots.Of(kind).isEmpty()) {
+        node.Load(m_bookmarkRoots.Of(kind), kind);
+    }
     vz::bookmarks::BuildBookmarksMenu(menu, node, kind,
                                       m_settings.EnableShowTooltipForBookmarksMenu,
                                       [this, kind](unsigned id) { OnBookmarkCommand(kind, id); });
