@@ -28,17 +28,8 @@ const char* SectionOf(Kind kind) {
 }
 
 bool ReadIni(const QString& file, CIniFile& ini) {
-    QFile in(file);
-    if (in.size() > kMaxBookmarkFileSize || !in.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    const QByteArray data = in.read(kMaxBookmarkFileSize);
-    if (in.error() != QFileDevice::NoError ||
-        ini.LoadData(data.constData(), static_cast<size_t>(data.size())) < 0) {
-        ini.Reset();
-        return false;
-    }
-    return true;
+    // Only a regular file is read: opening a pipe named like a bookmark would wait forever.
+    return QFileInfo(file).isFile() && LoadIniFile(file, ini, kMaxBookmarkFileSize);
 }
 
 // The leading decimal number of a value (with its sign), or `fallback`.

@@ -280,16 +280,8 @@ ReadResult ReadFile(const QString& path, CIniFile& ini) {
         return ReadResult::Missing;
     if (!info.isFile() || info.size() > kMaxSettingsFileSize)
         return ReadResult::Unreadable;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!LoadIniFile(path, ini, kMaxSettingsFileSize))
         return ReadResult::Unreadable;
-    const QByteArray data = file.read(kMaxSettingsFileSize + 1);
-    if (file.error() != QFileDevice::NoError || data.size() > kMaxSettingsFileSize)
-        return ReadResult::Unreadable;
-    if (ini.LoadData(data.constData(), static_cast<size_t>(data.size())) < 0) {
-        ini.Reset();
-        return ReadResult::Unreadable;
-    }
     return ReadResult::Read;
 }
 

@@ -21,3 +21,9 @@ public:
         SetQuotes(false);
     }
 };
+
+class QString;
+
+// Reads a profile file of at most `maxSize` bytes into `ini`. False, with `ini` empty, when
+// the file cannot be read, is larger, or does not parse.
+bool LoadIniFile(const QString& path, CIniFile& ini, long long maxSize);

@@ -1,5 +1,7 @@
 // The bookmark store: the collections as folder trees of .vzb files.
 
+#include <sys/stat.h>
+
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
@@ -177,15 +179,16 @@ private slots:
         QVERIFY(!HasContent(QString()));
     }
 
-    // A link to a folder above is neither followed nor listed.
+    // A link to a folder above is neither followed nor listed; a pipe is not read.
     void linkLoopIsNotFollowed() {
         QTemporaryDir dir;
         QVERIFY(vzt::MakeTree(dir.path(), {{"a/k.vzb", Mark("FileBookmark", "Path=/k\n")}}));
         QVERIFY(QFile::link(dir.path(), dir.path() + QStringLiteral("/a/loop")));
+        QCOMPARE(mkfifo(QFile::encodeName(dir.path() + QStringLiteral("/a/pipe.vzb")), 0600), 0);
         CBookmarks root;
         root.Load(dir.path(), Kind::File);
-        QCOMPARE(Describe(root), QStringLiteral("a/[k=/k]"));
-        QCOMPARE(ListFolder(dir.path() + QStringLiteral("/a"), Kind::File).size(), 1);
+        QCOMPARE(Describe(root), QStringLiteral("a/[k=/k pipe=Empty]"));
+        QCOMPARE(ListFolder(dir.path() + QStringLiteral("/a"), Kind::File).size(), 2);
     }
 };
 
