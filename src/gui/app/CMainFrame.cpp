@@ -30,11 +30,14 @@
 #include "app/VisualStyles.h"
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
+#include "bookmarks/BookmarkMenus.h"
+#include "bookmarks/CAddBookmark.h"
 #include "common/CItemIcons.h"
 #include "common/CJob.h"
 #include "common/CommandIds.h"
 #include "common/Commands.h"
 #include "common/MessageBox.h"
+#include "common/ModalDialog.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
@@ -122,6 +125,8 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
 
     CreateHistories();
     ResetHistories();
+    m_bookmarkRoots = vz::bookmarks::ComputeRoots(m_settings.AppDataFolder);
+    CreateBookmarkCommands();
 
     if (!m_settings.EnableShowTooltipForToolbars) {
         auto* blocker = new TooltipBlocker(this);
@@ -314,6 +319,114 @@ void CMainFrame::FillHistoryMenu(int browser, QMenu* menu, bool back) {
     }
 }
 
+namespace {
+
+vz::bookmarks::Kind KindOf(int browser) {
+    return browser == kArchive ? vz::bookmarks::Kind::Archive : vz::bookmarks::Kind::File;
+}
+int BrowserOf(vz::bookmarks::Kind kind) {
+    return kind == vz::bookmarks::Kind::Archive ? kArchive : kFile;
+}
+size_t SlotOf(vz::bookmarks::Kind kind) {
+    return kind == vz::bookmarks::Kind::Archive ? 0 : 1;
+}
+
+}  // namespace
+
+QAction* CMainFrame::BookmarksManagerCommand(vz::bookmarks::Kind kind) const {
+    return vz::FindCommand(this, kind == vz::bookmarks::Kind::Archive
+                                     ? vz::cmd::kArchiveBookmarksManager
+                                     : vz::cmd::kFileBookmarksManager);
+}
+
+void CMainFrame::CreateBookmarkCommands() {
+    using namespace vz::cmd;
+    for (const int browser : {kArchive, kFile}) {
+        const vz::bookmarks::Kind kind = KindOf(browser);
+        const bool archive = browser == kArchive;
+        QToolBar* toolbar =
+            archive ? m_archiveView->Dock()->Toolbar() : m_fileView->Dock()->Toolbar();
+        QAction* button =
+            vz::FindCommand(toolbar, archive ? kArchiveBookmarksButton : kFileBookmarksButton);
+        QAction* add = vz::FindCommand(toolbar, archive ? kAddArchiveBookmark : kAddFileBookmark);
+        QMenu* menu = button->menu();
+        connect(menu, &QMenu::aboutToShow, this,
+                [this, kind, menu] { FillBookmarksMenu(kind, menu); });
+        connect(menu, &QMenu::aboutToHide, this, &CMainFrame::UpdateBookmarkCommands);
+        connect(add, &QAction::triggered, this, [this, kind] { OnAddBookmark(kind); });
+        CVelaDragDropTree* tree = archive ? ArchiveTree() : FileTree();
+        add->setEnabled(tree->SelectedItem().isValid());
+        connect(tree->selectionModel(), &QItemSelectionModel::currentChanged, add,
+                [add](const QModelIndex& current) { add->setEnabled(current.isValid()); });
+    }
+    UpdateBookmarkCommands();
+}
+
+void CMainFrame::UpdateBookmarkCommands() {
+    using namespace vz::cmd;
+    const std::pair<QToolBar*, int> buttons[] = {
+        {m_archiveView->Dock()->Toolbar(), kArchiveBookmarksButton},
+        {m_fileView->Dock()->Toolbar(), kFileBookmarksButton}};
+    for (const auto& [toolbar, id] : buttons) {
+        const bool archive = id == kArchiveBookmarksButton;
+        vz::FindCommand(toolbar, id)
+            ->setEnabled(vz::bookmarks::HasContent(m_bookmarkRoots.Of(
+                archive ? vz::bookmarks::Kind::Archive : vz::bookmarks::Kind::File)));
+    }
+}
+
+void CMainFrame::FillBookmarksMenu(vz::bookmarks::Kind kind, QMenu* menu) {
+    vz::bookmarks::CBookmarks& node = m_bookmarkNodes[SlotOf(kind)];
+    node.Clear();
+    // Without an application-data folder the collection stays empty.
+    if (!m_bookmarkRoots.Of(kind).isEmpty()) {
+        node.Load(m_bookmarkRoots.Of(kind), kind);
+    }
+    vz::bookmarks::BuildBookmarksMenu(menu, node, kind,
+                                      m_settings.EnableShowTooltipForBookmarksMenu,
+                                      [this, kind](unsigned id) { OnBookmarkCommand(kind, id); });
+}
+
+void CMainFrame::OnBookmarkCommand(vz::bookmarks::Kind kind, unsigned id) {
+    if (id < vz::bookmarks::kFirstCommandId || id > vz::bookmarks::kLastCommandId) {
+        return;
+    }
+    if (const vz::bookmarks::CBookmarks* node = m_bookmarkNodes[SlotOf(kind)].FindByCommandId(id)) {
+        GoToHistoryPath(BrowserOf(kind), node->path);
+    }
+}
+
+void CMainFrame::OnAddBookmark(vz::bookmarks::Kind kind) {
+    using vz::bookmarks::Kind;
+    CVelaDragDropTree* tree = kind == Kind::Archive ? ArchiveTree() : FileTree();
+    const QModelIndex item = tree->SelectedItem();
+    if (!item.isValid()) {
+        return;
+    }
+    const QString path = tree->PathOfItem(item);
+    CAddBookmark dialog(kind == Kind::Archive ? QStringLiteral("Add Archive Boookmark")
+                                              : QStringLiteral("Add File Boookmark"),
+                        m_bookmarkRoots.Of(kind), vz::bookmarks::DefaultLabel(path), kind, this);
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        return;
+    }
+    const QString file = vz::bookmarks::BookmarkFilePath(dialog.Folder(), dialog.Label());
+    QString reason;
+    bool written = false;
+    if (kind == Kind::Archive) {
+        // A folder inside an archive shows the folder icon in the Archive Browser.
+        const bool folderImage = item.data(Qt::DecorationRole).value<QIcon>().cacheKey() ==
+                                 CItemIcons::FolderIcon().cacheKey();
+        written = vz::bookmarks::WriteArchiveBookmark(file, path, folderImage, &reason);
+    } else {
+        written = vz::bookmarks::WriteFileBookmark(file, path, &reason);
+    }
+    if (!written) {
+        vz::ShowFailure(this, vz::texts::AddBookmark(dialog.Label()), reason);
+    }
+    UpdateBookmarkCommands();
+}
+
 CMainFrame::~CMainFrame() {
     // Nothing may run on after the trees it reports to.
     CJob::AbortAll();
@@ -418,8 +531,8 @@ void CMainFrame::CreateMenus() {
     }
     UpdateLookMarks();
 
-    // Bookmarks, the options dialog and the help file arrive later; their commands are in
-    // place and disabled until then. The history commands follow their histories.
+    // The bookmarks managers, the options dialog and the help file arrive later; their
+    // commands are in place and disabled until then. The history commands follow their histories.
     QMenu* history = bar->addMenu(QStringLiteral("&History"));
     history->addSection(QStringLiteral("Archive Browser"));
     QAction* archiveBack = vz::NewCommand(this, kArchiveHistoryBack, QStringLiteral("&Back"),
@@ -449,7 +562,8 @@ void CMainFrame::CreateMenus() {
                        QStringLiteral(" Clear the file browser history"), QStringLiteral("Clear"));
     history->addActions({fileBack, fileForward, fileClear});
 
-    QMenu* bookmarks = bar->addMenu(QStringLiteral("&Bookmarks"));
+    QMenu* tools = bar->addMenu(QStringLiteral("&Tools"));
+    QMenu* bookmarks = tools->addMenu(QStringLiteral("Manage &Bookmarks"));
     QAction* archiveBookmarks = vz::NewCommand(this, kArchiveBookmarksManager,
                                                QStringLiteral("&Archive Bookmarks Manager..."),
                                                QStringLiteral("Management of archive bookmarks"));
@@ -457,8 +571,6 @@ void CMainFrame::CreateMenus() {
         vz::NewCommand(this, kFileBookmarksManager, QStringLiteral("&File Bookmarks Manager..."),
                        QStringLiteral("Management of file bookmarks"));
     bookmarks->addActions({archiveBookmarks, fileBookmarks});
-
-    QMenu* tools = bar->addMenu(QStringLiteral("&Tools"));
     QAction* options = vz::NewCommand(this, kOptions, QStringLiteral("&Options..."),
                                       QStringLiteral("Changes options"));
     tools->addAction(options);

@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <array>
 
+#include "bookmarks/Bookmarks.h"
 #include "common/BrowserHistory.h"
 #include "settings/CSettingsRecord.h"
 
@@ -93,6 +94,20 @@ public:
     // The icon drawn for an item's icon number (null for -1).
     QIcon HistoryIcon(int number) const;
 
+    // The two bookmark collections' root folders, computed once at start.
+    const vz::bookmarks::Roots& BookmarkRoots() const { return m_bookmarkRoots; }
+    // "&Archive Bookmarks Manager..." and "&File Bookmarks Manager..." of Tools > Manage
+    // Bookmarks.
+    QAction* BookmarksManagerCommand(vz::bookmarks::Kind kind) const;
+    // Adds the Archive Browser's (kind Archive) or the File Browser's selected item to its
+    // bookmarks through the Add Bookmark dialog.
+    void OnAddBookmark(vz::bookmarks::Kind kind);
+    // Opens the bookmark with command id `id` of the collection loaded last for `kind`'s menu
+    // in its browser, without adding to the browser's history. An unknown id does nothing.
+    void OnBookmarkCommand(vz::bookmarks::Kind kind, unsigned id);
+    // The bookmark drop-down buttons follow whether their collections hold anything.
+    void UpdateBookmarkCommands();
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
@@ -116,6 +131,10 @@ private:
     // Enabling and the toolbar tooltips after the current item changed.
     void UpdateHistoryCommands(int browser);
     void FillHistoryMenu(int browser, QMenu* menu, bool back);
+    // Connects the bookmark buttons and menus of both browser toolbars.
+    void CreateBookmarkCommands();
+    // Reads the collection of `kind` from disk again and builds its menu.
+    void FillBookmarksMenu(vz::bookmarks::Kind kind, QMenu* menu);
     int IconNumber(const QIcon& icon);
     // `placed`: the window already has its size from the last run.
     void CreateClient(bool placed);
@@ -141,4 +160,7 @@ private:
     std::array<HistoryLink, 2> m_histories;
     // The icons of history items, each once; an item keeps its number in this list.
     QList<QIcon> m_historyIcons;
+    vz::bookmarks::Roots m_bookmarkRoots;
+    // The loaded collections (archive, file), read again at each opening of their menus.
+    std::array<vz::bookmarks::CBookmarks, 2> m_bookmarkNodes;
 };

@@ -13,12 +13,13 @@ namespace vz {
 
 namespace {
 
-QMenu* AddDropDown(QToolBar* toolbar, QAction* action, const QString& placeholder) {
+QMenu* AddDropDown(QToolBar* toolbar, QAction* action, const QString& placeholder,
+                   QToolButton::ToolButtonPopupMode mode = QToolButton::MenuButtonPopup) {
     auto* menu = new QMenu(placeholder, toolbar);
     action->setMenu(menu);
     toolbar->addAction(action);
     if (auto* button = qobject_cast<QToolButton*>(toolbar->widgetForAction(action))) {
-        button->setPopupMode(QToolButton::MenuButtonPopup);
+        button->setPopupMode(mode);
     }
     return menu;
 }
@@ -59,14 +60,16 @@ DockToolbarMenus FillDockToolbar(QToolBar* toolbar, const DockToolbarCommands& c
     menus.back = AddDropDown(toolbar, back, QStringLiteral("<HISTORY>"));
     menus.forward = AddDropDown(toolbar, forward, QStringLiteral("<HISTORY>"));
     toolbar->addSeparator();
-    menus.bookmarks = AddDropDown(toolbar, bookmarks, QStringLiteral("<BOOKMARKS>"));
+    // The whole Bookmarks button opens its menu.
+    menus.bookmarks =
+        AddDropDown(toolbar, bookmarks, QStringLiteral("<BOOKMARKS>"), QToolButton::InstantPopup);
     toolbar->addAction(add);
     toolbar->addSeparator();
     toolbar->addAction(drives);
     toolbar->addAction(sync);
-    // The browser adds its tree's Refresh after Sync. The main frame connects Sync and the
-    // history buttons (enabled as the history allows);
-    // bookmarks and drives arrive with their own features.
+    // The browser adds its tree's Refresh after Sync. The main frame connects Sync, the
+    // history buttons (enabled as the history allows) and the bookmark buttons (enabled as
+    // their collections and selections allow); drives arrive with their own feature.
     for (QAction* action : {back, forward, bookmarks, add, drives}) {
         action->setEnabled(false);
     }

@@ -1,8 +1,7 @@
 #pragma once
 // The common layout of the two browsers' toolbars. Each button's tooltip is the command's
-// description, its text the short name. Bookmarks and drives arrive with their own features;
-// until then their buttons are shown disabled. History and Sync belong to the main frame,
-// which connects them (history enables its buttons as its items allow).
+// description, its text the short name. The buttons start disabled; history, bookmarks and
+// Sync belong to the main frame, which connects them and enables them as their states allow.
 
 #include <QString>
 

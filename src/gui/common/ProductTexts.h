@@ -58,4 +58,9 @@ inline Failure Copy(bool folder, const QString& path) {
             QStringLiteral("Cannot copy the file %1.").arg(path)};
 }
 
+inline Failure AddBookmark(const QString& label) {
+    return {QStringLiteral("Error Adding Bookmark"),
+            QStringLiteral("Cannot add the bookmark %1.").arg(label)};
+}
+
 }  // namespace vz::texts
