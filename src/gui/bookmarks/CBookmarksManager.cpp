@@ -122,6 +122,8 @@ CBookmarksManager::CBookmarksManager(QWidget* parent, bm::Kind kind, const QStri
             [this](const QModelIndex& current) { OnTreeCurrentChanged(current); });
     connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &CBookmarksManager::UpdateActions);
+    connect(m_list->ListModel(), &QAbstractItemModel::modelReset, this,
+            &CBookmarksManager::UpdateActions);
     connect(m_list, &QAbstractItemView::doubleClicked, this,
             &CBookmarksManager::OnListDoubleClicked);
     connect(
@@ -157,28 +159,30 @@ QString CBookmarksManager::ColumnsSection() const {
 }
 
 void CBookmarksManager::BuildActions() {
-    const auto make =
-        [this](QAbstractItemView* view, QAction** actions, void (CBookmarksManager::*rename)(),
-               void (CBookmarksManager::*remove)(), void (CBookmarksManager::*newFolder)()) {
-            actions[kRename] = new QAction(QStringLiteral("&Rename"), view);
-            actions[kRename]->setShortcut(Qt::Key_F2);
-            actions[kDelete] = new QAction(QStringLiteral("&Delete"), view);
-            actions[kDelete]->setShortcut(QKeySequence::Delete);
-            actions[kCreateFolder] = new QAction(QStringLiteral("&Create Folder"), view);
-            connect(actions[kRename], &QAction::triggered, this, rename);
-            connect(actions[kDelete], &QAction::triggered, this, remove);
-            connect(actions[kCreateFolder], &QAction::triggered, this, newFolder);
-            for (int i = 0; i < 3; ++i) {
-                actions[i]->setShortcutContext(Qt::WidgetShortcut);
-                view->addAction(actions[i]);
-            }
-            connect(view, &QWidget::customContextMenuRequested, this, [this, view, actions] {
-                UpdateActions();
-                QMenu menu(this);
-                menu.addActions({actions[kRename], actions[kDelete], actions[kCreateFolder]});
-                menu.exec(QCursor::pos());
-            });
-        };
+    const auto make = [this](QAbstractItemView* view, QAction** actions,
+                             void (CBookmarksManager::*rename)(),
+                             void (CBookmarksManager::*remove)(),
+                             void (CBookmarksManager::*newFolder)()) {
+        actions[kRename] = new QAction(QStringLiteral("&Rename"), view);
+        actions[kRename]->setShortcut(Qt::Key_F2);
+        actions[kDelete] = new QAction(QStringLiteral("&Delete"), view);
+        actions[kDelete]->setShortcut(QKeySequence::Delete);
+        actions[kCreateFolder] = new QAction(QStringLiteral("&Create Folder"), view);
+        connect(actions[kRename], &QAction::triggered, this, rename);
+        connect(actions[kDelete], &QAction::triggered, this, remove);
+        connect(actions[kCreateFolder], &QAction::triggered, this, newFolder);
+        for (int i = 0; i < 3; ++i) {
+            actions[i]->setShortcutContext(Qt::WidgetShortcut);
+            view->addAction(actions[i]);
+        }
+        connect(view, &QWidget::customContextMenuRequested, this,
+                [this, view, actions](const QPoint& pos) {
+                    UpdateActions();
+                    QMenu menu(this);
+                    menu.addActions({actions[kRename], actions[kDelete], actions[kCreateFolder]});
+                    menu.exec(view->viewport()->mapToGlobal(pos));
+                });
+    };
     make(m_tree, m_treeActions, &CBookmarksManager::RenameInTree, &CBookmarksManager::DeleteInTree,
          &CBookmarksManager::CreateFolderInTree);
     make(m_list, m_listActions, &CBookmarksManager::RenameInList, &CBookmarksManager::DeleteInList,

@@ -307,6 +307,7 @@ void CVelaBookmarksTree::dropEvent(QDropEvent* event) {
     // The move is done here, not by the views: no source rows are removed after the drag.
     event->setDropAction(Qt::CopyAction);
     event->accept();
+    stopAutoScroll();
     setState(QAbstractItemView::NoState);
     viewport()->update();
     emit FilesDropped(files, target);
