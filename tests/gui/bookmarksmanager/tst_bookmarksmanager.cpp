@@ -36,10 +36,7 @@ QLineEdit* OpenEditor(QAbstractItemView* view) {
 
 // "caption|message" of a question or a box, and for a replace question both files' paths.
 struct Seen {
-    QString text;
-    QString existing;
-    QString incoming;
-    QString firstLine;
+    QString text, existing, incoming, firstLine;
 };
 
 }  // namespace
@@ -167,60 +164,51 @@ bool TestBookmarksManager::EditLabel(QAbstractItemView* view, const QModelIndex&
 }
 
 void TestBookmarksManager::rename_data() {
+    struct Row {
+        const char* name;
+        QStringList entries;
+        bool inTree;
+        QString item, typed, answer;
+        QString seen;       // the question or box shown, if any
+        QString renamedTo;  // empty: nothing changes
+    };
+    const QString file = QStringLiteral("Error Renaming File|");
+    const QString ask = QStringLiteral("Confirm File Rename|Are you sure you want to rename the ");
+    // clang-format off
+    const Row rows[] = {
+        {"same name, other case", {"a.vzb", "b.vzb"}, false, "a.vzb", " A ", "", "", "A.vzb"},
+        {"taken", {"a.vzb", "b.vzb"}, false, "a.vzb", "b", "",
+            file + "A file with this name already exists. Specify a different name."},
+        {"forbidden", {"a.vzb"}, false, "a.vzb", "a?b", "",
+            file + "A file name cannot contain any of the following characters:\n"
+                   "\\ / : * ? \" < > |"},
+        {"blank", {"a.vzb"}, true, "a.vzb", "  ", "", file + "You must specify a file name."},
+        {"read-only, No", {"a.vzb", "ro:a.vzb"}, false, "a.vzb", "c", "&No",
+            ask + "read-only file 'a.vzb' to 'c.vzb'?"},
+        {"hidden, Yes", {".h.vzb"}, false, ".h.vzb", "h", "&Yes",
+            ask + "hidden file '.h.vzb' to 'h.vzb'?", "h.vzb"},
+        {"gone meanwhile", {"a.vzb", "rm:a.vzb"}, false, "a.vzb", "c", "",
+            file + "Cannot rename the file."},
+        {"bookmark in the tree", {"a.vzb"}, true, "a.vzb", "z", "", "", "z.vzb"},
+        {"folder taken", {"F1/", "F2/"}, true, "F1", "F2", "",
+            "Error Renaming Folder|A folder with this name already exists. Specify a different "
+            "name."},
+        {"folder in the list, the tree follows", {"Old.Sets/x.vzb"}, false, "Old.Sets", "New", "",
+            "", "New"},
+        {"folder in the tree, the list follows", {"F/x.vzb"}, true, "F", "G", "", "", "G"},
+    };
+    // clang-format on
     QTest::addColumn<QStringList>("entries");
     QTest::addColumn<bool>("inTree");
     QTest::addColumn<QString>("item");
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("answer");
-    QTest::addColumn<QStringList>("seen");   // questions and boxes
-    QTest::addColumn<QString>("renamedTo");  // empty: nothing changes
-
-    const QString question = QStringLiteral("Confirm File Rename|Are you sure you want to rename ");
-    QTest::newRow("same name, other case") << QStringList{"a.vzb", "b.vzb"} << false << "a.vzb"
-                                           << " A "
-                                           << "" << QStringList{} << "A.vzb";
-    QTest::newRow("taken") << QStringList{"a.vzb", "b.vzb"} << false << "a.vzb" << "b" << ""
-                           << QStringList{"Error Renaming File|A file with this name already "
-                                          "exists. Specify a different name."}
-                           << "";
-    QTest::newRow("forbidden") << QStringList{"a.vzb"} << false << "a.vzb" << "a?b" << ""
-                               << QStringList{"Error Renaming File|A file name cannot contain any "
-                                              "of the following characters:\n\\ / : * ? \" < > |"}
-                               << "";
-    QTest::newRow("blank") << QStringList{"a.vzb"} << true << "a.vzb"
-                           << "  "
-                           << "" << QStringList{"Error Renaming File|You must specify a file name."}
-                           << "";
-    QTest::newRow("read-only, No") << QStringList{"a.vzb", "ro:a.vzb"} << false << "a.vzb"
-                                   << "c"
-                                   << "&No"
-                                   << QStringList{question +
-                                                  "the read-only file 'a.vzb' to "
-                                                  "'c.vzb'?"}
-                                   << "";
-    QTest::newRow("hidden, Yes") << QStringList{".h.vzb"} << false << ".h.vzb"
-                                 << "h"
-                                 << "&Yes"
-                                 << QStringList{question + "the hidden file '.h.vzb' to 'h.vzb'?"}
-                                 << "h.vzb";
-    QTest::newRow("gone meanwhile") << QStringList{"a.vzb", "rm:a.vzb"} << false << "a.vzb" << "c"
-                                    << "" << QStringList{"Error Renaming File|Cannot rename the "
-                                                         "file."}
-                                    << "";
-    QTest::newRow("bookmark in the tree") << QStringList{"a.vzb"} << true << "a.vzb"
-                                          << "z"
-                                          << "" << QStringList{} << "z.vzb";
-    QTest::newRow("folder taken") << QStringList{"F1/", "F2/"} << true << "F1" << "F2" << ""
-                                  << QStringList{"Error Renaming Folder|A folder with this name "
-                                                 "already exists. Specify a different name."}
-                                  << "";
-    QTest::newRow("folder in the list, the tree follows")
-        << QStringList{"Old.Sets/x.vzb"} << false << "Old.Sets"
-        << "New"
-        << "" << QStringList{} << "New";
-    QTest::newRow("folder in the tree, the list follows") << QStringList{"F/x.vzb"} << true << "F"
-                                                          << "G"
-                                                          << "" << QStringList{} << "G";
+    QTest::addColumn<QString>("seen");
+    QTest::addColumn<QString>("renamedTo");
+    for (const Row& r : rows) {
+        QTest::newRow(r.name) << r.entries << r.inTree << r.item << r.typed << r.answer << r.seen
+                              << r.renamedTo;
+    }
 }
 
 void TestBookmarksManager::rename() {
@@ -229,7 +217,7 @@ void TestBookmarksManager::rename() {
     QFETCH(QString, item);
     QFETCH(QString, typed);
     QFETCH(QString, answer);
-    QFETCH(QStringList, seen);
+    QFETCH(QString, seen);
     QFETCH(QString, renamedTo);
     Make(entries);
     const QStringList before = Files();
@@ -249,10 +237,9 @@ void TestBookmarksManager::rename() {
         QVERIFY(EditLabel(m_manager->List(), listItem, typed));
     }
 
-    QStringList texts;
-    for (const Seen& s : m_seen)
-        texts << s.text;
-    QCOMPARE(texts, seen);
+    QCOMPARE(m_seen.size(), seen.isEmpty() ? 0 : 1);
+    if (!seen.isEmpty())
+        QCOMPARE(m_seen[0].text, seen);
     if (renamedTo.isEmpty()) {
         if (!entries.last().startsWith(QLatin1String("rm:")))
             QCOMPARE(Files(), before);
@@ -370,39 +357,42 @@ void TestBookmarksManager::deleteAsksOncePerFile() {
 }
 
 void TestBookmarksManager::move_data() {
+    struct Row {
+        const char* name;
+        QStringList entries, moved;
+        QString target, answer;
+        QString question;  // empty: none asked
+        bool result;
+        QStringList after;  // empty: nothing changes
+    };
+    const QStringList clash{"a.vzb", "raw:F/a.vzb=[FileBookmark]\nPath=/t/old\n"};
+    const QString named = QStringLiteral("Confirm File Replace|This folder already contains a ");
+    // clang-format off
+    const Row rows[] = {
+        {"Yes replaces", clash, {"a.vzb"}, "F", "&Yes", named + "file named 'a.vzb'", true,
+            {"F/", "F/a.vzb"}},
+        {"No keeps both", clash, {"a.vzb"}, "F", "&No", named + "file named 'a.vzb'", false, {}},
+        {"read-only, Yes replaces", clash + QStringList{"ro:F/a.vzb"}, {"a.vzb"}, "F", "&Yes",
+            named + "read-only file named 'a.vzb'", true, {"F/", "F/a.vzb"}},
+        {"several rows", {"a.vzb", "b.vzb", "F/"}, {"a.vzb", "b.vzb"}, "F", "", "", true,
+            {"F/", "F/a.vzb", "F/b.vzb"}},
+        {"folder into a folder", {"F/x.vzb", "G/"}, {"F"}, "G", "", "", true,
+            {"G/", "G/F/", "G/F/x.vzb"}},
+        {"folder into itself", {"F/sub/"}, {"F"}, "F", "", "", false, {}},
+        {"folder into its subfolder", {"F/sub/"}, {"F"}, "F/sub", "", "", false, {}},
+    };
+    // clang-format on
     QTest::addColumn<QStringList>("entries");
     QTest::addColumn<QStringList>("moved");
     QTest::addColumn<QString>("target");
     QTest::addColumn<QString>("answer");
-    QTest::addColumn<QString>("question");  // empty: none asked
+    QTest::addColumn<QString>("question");
     QTest::addColumn<bool>("result");
-    QTest::addColumn<QStringList>("after");  // empty: nothing changes
-
-    const QStringList clash{"a.vzb", "raw:F/a.vzb=[FileBookmark]\nPath=/t/old\n"};
-    const QString named = QStringLiteral("Confirm File Replace|This folder already contains a ");
-    QTest::newRow("Yes replaces") << clash << QStringList{"a.vzb"} << "F"
-                                  << "&Yes" << named + "file named 'a.vzb'" << true
-                                  << QStringList{"F/", "F/a.vzb"};
-    QTest::newRow("No keeps both")
-        << clash << QStringList{"a.vzb"} << "F"
-        << "&No" << named + "file named 'a.vzb'" << false << QStringList{};
-    QTest::newRow("read-only, Yes replaces")
-        << clash + QStringList{"ro:F/a.vzb"} << QStringList{"a.vzb"} << "F"
-        << "&Yes" << named + "read-only file named 'a.vzb'" << true << QStringList{"F/", "F/a.vzb"};
-    QTest::newRow("several rows") << QStringList{"a.vzb", "b.vzb", "F/"}
-                                  << QStringList{"a.vzb", "b.vzb"} << "F"
-                                  << ""
-                                  << "" << true << QStringList{"F/", "F/a.vzb", "F/b.vzb"};
-    QTest::newRow("folder into a folder") << QStringList{"F/x.vzb", "G/"} << QStringList{"F"} << "G"
-                                          << ""
-                                          << "" << true << QStringList{"G/", "G/F/", "G/F/x.vzb"};
-    QTest::newRow("folder into itself") << QStringList{"F/sub/"} << QStringList{"F"} << "F"
-                                        << ""
-                                        << "" << false << QStringList{};
-    QTest::newRow("folder into its subfolder")
-        << QStringList{"F/sub/"} << QStringList{"F"} << "F/sub"
-        << ""
-        << "" << false << QStringList{};
+    QTest::addColumn<QStringList>("after");
+    for (const Row& r : rows) {
+        QTest::newRow(r.name) << r.entries << r.moved << r.target << r.answer << r.question
+                              << r.result << r.after;
+    }
 }
 
 void TestBookmarksManager::move() {
