@@ -3,7 +3,6 @@
 #include <QAction>
 #include <QFrame>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QMenu>
 #include <QPushButton>
 #include <QSplitter>
