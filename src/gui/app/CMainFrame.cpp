@@ -32,6 +32,7 @@
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "bookmarks/BookmarkMenus.h"
 #include "bookmarks/CAddBookmark.h"
+#include "bookmarks/CBookmarksManager.h"
 #include "common/CItemIcons.h"
 #include "common/CJob.h"
 #include "common/CommandIds.h"
@@ -354,6 +355,11 @@ void CMainFrame::CreateBookmarkCommands() {
                 [this, kind, menu] { FillBookmarksMenu(kind, menu); });
         connect(menu, &QMenu::aboutToHide, this, &CMainFrame::UpdateBookmarkCommands);
         connect(add, &QAction::triggered, this, [this, kind] { OnAddBookmark(kind); });
+        connect(BookmarksManagerCommand(kind), &QAction::triggered, this, [this, kind] {
+            // The manager may empty the collection or fill it.
+            CBookmarksManager::Open(this, kind, m_bookmarkRoots.Of(kind));
+            UpdateBookmarkCommands();
+        });
         CVelaDragDropTree* tree = archive ? ArchiveTree() : FileTree();
         add->setEnabled(tree->SelectedItem().isValid());
         connect(tree->selectionModel(), &QItemSelectionModel::currentChanged, add,
@@ -369,9 +375,11 @@ void CMainFrame::UpdateBookmarkCommands() {
         {m_fileView->Dock()->Toolbar(), kFileBookmarksButton}};
     for (const auto& [toolbar, id] : buttons) {
         const bool archive = id == kArchiveBookmarksButton;
-        vz::FindCommand(toolbar, id)
-            ->setEnabled(vz::bookmarks::HasContent(m_bookmarkRoots.Of(
-                archive ? vz::bookmarks::Kind::Archive : vz::bookmarks::Kind::File)));
+        const vz::bookmarks::Kind kind =
+            archive ? vz::bookmarks::Kind::Archive : vz::bookmarks::Kind::File;
+        const bool content = vz::bookmarks::HasContent(m_bookmarkRoots.Of(kind));
+        vz::FindCommand(toolbar, id)->setEnabled(content);
+        BookmarksManagerCommand(kind)->setEnabled(content);
     }
 }
 
@@ -590,7 +598,7 @@ void CMainFrame::CreateMenus() {
     help->addSeparator();
     help->addAction(about);
 
-    for (QAction* later : {archiveBookmarks, fileBookmarks, options, helpTopics}) {
+    for (QAction* later : {options, helpTopics}) {
         later->setEnabled(false);
     }
 

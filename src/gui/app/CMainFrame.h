@@ -105,7 +105,8 @@ public:
     // Opens the bookmark with command id `id` of the collection loaded last for `kind`'s menu
     // in its browser, without adding to the browser's history. An unknown id does nothing.
     void OnBookmarkCommand(vz::bookmarks::Kind kind, unsigned id);
-    // The bookmark drop-down buttons follow whether their collections hold anything.
+    // The bookmark drop-down buttons and the managers follow whether their collections hold
+    // anything.
     void UpdateBookmarkCommands();
 
 protected:
