@@ -60,6 +60,8 @@ bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = null
         PrintError(out->unpacker->LastError());
         return false;
     }
+    if (!out->unpacker->Note().isEmpty())
+        PrintError(out->unpacker->Note());  // the command goes on
     return true;
 }
 

@@ -172,6 +172,8 @@ using namespace vz;
 struct CArchiveUnpacker::Impl {
     CArchiveUnpacker* q;
     const FamilyTraits* traits = nullptr;
+    // A zip read from its local headers: the family's traits with that reader.
+    FamilyTraits localHeaders;
     INIUNPACK ini;
     IOperationObserver* observer = nullptr;
     IItemListener* listener = nullptr;
@@ -271,6 +273,31 @@ struct CArchiveUnpacker::Impl {
                                      GroupDigits(static_cast<quint64>(compressedTotal))));
         }
         return true;
+    }
+
+    // A zip whose end record cannot be found is read from its local headers, as long as
+    // they hold at least one entry; the first failure stands otherwise.
+    bool ProbeLocalHeaders() {
+        if (traits->formats != FamilyTraits::Formats::Zip || volumes.size() != 1 || stopped)
+            return false;
+        const FamilyTraits* whole = traits;
+        const QString failure = q->m_error;
+        localHeaders = *whole;
+        localHeaders.formats = FamilyTraits::Formats::ZipLocalHeaders;
+        localHeaders.listWithLibzip = false;
+        traits = &localHeaders;
+        if (Probe() && EnsureListed() && !entries.empty()) {
+            q->m_note = QStringLiteral(
+                            "The archive %1 is damaged: its central directory was not "
+                            "found, and its entries were read from their local "
+                            "headers.")
+                            .arg(Where());
+            return true;
+        }
+        traits = whole;
+        listed = false;
+        entries.clear();
+        return Fail(failure);
     }
 
     bool EnsureListed() {
@@ -865,7 +892,9 @@ bool CArchiveUnpacker::OpenMultiVolumeArchive(const QString& firstVolumePath) {
 bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     CloseArchive();
     m_error.clear();
+    m_note.clear();
     m_path = path;
+    d->traits = TraitsFor(m_family);
     if (!d->traits)
         return d->Fail(QStringLiteral("No unpacker reads the archive %1.").arg(path));
     if (!QFileInfo(path).isFile())
@@ -888,7 +917,7 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     if (!ok && d->stopped)
         d->Fail(QStringLiteral("The listing was stopped."));
     else if (!ok)
-        ok = d->Probe();
+        ok = d->Probe() || d->ProbeLocalHeaders();
     if (!ok) {
         d->open = false;
         d->volumes.clear();

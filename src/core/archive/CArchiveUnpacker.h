@@ -122,6 +122,9 @@ public:
     QString ArchivePath() const { return m_path; }
     // The reason of the last failure, in one sentence, empty when none.
     QString LastError() const { return m_error; }
+    // What the reader had to work around in the open archive (a zip whose end record is
+    // damaged is read from its local headers), empty when nothing.
+    QString Note() const { return m_note; }
     // True when the last operation ended because the user stopped or cancelled it.
     bool WasCancelled() const { return m_cancelled; }
 
@@ -134,6 +137,7 @@ private:
     std::vector<ARCHIVEFILEFULLINFO> m_allEntries;
     QString m_path;
     QString m_error;
+    QString m_note;
     bool m_cancelled = false;
     friend struct Impl;
 };

@@ -382,6 +382,9 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
         case F::Zip:
             archive_read_support_format_zip_seekable(m_archive);
             break;
+        case F::ZipLocalHeaders:
+            archive_read_support_format_zip_streamable(m_archive);
+            break;
         case F::Cab:
             archive_read_support_format_cab(m_archive);
             break;

@@ -19,7 +19,18 @@ namespace vz {
 // What differs between the families, as data.
 struct FamilyTraits {
     int family = 0;
-    enum class Formats { Zip, Cab, Rar, SevenZip, Tar, CompressedStream, Iso } formats;
+    // ZipLocalHeaders: a zip read entry by entry from its local headers (its end record is
+    // damaged).
+    enum class Formats {
+        Zip,
+        ZipLocalHeaders,
+        Cab,
+        Rar,
+        SevenZip,
+        Tar,
+        CompressedStream,
+        Iso
+    } formats;
     int streamFilter = 0;      // the libarchive filter code a compressed stream must have
     const char* streamMethod;  // method text of the stream ("Deflate", "BZip2")
     // Method text of every entry when the format does not tell it per entry (a plain tar, an

@@ -266,6 +266,7 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
     }
     bool opened = false;
     bool listed = false;
+    QString note;
     ArchiveLevel level;
     const bool finished = CJob::Run(ListingJob(), [&](CJob& job) {
         unpacker->SetHandleDialogProgress(&job.Observer());
@@ -273,6 +274,7 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
         opened = vz::OpenForFamily(*unpacker, parts.archivePath);
         if (opened) {
             listed = unpacker->ListLevel(parts.innerPath, level);
+            note = unpacker->Note();
         }
         unpacker->SetHandleDialogProgress(nullptr);
         unpacker->CloseArchive();
@@ -302,6 +304,14 @@ void CVelaArchiveTree::ListArchiveLevel(const QModelIndex& item, const QString& 
     TreeModel()->AppendItems(item, std::move(items));
     if (TreeModel()->rowCount(item) == 0) {
         RefreshLayout();
+    }
+    // What the reader worked around is said once, when the archive itself is expanded.
+    if (!note.isEmpty() && parts.innerPath.isEmpty()) {
+        vz::ShowMessageBox(this, QStringLiteral("Vela-ZIP Archiver"),
+                           QStringLiteral("The archive %1 is damaged; it is shown as far as it "
+                                          "could be read.")
+                               .arg(vz::platform::FileNameOf(parts.archivePath)),
+                           QMessageBox::Warning, QMessageBox::Ok, note);
     }
 }
 

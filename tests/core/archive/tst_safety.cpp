@@ -231,6 +231,44 @@ private Q_SLOTS:
         QVERIFY(vzt::ListTree(dir.path()).filter(".vz-").isEmpty());
     }
 
+    // A zip whose end record is damaged is read from its local headers, with a note; without
+    // a local header the first failure stands.
+    void damagedEndRecord_data() {
+        QTest::addColumn<QString>("archive");   // a sample, or "<what>.zip" made here
+        QTest::addColumn<QString>("contents");  // of the entry "a", empty when refused
+        QTest::newRow("end signature broken") << "broken.zip"
+                                              << "a1";
+        QTest::newRow("only a central directory") << "nolocal.zip"
+                                                  << "";
+        QTest::newRow("libarchive sample") << "libarchive/test_read_format_zip_extra_padding.zip"
+                                           << "b\n";
+    }
+    void damagedEndRecord() {
+        QFETCH(QString, archive);
+        QFETCH(QString, contents);
+        QTemporaryDir dir;
+        QString path = dir.filePath(archive);
+        QByteArray zip = vzt::StoredZip({{"a", "a1"}, {"d/b", "b2"}});
+        if (archive == "broken.zip") {
+            zip[zip.lastIndexOf("PK\x05\x06") + 3] = 'X';
+            QVERIFY(vzt::WriteAll(path, zip));
+        } else if (archive == "nolocal.zip") {
+            QVERIFY(vzt::WriteAll(
+                path, zip.mid(zip.indexOf("PK\x01\x02")).replace("PK\x05\x06", "PK\x05X")));
+        } else if (vzt::SharedTestData().isEmpty()) {
+            QSKIP("../shared/testdata is not beside the project: libarchive samples skipped");
+        } else {
+            path = vzt::SharedTestData() + "/" + archive;
+        }
+        CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
+        const bool opened = vz::OpenForFamily(u, path);
+        QCOMPARE(opened, !contents.isEmpty());
+        QVERIFY2(opened ? u.Note().contains("damaged") : u.LastError().contains("Cannot open"),
+                 qPrintable(u.LastError()));
+        QVERIFY(!opened || u.UnpackArchive(dir.filePath("dest")));
+        QCOMPARE(QString(vzt::ReadAll(dir.filePath("dest/a"))), contents);
+    }
+
     // A tar in each compression that bsdtar writes reads; one whose compress header is junk
     // fails cleanly (the compress filter once read it before the file was open, and crashed).
     void compressedTars_data() {
