@@ -417,6 +417,7 @@ struct CArchiveUnpacker::Impl {
         quint32 crc = 0;
         bool crcKnown = false;
         bool viaLibzip = false;
+        bool methodChecksData = false;  // BZIP2 checks every block of its data itself
     };
     using ZipFactBook = QHash<QString, std::vector<ZipFacts>>;
     ZipFactBook ExpectedZipFacts() const {
@@ -434,6 +435,7 @@ struct CArchiveUnpacker::Impl {
                 f.crc = e.info.crc;
                 f.crcKnown = e.info.crcKnown;
                 f.viaLibzip = e.info.encrypted && !libarchiveDecrypts;
+                f.methodChecksData = e.info.method == QLatin1String("BZip2");
             }
             facts[e.info.path].push_back(f);
         }
@@ -661,6 +663,7 @@ struct CArchiveUnpacker::Impl {
             const bool fromLibzip = facts && facts->viaLibzip;
             uLong crc = crc32(0L, Z_NULL, 0);
             bool wrongPassword = false;
+            bool libzipOpenFailed = false;  // not for the password: the method, say
             QString libzipError;
             if (fromLibzip) {
                 switch (
@@ -674,7 +677,7 @@ struct CArchiveUnpacker::Impl {
                         dataFailed = wrongPassword = true;
                         break;
                     case ZipEntryData::Status::Failed:
-                        dataFailed = true;
+                        dataFailed = libzipOpenFailed = true;
                         libzipError = viaLibzip.Error();
                         break;
                 }
@@ -687,6 +690,11 @@ struct CArchiveUnpacker::Impl {
                 if (fromLibzip) {
                     const qint64 n = viaLibzip.Read(libzipBuffer.data(), libzipBuffer.size());
                     if (n == 0)
+                        break;
+                    // An AES entry of the second kind records no CRC, and libzip checks the
+                    // empty one at the end all the same; BZIP2 has checked every block.
+                    if (n < 0 && viaLibzip.CrcError() && !checkCrc && info.sizeKnown &&
+                        written == static_cast<qint64>(info.size) && facts->methodChecksData)
                         break;
                     if (n < 0) {
                         dataFailed = true;
@@ -759,8 +767,8 @@ struct CArchiveUnpacker::Impl {
                 }
                 const bool passwordProblem =
                     wrongPassword || (!crcMismatch && !fromLibzip && IsPasswordError(a));
-                if (info.encrypted && !passwordProblem && observer && !passwords.Exhausted() &&
-                    ArchiveFamily::IsZipFamily(traits->family)) {
+                if (info.encrypted && !passwordProblem && !libzipOpenFailed && observer &&
+                    !passwords.Exhausted() && ArchiveFamily::IsZipFamily(traits->family)) {
                     // Data that does not check out under a password that passed the header
                     // check: the password was wrong after all. Ask again and resume here.
                     passwords.Forget();

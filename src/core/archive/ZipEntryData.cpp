@@ -38,27 +38,34 @@ ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, qint64 dire
         return Status::Failed;
     }
     const zip_uint64_t i = static_cast<zip_uint64_t>(index);
+    const auto passwordError = [this] {
+        const int code = zip_error_code_zip(zip_get_error(m_zip));
+        return code == ZIP_ER_WRONGPASSWD || code == ZIP_ER_NOPASSWD;
+    };
     for (const std::string& p : passwords.Known()) {
         m_file = zip_fopen_index_encrypted(m_zip, i, 0, p.c_str());
         if (m_file)
             return Status::Ok;
+        if (!passwordError())
+            break;  // no password opens it (a method libzip lacks): none is asked for
     }
-    for (;;) {
+    while (passwords.Known().empty() || passwordError()) {
         const char* answer = passwords.Ask();
         if (!answer)
             break;
         m_file = zip_fopen_index_encrypted(m_zip, i, 0, answer);
         if (m_file)
             return Status::Ok;
-        if (zip_error_code_zip(zip_get_error(m_zip)) != ZIP_ER_WRONGPASSWD)
-            break;
     }
     if (passwords.Cancelled())
         return Status::Cancelled;
-    const int code = zip_error_code_zip(zip_get_error(m_zip));
-    if (code == ZIP_ER_WRONGPASSWD || code == ZIP_ER_NOPASSWD)
+    if (passwordError())
         return Status::WrongPassword;
-    m_error = QString::fromUtf8(zip_strerror(m_zip));
+    m_error = zip_error_code_zip(zip_get_error(m_zip)) == ZIP_ER_COMPNOTSUPP
+                  ? QStringLiteral(
+                        "its compression method cannot be read together with its "
+                        "encryption here (libzip has no decoder for it)")
+                  : QString::fromUtf8(zip_strerror(m_zip));
     return Status::Failed;
 }
 
@@ -66,8 +73,11 @@ qint64 ZipEntryData::Read(char* buffer, qint64 size) {
     if (!m_file)
         return -1;
     const zip_int64_t n = zip_fread(m_file, buffer, static_cast<zip_uint64_t>(size));
-    if (n < 0)
+    m_crcError = false;
+    if (n < 0) {
         m_error = QString::fromUtf8(zip_file_strerror(m_file));
+        m_crcError = zip_error_code_zip(zip_file_get_error(m_file)) == ZIP_ER_CRC;
+    }
     return n;
 }
 

@@ -30,11 +30,15 @@ public:
     qint64 Read(char* buffer, qint64 size);
     void End();
     QString Error() const { return m_error; }
+    // Whether the last Read failed on libzip's CRC check (which it also makes where an AES
+    // entry records no CRC).
+    bool CrcError() const { return m_crcError; }
 
 private:
     zip_t* m_zip = nullptr;
     zip_file_t* m_file = nullptr;
     QString m_error;
+    bool m_crcError = false;
 };
 
 }  // namespace vz
