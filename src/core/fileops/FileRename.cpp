@@ -16,6 +16,8 @@ RenameVerdict CheckTypedName(const QString& typed, QString* name) {
         return RenameVerdict::EmptyName;
     if (vz::HasForbiddenNameChar(*name))
         return RenameVerdict::ForbiddenCharacter;
+    if (name->toUtf8().size() > kMaxNameBytes)
+        return RenameVerdict::TooLong;
     return RenameVerdict::Rename;
 }
 
@@ -60,6 +62,13 @@ QString RenameRefusalText(RenameVerdict verdict, bool isFolder) {
                             : QStringLiteral(
                                   "A file with this name already exists. Specify a different "
                                   "name.");
+        case RenameVerdict::TooLong:
+            return (isFolder ? QStringLiteral("The folder name is too long.")
+                             : QStringLiteral("The file name is too long.")) +
+                   QStringLiteral(
+                       " A name can hold at most %1 bytes; a letter outside the "
+                       "English alphabet takes two to four of them.")
+                       .arg(kMaxNameBytes);
         case RenameVerdict::Rename:
         case RenameVerdict::LabelOnly:
             break;

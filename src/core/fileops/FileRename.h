@@ -9,11 +9,15 @@
 
 namespace vz::fileops {
 
+// The most bytes (of UTF-8) that a name on this system's file systems holds.
+constexpr int kMaxNameBytes = 255;
+
 enum class RenameVerdict {
     Rename,              // rename on disk (after the question, if any)
     LabelOnly,           // the same name in another case: no change on disk, a success
     EmptyName,           // "You must specify a file name."
     ForbiddenCharacter,  // "A file name cannot contain any of the following characters:" ...
+    TooLong,             // more than a name can hold on this system (255 bytes of UTF-8)
     AlreadyExists,       // "A file with this name already exists. Specify a different name."
 };
 
@@ -26,7 +30,9 @@ struct RenameCheck {
 // The check of a name that the user typed, for every place that takes one (a rename in either
 // browser, a new folder, the command line): `name` gets it without leading and trailing
 // blanks; EmptyName when nothing remains, ForbiddenCharacter when it holds one of the nine
-// characters \ / : * ? " < > |, else Rename. RenameRefusalText words the refusals.
+// characters \ / : * ? " < > |, TooLong above 255 bytes of UTF-8 (what a Linux file system
+// holds: fewer characters for Cyrillic or CJK names), else Rename. RenameRefusalText words the
+// refusals.
 RenameVerdict CheckTypedName(const QString& typed, QString* name);
 
 // Checks a typed name for the item at `oldPath`, in this order: the typed-name check, the same

@@ -76,6 +76,7 @@ bool CArchiveEditing::EndRename(const QPersistentModelIndex& item, int mode,
     switch (check.verdict) {
         case fileops::RenameVerdict::EmptyName:
         case fileops::RenameVerdict::ForbiddenCharacter:
+        case fileops::RenameVerdict::TooLong:
             return refuse(fileops::RenameRefusalText(check.verdict, isFolder));
         case fileops::RenameVerdict::LabelOnly:
             // The same name in another case: nothing changes, in the archive or in the tree.

@@ -595,6 +595,7 @@ bool CVelaFileTree::EndLabelEdit(const QModelIndex& item, const QString& text) {
     switch (check.verdict) {
         case fileops::RenameVerdict::EmptyName:
         case fileops::RenameVerdict::ForbiddenCharacter:
+        case fileops::RenameVerdict::TooLong:
         case fileops::RenameVerdict::AlreadyExists:
             vz::ShowError(this, fileops::RenameErrorCaption(isFolder),
                           fileops::RenameRefusalText(check.verdict, isFolder));

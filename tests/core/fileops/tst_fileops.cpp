@@ -416,10 +416,10 @@ private slots:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<int>("verdict");
         QTest::addColumn<QString>("text");
-        const auto row = [](const char* name, const char* item, const char* typed,
+        const auto row = [](const char* name, const char* item, const QString& typed,
                             RenameVerdict verdict, const char* text) {
-            QTest::newRow(name) << QString::fromLatin1(item) << QString::fromLatin1(typed)
-                                << int(verdict) << QString::fromLatin1(text);
+            QTest::newRow(name) << QString::fromLatin1(item) << typed << int(verdict)
+                                << QString::fromLatin1(text);
         };
         const char* fileExists = "A file with this name already exists. Specify a different name.";
         row("trimmed", "a.txt", "  c.txt ", RenameVerdict::Rename, "");
@@ -430,6 +430,16 @@ private slots:
         row("folder onto file", "dir", "b.txt", RenameVerdict::AlreadyExists,
             "A folder with this name already exists. Specify a different name.");
         row("dot dot", "a.txt", "..", RenameVerdict::AlreadyExists, fileExists);
+        // A name holds 255 bytes of UTF-8: 255 Latin letters, 127 Cyrillic ones.
+        const char* tooLong =
+            "The file name is too long. A name can hold at most 255 bytes; a "
+            "letter outside the English alphabet takes two to four of them.";
+        row("255 bytes", "a.txt", QString(255, 'n'), RenameVerdict::Rename, "");
+        row("256 bytes", "a.txt", QString(256, 'n'), RenameVerdict::TooLong, tooLong);
+        row("254 bytes of Cyrillic", "a.txt", QString(127, QChar(0x44F)), RenameVerdict::Rename,
+            "");
+        row("256 bytes of Cyrillic", "a.txt", QString(128, QChar(0x44F)), RenameVerdict::TooLong,
+            tooLong);
     }
     void renameRules() {
         QFETCH(QString, item);
