@@ -27,8 +27,11 @@ RenameCheck CheckRename(const QString& oldPath, const QString& typedName) {
     if (check.verdict != RenameVerdict::Rename)
         return check;
     check.newPath = vz::JoinPath(platform::FolderOf(oldPath), check.newName);
-    if (vz::EqualsNoCase(check.newPath, oldPath)) {
-        // The label takes the new spelling; the disk keeps the old one.
+    // Another spelling of the same name changes only the label where the folder's file
+    // system ignores case (the new spelling already names the item: vfat, exFAT, NTFS);
+    // elsewhere it is a rename like any other.
+    if (check.newPath == oldPath || (vz::EqualsNoCase(check.newPath, oldPath) &&
+                                     platform::IsSameItem(check.newPath, oldPath))) {
         check.verdict = RenameVerdict::LabelOnly;
         return check;
     }

@@ -13,9 +13,10 @@ namespace vz::fileops {
 constexpr int kMaxNameBytes = 255;
 
 enum class RenameVerdict {
-    Rename,              // rename on disk (after the question, if any)
-    LabelOnly,           // the same name in another case: no change on disk, a success
-    EmptyName,           // "You must specify a file name."
+    Rename,     // rename on disk (after the question, if any)
+    LabelOnly,  // the same name, or another case of it where the file system ignores case: no
+                // change on disk, a success
+    EmptyName,  // "You must specify a file name."
     ForbiddenCharacter,  // "A file name cannot contain any of the following characters:" ...
     TooLong,             // more than a name can hold on this system (255 bytes of UTF-8)
     AlreadyExists,       // "A file with this name already exists. Specify a different name."
@@ -36,7 +37,9 @@ struct RenameCheck {
 RenameVerdict CheckTypedName(const QString& typed, QString* name);
 
 // Checks a typed name for the item at `oldPath`, in this order: the typed-name check, the same
-// path without regard to case, something else already there.
+// item under the new spelling (the same name, or another case of it on a file system that
+// ignores case), something else already there. On a file system that tells case apart,
+// a.txt to A.TXT is a rename.
 RenameCheck CheckRename(const QString& oldPath, const QString& typedName);
 
 // The message of a refused name (empty for Rename and LabelOnly), file or folder wording.

@@ -78,6 +78,14 @@ quint32 AttributesFor(const QString& name, quint32 mode) {
     return attributes;
 }
 
+bool IsSameItem(const QString& a, const QString& b) {
+    struct stat sa {};
+    struct stat sb {};
+    return lstat(EncodePath(a).constData(), &sa) == 0 &&
+           lstat(EncodePath(b).constData(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+           sa.st_ino == sb.st_ino;
+}
+
 FileFacts ReadFacts(const QString& path) {
     FileFacts facts;
     const QByteArray bytes = EncodePath(path);

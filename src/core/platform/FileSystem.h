@@ -41,6 +41,10 @@ struct FileFacts {
 // dangles), with isSymlink set.
 FileFacts ReadFacts(const QString& path);
 
+// Whether two paths name the same item (links not followed): on a file system that ignores
+// case, "a.txt" and "A.TXT" do.
+bool IsSameItem(const QString& a, const QString& b);
+
 // DosAttribute bits for a name and mode (see above).
 quint32 AttributesFor(const QString& name, quint32 mode);
 inline bool IsReadOnly(quint32 attributes) {

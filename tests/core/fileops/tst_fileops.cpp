@@ -468,6 +468,18 @@ private slots:
         }
     }
 
+    // Another spelling of a name is a rename where the file system tells case apart; where the
+    // new spelling already names the item (as on vfat; a hard link stands in for that here)
+    // only the label changes.
+    void renameOtherCase() {
+        const QString root = Fresh();
+        QVERIFY(vzt::MakeTree(root, {{"a.txt", "a"}, {"b.txt", "b"}}));
+        QCOMPARE(CheckRename(root + "/a.txt", "A.TXT").verdict, RenameVerdict::Rename);
+        QCOMPARE(link(QFile::encodeName(root + "/b.txt"), QFile::encodeName(root + "/B.TXT")), 0);
+        QCOMPARE(CheckRename(root + "/b.txt", " B.TXT").verdict, RenameVerdict::LabelOnly);
+        QCOMPARE(CheckRename(root + "/b.txt", "b.txt").verdict, RenameVerdict::LabelOnly);
+    }
+
     void renameConfirmation_data() {
         QTest::addColumn<uint>("attributes");
         QTest::addColumn<bool>("folder");

@@ -402,7 +402,7 @@ void TestFileOperations::renameRules_data() {
                    "\\ / : * ? \" < > |")
             .arg(QLatin1String(kind));
     };
-    row("other case only", "a.txt", "A.TXT", "", {}, "A.TXT", "a.txt");
+    row("other case only (renamed where case counts)", "a.txt", "A.TXT", "", {}, "A.TXT");
     row("colon", "a.txt", "x:y", "", invalid("file"), "a.txt");
     row("folder, star", "dir", "d*", "", invalid("folder"), "dir");
     row("folder", "dir", "dir2", "", {}, "dir2");
