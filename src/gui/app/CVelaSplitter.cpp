@@ -65,8 +65,15 @@ void CVelaSplitter::ToggleSecondPane() {
     }
     if (!isVisible()) {
         ApplySizes(m_applied[0], m_hiddenSize);
-    } else if (current.value(0) > m_hiddenSize) {
-        ApplySizes(current.value(0) - m_hiddenSize, m_hiddenSize);
+        return;
+    }
+    // The shown pane is laid out now: a layout still pending would undo the sizes given
+    // below (the pane came back at its size hint).
+    refresh();
+    const QList<int> shown = sizes();
+    const int total = shown.value(0) + shown.value(1);
+    if (total > m_hiddenSize) {
+        ApplySizes(total - m_hiddenSize, m_hiddenSize);
     }
 }
 

@@ -221,6 +221,9 @@ private slots:
             QCOMPARE(frame.Splitter(2)->PaneSize(1), 170);
             frame.OnToggleFileFinder();
             QCOMPARE(frame.Splitter(2)->sizes().value(1), 170);
+            frame.OnToggleFileFinder();  // hidden and shown again: the same size
+            frame.OnToggleFileFinder();
+            QCOMPARE(frame.Splitter(2)->sizes().value(1), 170);
             frame.Splitter(0)->setSizes({600, 400});
             QVERIFY(frame.close());
         }
