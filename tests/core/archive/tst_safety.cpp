@@ -269,6 +269,43 @@ private Q_SLOTS:
         QCOMPARE(QString(vzt::ReadAll(dir.filePath("dest/a"))), contents);
     }
 
+    // Test reads every gzip member's CRC and size, which libarchive's reader does not check.
+    void gzipTrailers_data() {
+        QTest::addColumn<QString>("command");  // makes x.gz (or x.tgz) from a.txt
+        QTest::addColumn<int>("flip");  // the byte counted from the end to spoil; 0 none; -1 the
+                                        // first CRC of two same-sized members
+        QTest::addColumn<QString>("damage");
+        QTest::newRow("whole") << "gzip -c a.txt > x.gz" << 0 << "";
+        QTest::newRow("two members") << "gzip -c a.txt > x.gz; gzip -c a.txt >> x.gz" << 0 << "";
+        QTest::newRow("crc") << "gzip -c a.txt > x.gz" << 8 << "CRC error";
+        QTest::newRow("size") << "gzip -c a.txt > x.gz" << 4 << "size error";
+        QTest::newRow("first member's crc")
+            << "gzip -c a.txt > x.gz; gzip -c a.txt >> x.gz" << -1 << "CRC error";
+        QTest::newRow("tgz crc") << "tar czf x.tgz a.txt" << 8 << "CRC error";
+    }
+    void gzipTrailers() {
+        QFETCH(QString, command);
+        QFETCH(int, flip);
+        QFETCH(QString, damage);
+        QTemporaryDir dir;
+        QByteArray text;
+        for (int i = 0; i < 2000; ++i)
+            text += QByteArray::number(i) + '\n';
+        QVERIFY(vzt::WriteAll(dir.filePath("a.txt"), text));
+        QVERIFY(vzt::Shell(command, dir.path()).Ok());
+        const QString path = dir.filePath(command.contains("x.tgz") ? "x.tgz" : "x.gz");
+        QByteArray data = vzt::ReadAll(path);
+        if (flip < 0)
+            flip = static_cast<int>(data.size() / 2) + 8;
+        if (flip)
+            data[data.size() - flip] = static_cast<char>(data[data.size() - flip] ^ 0x5a);
+        QVERIFY(vzt::WriteAll(path, data));
+        CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
+        QVERIFY(vz::OpenForFamily(u, path));
+        QCOMPARE(u.Test(), damage.isEmpty());
+        QVERIFY2(u.LastError().contains(damage), qPrintable(u.LastError()));
+    }
+
     // A tar in each compression that bsdtar writes reads; one whose compress header is junk
     // fails cleanly (the compress filter once read it before the file was open, and crashed).
     void compressedTars_data() {
