@@ -351,6 +351,7 @@ struct CArchiveUnpacker::Impl {
                             "found, and its entries were read from their local "
                             "headers.")
                             .arg(Where());
+            q->m_error.clear();
             return true;
         }
         traits = whole;

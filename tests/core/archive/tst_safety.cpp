@@ -263,7 +263,8 @@ private Q_SLOTS:
         CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
         const bool opened = vz::OpenForFamily(u, path);
         QCOMPARE(opened, !contents.isEmpty());
-        QVERIFY2(opened ? u.Note().contains("damaged") : u.LastError().contains("Cannot open"),
+        QVERIFY2(opened ? u.Note().contains("damaged") && u.LastError().isEmpty()
+                        : u.LastError().contains("Cannot open"),
                  qPrintable(u.LastError()));
         QVERIFY(!opened || u.UnpackArchive(dir.filePath("dest")));
         QCOMPARE(QString(vzt::ReadAll(dir.filePath("dest/a"))), contents);
