@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <algorithm>
+#include <functional>
 #include <string>
 
 #include "common/Texts.h"
@@ -90,31 +91,49 @@ bool IsRealFolder(const QFileInfo& info) {
     return info.isDir() && !info.isSymLink();
 }
 
-void LoadFolder(CBookmarks& node, const QString& folder, Kind kind, int depth) {
+// One level of `folder` in the order the file system gives: each real folder and each
+// bookmark file as a row (with the bookmark's stored Type); other files are skipped.
+void WalkFolder(const QString& folder, Kind kind,
+                const std::function<void(const CBookmarkItem&, int type)>& visit) {
     QDirIterator it = Entries(folder);
     while (it.hasNext()) {
         it.next();
         const QFileInfo info = it.fileInfo();
+        CBookmarkItem item;
+        item.filePath = info.filePath();
+        item.label = LabelOfName(info.fileName());
         if (info.isDir()) {
-            if (!IsRealFolder(info) || depth >= kMaxDepth) {
-                continue;
+            if (IsRealFolder(info)) {
+                item.path = info.filePath();
+                visit(item, kTypeFolderNode);
             }
-            auto sub = std::make_unique<CBookmarks>();
-            LoadFolder(*sub, info.filePath(), kind, depth + 1);
-            sub->path = info.filePath();
-            sub->label = LabelOfName(info.fileName());
-            node.subfolders.push_back(std::move(sub));
         } else if (IsBookmarkFileName(info.fileName())) {
             const BookmarkFile read = ReadBookmark(info.filePath(), kind);
-            auto mark = std::make_unique<CBookmarks>();
-            mark->path = read.path;
-            mark->label = LabelOfName(info.fileName());
-            mark->type = read.type;
-            mark->icon = kind == Kind::Archive ? read.icon : kIconMissing;
-            mark->commandId = g_nextCommandId++;
-            node.bookmarks.push_back(std::move(mark));
+            item.path = read.path;
+            item.isBookmark = true;
+            item.icon = kind == Kind::Archive ? read.icon : kIconMissing;
+            visit(item, read.type);
         }
     }
+}
+
+void LoadFolder(CBookmarks& node, const QString& folder, Kind kind, int depth) {
+    WalkFolder(folder, kind, [&](const CBookmarkItem& item, int type) {
+        auto child = std::make_unique<CBookmarks>();
+        child->path = item.path;
+        child->label = item.label;
+        if (!item.isBookmark) {
+            if (depth < kMaxDepth) {
+                LoadFolder(*child, item.filePath, kind, depth + 1);
+                node.subfolders.push_back(std::move(child));
+            }
+            return;
+        }
+        child->type = type;
+        child->icon = item.icon;
+        child->commandId = g_nextCommandId++;
+        node.bookmarks.push_back(std::move(child));
+    });
 }
 
 template <class T>
@@ -218,21 +237,6 @@ IconSource IconSourceOf(Kind kind, int iconCode) {
     return iconCode == kIconFolderInArchive ? IconSource::FolderImage : IconSource::ExtensionOnly;
 }
 
-int RowImageCode(Kind kind, bool isBookmark, int iconCode) {
-    if (!isBookmark || kind == Kind::File) {
-        return 0;
-    }
-    switch (IconSourceOf(kind, iconCode)) {
-        case IconSource::RealPath:
-            return 0;
-        case IconSource::FolderImage:
-            return 1;
-        case IconSource::ExtensionOnly:
-            break;
-    }
-    return 2;
-}
-
 void CBookmarks::Clear() {
     subfolders.clear();
     bookmarks.clear();
@@ -268,28 +272,9 @@ void SortByLabel(std::vector<std::unique_ptr<CBookmarks>>& nodes) {
 QList<CBookmarkItem> ListFolder(const QString& folder, Kind kind) {
     QList<CBookmarkItem> folders;
     QList<CBookmarkItem> marks;
-    QDirIterator it = Entries(folder);
-    while (it.hasNext()) {
-        it.next();
-        const QFileInfo info = it.fileInfo();
-        CBookmarkItem item;
-        item.filePath = info.filePath();
-        item.label = LabelOfName(info.fileName());
-        if (info.isDir()) {
-            if (!IsRealFolder(info)) {
-                continue;
-            }
-            item.path = info.filePath();
-            folders.append(item);
-        } else if (IsBookmarkFileName(info.fileName())) {
-            const BookmarkFile read = ReadBookmark(info.filePath(), kind);
-            item.path = read.path;
-            item.isBookmark = true;
-            item.icon = kind == Kind::Archive ? read.icon : kIconMissing;
-            item.image = RowImageCode(kind, true, item.icon);
-            marks.append(item);
-        }
-    }
+    WalkFolder(folder, kind, [&](const CBookmarkItem& item, int) {
+        (item.isBookmark ? marks : folders).append(item);
+    });
     StableSortByLabel(folders);
     StableSortByLabel(marks);
     return folders + marks;

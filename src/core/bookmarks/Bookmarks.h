@@ -84,9 +84,6 @@ QString BookmarkFilePath(const QString& folder, const QString& label);
 // disk; 2: the folder icon; anything else, a missing key included: the extension), file
 // bookmarks always by the path on disk.
 IconSource IconSourceOf(Kind kind, int iconCode);
-// The image code of a manager row: 0 for folders, file bookmarks and archive bookmarks with
-// Icon 0 or 1; 1 for Icon 2; 2 for any other Icon.
-int RowImageCode(Kind kind, bool isBookmark, int iconCode);
 
 // A node of a loaded collection: the root, a folder or a bookmark.
 class CBookmarks {
@@ -121,7 +118,6 @@ void SortByLabel(std::vector<std::unique_ptr<CBookmarks>>& nodes);
 struct CBookmarkItem {
     QString path;  // the bookmark's target, or the folder's own path
     QString label;
-    int image = 0;            // RowImageCode
     int icon = kIconMissing;  // the stored Icon (archive bookmarks)
     QString filePath;         // the .vzb file or the folder itself
     bool isBookmark = false;

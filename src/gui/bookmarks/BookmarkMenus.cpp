@@ -1,11 +1,11 @@
 #include "bookmarks/BookmarkMenus.h"
 
 #include <QAction>
-#include <QFileInfo>
 #include <QMenu>
 
 #include "common/CItemIcons.h"
 #include "common/Commands.h"
+#include "platform/FileSystem.h"
 
 namespace vz::bookmarks {
 
@@ -20,18 +20,18 @@ QString MenuText(const QString& label) {
 
 }  // namespace
 
-QIcon BookmarkIcon(Kind kind, const CBookmarks& node) {
-    switch (IconSourceOf(kind, node.icon)) {
+QIcon BookmarkIcon(Kind kind, int iconCode, const QString& path) {
+    const QString name = platform::FileNameOf(path);
+    switch (IconSourceOf(kind, iconCode)) {
         case IconSource::RealPath:
-            return CItemIcons::IconForPath(node.path);
+            return platform::ReadFacts(path).exists ? CItemIcons::IconForPath(path)
+                                                    : CItemIcons::IconForName(name);
         case IconSource::FolderImage:
             return CItemIcons::FolderIcon();
         case IconSource::ExtensionOnly:
             break;
     }
-    const QString name = QFileInfo(node.path).fileName();
-    const int dot = name.lastIndexOf(QLatin1Char('.'));
-    return CItemIcons::IconForName(dot < 0 ? QString() : name.mid(dot));
+    return CItemIcons::IconForName(name);
 }
 
 void BuildBookmarksMenu(QMenu* menu, CBookmarks& node, Kind kind, bool tooltips,
@@ -48,7 +48,7 @@ void BuildBookmarksMenu(QMenu* menu, CBookmarks& node, Kind kind, bool tooltips,
     for (const auto& bookmark : node.bookmarks) {
         const unsigned id = bookmark->commandId;
         QAction* action = NewCommand(menu, static_cast<int>(id), MenuText(bookmark->label));
-        action->setIcon(BookmarkIcon(kind, *bookmark));
+        action->setIcon(BookmarkIcon(kind, bookmark->icon, bookmark->path));
         action->setToolTip(tooltips ? bookmark->path : QString());
         QObject::connect(action, &QAction::triggered, menu, [chosen, id] { chosen(id); });
         menu->addAction(action);

@@ -10,8 +10,10 @@ class QMenu;
 
 namespace vz::bookmarks {
 
-// The picture of a bookmark node of `kind`.
-QIcon BookmarkIcon(Kind kind, const CBookmarks& node);
+// The picture of a bookmark of `kind` with the stored Icon `iconCode` and the target `path`
+// (IconSourceOf decides; a target on disk that is gone goes by its name), in the menus and
+// in the managers alike.
+QIcon BookmarkIcon(Kind kind, int iconCode, const QString& path);
 
 // Replaces the contents of `menu` with `node`: its subfolders as submenus, then its
 // bookmarks, each group ordered by label (the node's arrays are sorted in place); a node

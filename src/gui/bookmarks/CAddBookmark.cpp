@@ -1,7 +1,6 @@
 #include "bookmarks/CAddBookmark.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -15,6 +14,7 @@
 #include "common/Texts.h"
 #include "fileops/FileRename.h"
 #include "fileops/NewFolder.h"
+#include "platform/FileSystem.h"
 
 namespace {
 
@@ -40,11 +40,6 @@ QGroupBox* NewGroup(const QString& title, const QString& editText, QLineEdit* ed
     row->addLayout(fields, 1);
     row->addLayout(column);
     return group;
-}
-
-bool Exists(const QString& path) {
-    const QFileInfo info(path);
-    return info.exists() || info.isSymLink();
 }
 
 }  // namespace
@@ -147,7 +142,7 @@ void CAddBookmark::OnCreate() {
     const QString path = QDir(parent).filePath(name);
     if (verdict != RenameVerdict::Rename) {
         error = RenameRefusalText(verdict, true);
-    } else if (Exists(path)) {
+    } else if (vz::platform::ReadFacts(path).exists) {
         error = RenameRefusalText(RenameVerdict::AlreadyExists, true);
     } else if (!QDir(parent).mkdir(name)) {
         error = NewFolderFailureText();
@@ -174,7 +169,7 @@ void CAddBookmark::OnAdd() {
         m_labelEdit->setFocus();
         return;
     }
-    if (Exists(vz::bookmarks::BookmarkFilePath(folder, label)) &&
+    if (vz::platform::ReadFacts(vz::bookmarks::BookmarkFilePath(folder, label)).exists &&
         vz::ShowMessageBox(
             this, QStringLiteral("Adding Label"),
             QStringLiteral(

@@ -3,25 +3,15 @@
 #include <QHeaderView>
 #include <QMimeData>
 
+#include "bookmarks/BookmarkMenus.h"
 #include "common/CItemIcons.h"
 #include "platform/FileSystem.h"
 
 using vz::bookmarks::CBookmarkItem;
 
-QIcon BookmarkRowIcon(const CBookmarkItem& item) {
-    if (!item.isBookmark)
-        return CItemIcons::FolderIcon();
-    const QString name = vz::platform::FileNameOf(item.path);
-    switch (item.image) {
-        case 0:
-            // A target that is gone has only its name left to go by.
-            return vz::platform::ReadFacts(item.path).exists ? CItemIcons::IconForPath(item.path)
-                                                             : CItemIcons::IconForName(name);
-        case 1:
-            return CItemIcons::FolderIcon();
-        default:
-            return CItemIcons::IconForName(name);
-    }
+QIcon BookmarkRowIcon(vz::bookmarks::Kind kind, const CBookmarkItem& item) {
+    return item.isBookmark ? vz::bookmarks::BookmarkIcon(kind, item.icon, item.path)
+                           : CItemIcons::FolderIcon();
 }
 
 CBookmarksListModel::CBookmarksListModel(vz::bookmarks::Kind kind, QObject* parent)
@@ -100,7 +90,7 @@ void CBookmarksListModel::ShowFolder(const QString& folder) {
     m_rows = folder.isEmpty() ? QList<CBookmarkItem>() : vz::bookmarks::ListFolder(folder, m_kind);
     m_icons.clear();
     for (const CBookmarkItem& item : m_rows)
-        m_icons << BookmarkRowIcon(item);
+        m_icons << BookmarkRowIcon(m_kind, item);
     endResetModel();
 }
 

@@ -13,10 +13,9 @@
 // The drag format of bookmark files and folders: their full paths, one a line.
 inline constexpr char kBookmarkFilesMime[] = "application/x-vela-bookmark-files";
 
-// The picture of a row of the tree or the list: the folder icon for folders; for bookmarks
-// by the row image code (0: the target as it is on disk, 1: the folder icon, 2: the icon of
-// the target's extension).
-QIcon BookmarkRowIcon(const vz::bookmarks::CBookmarkItem& item);
+// The picture of a row of the tree or the list: the folder icon for folders, a bookmark's
+// own picture (BookmarkIcon) for bookmarks.
+QIcon BookmarkRowIcon(vz::bookmarks::Kind kind, const vz::bookmarks::CBookmarkItem& item);
 
 // Decides an in-place rename: gets the item's index and the typed text; true when the new
 // name is in place on disk (the model then shows it), false to keep the old label.

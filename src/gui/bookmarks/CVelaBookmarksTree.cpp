@@ -103,7 +103,7 @@ void CBookmarksTreeModel::fetchMore(const QModelIndex& parent) {
     for (const CBookmarkItem& item : items) {
         auto child = std::make_unique<Node>();
         child->item = item;
-        child->icon = BookmarkRowIcon(item);
+        child->icon = BookmarkRowIcon(m_kind, item);
         child->hasContent = !item.isBookmark && vz::bookmarks::HasContent(item.filePath);
         child->parent = node;
         node->children.push_back(std::move(child));

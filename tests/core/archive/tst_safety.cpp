@@ -18,6 +18,12 @@ namespace {
 
 using LinkMap = QMap<QString, QString>;  // a link's name in the destination -> its target
 
+// A sample of ../shared/testdata by its relative path; empty when the folder is absent.
+QString Sample(const QString& name) {
+    const QString shared = vzt::SharedTestData();
+    return shared.isEmpty() ? QString() : shared + "/" + name;
+}
+
 // Opens the archive, reporting to the observer; null when it cannot be opened.
 std::unique_ptr<CArchiveUnpacker> OpenPath(const QString& path, TestObserver* observer) {
     auto u = vz::CreateUnpacker(vz::ClassifyPath(path, vzt::AllExtensions()));
@@ -217,10 +223,8 @@ private Q_SLOTS:
             QByteArray zip = vzt::StoredZip({{"big.bin", QByteArray(20, 'x')}});
             zip.replace(22, 4, size).replace(zip.indexOf("PK\x01\x02") + 24, 4, size);
             QVERIFY(vzt::WriteAll(path, zip));
-        } else if (vzt::SharedTestData().isEmpty()) {
+        } else if ((path = Sample(archive)).isEmpty()) {
             QSKIP("../shared/testdata is not beside the project: libarchive samples skipped");
-        } else {
-            path = vzt::SharedTestData() + "/" + archive;
         }
         CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
         const bool opened = vz::OpenForFamily(u, path);
@@ -255,10 +259,8 @@ private Q_SLOTS:
         } else if (archive == "nolocal.zip") {
             QVERIFY(vzt::WriteAll(
                 path, zip.mid(zip.indexOf("PK\x01\x02")).replace("PK\x05\x06", "PK\x05X")));
-        } else if (vzt::SharedTestData().isEmpty()) {
+        } else if ((path = Sample(archive)).isEmpty()) {
             QSKIP("../shared/testdata is not beside the project: libarchive samples skipped");
-        } else {
-            path = vzt::SharedTestData() + "/" + archive;
         }
         CArchiveUnpacker u(vz::ClassifyPath(path, vzt::AllExtensions()));
         const bool opened = vz::OpenForFamily(u, path);
