@@ -18,6 +18,8 @@
 // to the observer's Skipped); a folder reached again through a symbolic link is walked once;
 // looking into a hostile archive costs no more than listing it.
 
+#include <QPair>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QtGlobal>
@@ -94,8 +96,26 @@ public:
     bool Interrupted() const { return m_interrupted; }
 
 private:
+    enum class Mode { None, Archives, FilesInArchives, ArchivesAndFiles, DiskFiles };
+
+    void Start(Mode mode);
+    void Walk(const QString& folder);
+    // A file met by the walk (or given as the start path): examined by the mode.
+    void Visit(const QString& path, const QString& name);
+    bool IsArchive(const QString& path) const;
+    void LookInside(const QString& archivePath, int code);
+    void AddDiskFile(const QString& path, const QString& name);
+    void Add(CFileInfo& record);
+    // Asks the observer; a true answer ends everything.
+    bool StopNow();
+
     FindOptions m_options;
     IFindObserver& m_observer;
+    Mode m_mode = Mode::None;
+    QString m_archiveMaskUpper;
+    QString m_fileMaskUpper;
+    QString m_prefix;                                // the inner folder, normalised
+    QSet<QPair<quint64, quint64>> m_visitedFolders;  // device and inode
     int m_hits = 0;
     bool m_interrupted = false;
 };
