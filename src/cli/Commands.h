@@ -10,6 +10,7 @@ int List(Args args);
 int Info(Args args);
 int Extract(Args args);
 int Test(Args args);
+int Find(Args args);
 int Create(Args args);
 int Add(Args args);
 int Rename(Args args);

@@ -1,4 +1,4 @@
-// Commands that read: classify, list, info, extract, test.
+// Commands that read: classify, list, info, extract, test, find.
 
 #include <QDir>
 #include <QDirIterator>
@@ -10,6 +10,7 @@
 #include "Commands.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "search/Finder.h"
 
 namespace cli {
 namespace {
@@ -104,6 +105,41 @@ void AppendTime(QByteArray& out, vz::FileTime t) {
     }
     out += cached;
 }
+
+// Prints every hit as it comes (size, modified time, path); Ctrl+C stops the search.
+class FindPrinter : public vz::search::IFindObserver {
+public:
+    explicit FindPrinter(bool verbose) : m_verbose(verbose) {}
+    ~FindPrinter() override { Flush(); }
+    void Processing(const QString&) override {}
+    void Found(const vz::search::CFileInfo& record) override {
+        char size[24];
+        snprintf(size, sizeof size, "%14llu ", static_cast<unsigned long long>(record.size));
+        m_out += size;
+        AppendTime(m_out, record.modified);
+        m_out += ' ';
+        m_out += record.path.toUtf8();
+        m_out += '\n';
+        if (m_out.size() > (1 << 16))
+            Flush();
+    }
+    bool StopRequested() override { return m_interrupt.StopRequested(); }
+    void Skipped(const QString& path, const QString& reason) override {
+        if (!m_verbose)
+            return;
+        Flush();
+        PrintError(QStringLiteral("%1: skipped: %2").arg(path, reason));
+    }
+    void Flush() {
+        fwrite(m_out.constData(), 1, static_cast<size_t>(m_out.size()), stdout);
+        m_out.clear();
+    }
+
+private:
+    bool m_verbose;
+    QByteArray m_out;
+    Observer m_interrupt{OverwriteMode::Never};
+};
 
 }  // namespace
 
@@ -299,6 +335,52 @@ int Test(Args args) {
     }
     Print(QStringLiteral("%1: OK").arg(path));
     return kOk;
+}
+
+int Find(Args args) {
+    const QString usage = QStringLiteral(
+        "find [--archives MASK] [--files MASK] [--disk] [--no-subfolders] "
+        "[--verbose] PATH");
+    bool ok = true, fileOk = true;
+    vz::search::FindOptions options;
+    options.archiveMask = args.Value(QStringLiteral("--archives"), QString(), &ok).trimmed();
+    options.fileMask = args.Value(QStringLiteral("--files"), QString(), &fileOk).trimmed();
+    const bool disk = args.Flag(QStringLiteral("--disk"));
+    options.includeSubfolders = !args.Flag(QStringLiteral("--no-subfolders"));
+    const bool verbose = args.Flag(QStringLiteral("--verbose"));
+    if (!ok || !fileOk || !TakeNothingMore(args, 1, usage))
+        return kUsage;
+    const bool archives = !options.archiveMask.isEmpty();
+    const bool files = !options.fileMask.isEmpty();
+    if ((!archives && !files) || (disk && (archives || !files))) {
+        PrintError(QStringLiteral("find needs a mask: --archives, --files or both, or --disk "
+                                  "with --files (usage: velazip-cli %1)")
+                       .arg(usage));
+        return kUsage;
+    }
+    options.modeText = !files      ? QStringLiteral("Search of archives")
+                       : !archives ? QStringLiteral("Search of files in archives")
+                                   : QStringLiteral("Search of archives and files in them");
+    options.recognisedExtensions = Settings().EnabledExtensions;
+    const QString path = Absolute(args.Rest().at(0));
+    if (!QFileInfo::exists(path) && vz::SplitArchivePath(path).archivePath.isEmpty()) {
+        PrintError(QStringLiteral("%1: no such file or folder").arg(path));
+        return kFailed;
+    }
+    FindPrinter printer(verbose);
+    InstallInterruptHandler();
+    vz::search::CFinder finder(options, printer);
+    if (disk)
+        finder.FindFiles(path);
+    else
+        finder.FindArchives(path);
+    printer.Flush();
+    if (finder.Interrupted()) {
+        PrintError(
+            QStringLiteral("the search was stopped; %1 found until then").arg(finder.HitCount()));
+        return kFailed;
+    }
+    return finder.HitCount() > 0 ? kOk : kFailed;
 }
 
 }  // namespace cli

@@ -42,6 +42,22 @@ sets, 7z and split 7z sets by ".001", gz, bz2, tar, tgz, tbz2, iso):
       --progress           show the progress on the terminal
   test [--password PW] ARCHIVE
                            read every entry and check its data
+  find [options] PATH      search a folder with its sub-folders, one archive, or a folder
+                           inside one (a.zip/docs), and print one hit per line: size,
+                           modified time and path (an entry as ARCHIVE/INNER PATH). A mask
+                           is compared with the whole name without regard to case; "?"
+                           stands for one character, "*" for any run of them
+      --archives MASK      archives whose names match; alone, the archives are printed
+      --files MASK         files inside archives whose names match; with --archives,
+                           only inside the archives that match it, and only those files
+                           are printed
+      --disk               with --files: files on disk whose names match instead (never
+                           inside archives)
+      --no-subfolders      only the folder itself, not its sub-folders
+      --verbose            name every folder and archive that could not be read, and why
+                           (they are skipped)
+                           The exit code is 0 with hits, 1 with none or when Ctrl+C
+                           stopped the search (the hits until then are printed)
 
 Defaults come from the settings file that the program shares with Vela-ZIP Archiver
 ($XDG_CONFIG_HOME/Vela Systems/Vela-ZIP Archiver/velazip.ini, made when missing): the
@@ -88,7 +104,7 @@ const Command kCommands[] = {
     {"classify", cli::Classify}, {"list", cli::List},     {"info", cli::Info},
     {"extract", cli::Extract},   {"test", cli::Test},     {"create", cli::Create},
     {"add", cli::Add},           {"rename", cli::Rename}, {"delete", cli::Delete},
-    {"mkdir", cli::MakeFolder},
+    {"mkdir", cli::MakeFolder},  {"find", cli::Find},
 };
 
 }  // namespace
