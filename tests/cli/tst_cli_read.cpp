@@ -157,6 +157,54 @@ private Q_SLOTS:
             QVERIFY(!QFileInfo::exists(args.last()));
     }
 
+    // find: one line per hit ("size yyyy-mm-dd hh:mm:ss path"); a broken archive is
+    // skipped silently unless --verbose names it.
+    void find_data() {
+        QTest::addColumn<QStringList>("args");  // the folder searched is appended
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QStringList>("lines");  // hits relative to the folder, sorted
+        QTest::newRow("entries") << QStringList{"--files", "*.MD"} << 0
+                                 << QStringList{"x.zip/docs/readme.md"};
+        QTest::newRow("archives") << QStringList{"--archives", "X.*"} << 0 << QStringList{"x.zip"};
+        QTest::newRow("a folder inside an archive")
+            << QStringList{"--archives", "*.zip", "--files", "*.txt", "/x.zip/docs"} << 0
+            << QStringList{"x.zip/docs/deep/x.txt"};
+        QTest::newRow("disk files, no sub-folders")
+            << QStringList{"--disk", "--no-subfolders", "--files", "*.md"} << 0
+            << QStringList{"notes.md"};
+        QTest::newRow("verbose names what was skipped")
+            << QStringList{"--verbose", "--files", "*.md"} << 0
+            << QStringList{"skipped bad.zip", "x.zip/docs/readme.md"};
+        QTest::newRow("no hit") << QStringList{"--files", "*.none"} << 1 << QStringList{};
+        QTest::newRow("--disk takes no archive mask")
+            << QStringList{"--disk", "--archives", "*"} << 2 << QStringList{};
+    }
+    void find() {
+        QFETCH(QStringList, args);
+        QFETCH(int, exitCode);
+        QFETCH(QStringList, lines);
+        const QString folder = m_dir.filePath("find");
+        QVERIFY(vzt::MakeTree(folder, {{"notes.md", "n"}, {"sub/more.md", "m"}, {"bad.zip", "x"}}));
+        QFile::copy(m_zip, folder + "/x.zip");
+        const QString inner = args.last().startsWith('/') ? args.takeLast() : QString();
+        const auto r = Cli(QStringList{"find"} + args + QStringList{folder + inner});
+        QCOMPARE(r.exitCode, exitCode);
+        const QRegularExpression hit("^ *\\d+ \\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d " +
+                                     QRegularExpression::escape(folder) + "/(.+)$");
+        QStringList shown;
+        for (const QString& line : QString::fromUtf8(r.output).split('\n', Qt::SkipEmptyParts)) {
+            const auto m = hit.match(line);
+            if (m.hasMatch())
+                shown << m.captured(1);
+            else if (line.startsWith("velazip-cli: " + folder + "/bad.zip: skipped: "))
+                shown << "skipped bad.zip";
+            else if (exitCode != 2)
+                QFAIL(qPrintable(line));
+        }
+        shown.sort();
+        QCOMPARE(shown, lines);
+    }
+
     // The settings give the defaults; options override them for one run.
     void extractFollowsSettingsAndOptions() {
         const QString out = m_dir.filePath("x1");
