@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Every benchmark in one run, each printed next to its peer tool with the ratio and target:
-# reading (listing, extracting), packing (adding, renaming), the copy engine, and the two
+# reading (listing, extracting), finding, packing (adding, renaming), the copy engine, and the two
 # browsers' expansion times. Builds build-release/ first; data sets are made once.
 # Usage: bash bench/run.sh
 source "$(dirname "$0")/common.sh"
@@ -8,6 +8,8 @@ build_release
 B="$BENCH_ROOT/build-release/bench"
 echo "#### reading"
 bash "$BENCH_ROOT/bench/read_bench.sh"
+echo "#### finding"
+bash "$BENCH_ROOT/bench/find_bench.sh"
 echo "#### packing"
 bash "$BENCH_ROOT/bench/pack_bench.sh"
 echo "#### copying"
