@@ -23,7 +23,8 @@ struct Recorder : IFindObserver {
     QStringList skipped;
     int stopAt = -1;
     bool yes = true;
-    void Processing(const QString&) override {}
+    int processed = 0;
+    void Processing(const QString&) override { ++processed; }
     void Found(const CFileInfo& r) override { hits << r; }
     bool StopRequested() override { return stopAt >= 0 && hits.size() >= stopAt && yes; }
     void Skipped(const QString& path, const QString&) override { skipped << path; }
@@ -227,16 +228,19 @@ private slots:
         QTest::addColumn<int>("stopAt");
         QTest::addColumn<bool>("yes");
         QTest::addColumn<int>("hits");
-        QTest::newRow("Yes at once ends the listing") << "data.Zip" << 0 << true << 0;
-        QTest::newRow("Yes inside an archive") << "data.Zip" << 2 << true << 2;
-        QTest::newRow("Yes ends the whole walk") << "" << 1 << true << 1;
-        QTest::newRow("No goes on where it was") << "" << 1 << false << 8;
+        QTest::addColumn<int>("processed");  // -1: depends on the order of the folder
+        // The archive itself is shown, and no entry: its listing was stopped.
+        QTest::newRow("Yes at once ends the listing") << "data.Zip" << 0 << true << 0 << 1;
+        QTest::newRow("Yes inside an archive") << "data.Zip" << 2 << true << 2 << 4;
+        QTest::newRow("Yes ends the whole walk") << "" << 1 << true << 1 << -1;
+        QTest::newRow("No goes on where it was") << "" << 1 << false << 8 << -1;
     }
     void stop() {
         QFETCH(QString, start);
         QFETCH(int, stopAt);
         QFETCH(bool, yes);
         QFETCH(int, hits);
+        QFETCH(int, processed);
         FindOptions o;
         o.modeText = kFiles;
         o.fileMask = "*";
@@ -248,6 +252,8 @@ private slots:
         finder.FindArchives(start.isEmpty() ? m_root : m_root + '/' + start);
         QCOMPARE(finder.HitCount(), hits);
         QCOMPARE(finder.Interrupted(), r.yes);
+        if (processed >= 0)
+            QCOMPARE(r.processed, processed);
     }
 };
 
