@@ -33,15 +33,15 @@ class TestFinder : public QObject {
     QString m_root;
 
     // Mode A, F, B (archives, files in archives, both) or D (files on disk).
-    std::unique_ptr<CFinder> Run(const QString& mode, const QStringList& args, bool subfolders,
-                                 Recorder& r) {
+    // `args`: archive mask, file mask, start, inner folder, "flat" for no sub-folders.
+    std::unique_ptr<CFinder> Run(const QString& mode, const QStringList& args, Recorder& r) {
         const char* texts[] = {"Search of archives", "Search of files in archives",
                                "Search of archives and files in them"};
         FindOptions o;
         o.modeText = mode == "D" ? QString() : texts[QString("AFB").indexOf(mode)];
         o.archiveMask = args.value(0);
         o.fileMask = args.value(1);
-        o.includeSubfolders = subfolders;
+        o.includeSubfolders = args.value(4) != "flat";
         o.innerFolder = !args.value(3).isEmpty();
         o.innerPrefix = args.value(3);
         o.recognisedExtensions = vzt::AllExtensions();  // ACE counts as an archive
@@ -93,8 +93,7 @@ private slots:
 
     void search_data() {
         QTest::addColumn<QString>("mode");
-        QTest::addColumn<QStringList>("args");  // archive mask, file mask, start, prefix
-        QTest::addColumn<bool>("subfolders");
+        QTest::addColumn<QStringList>("args");
         QTest::addColumn<QStringList>("expected");  // hits, then "!" and the skipped items
         const QStringList zip{"data.Zip/a.txt", "data.Zip/docs/b.txt", "data.Zip/docs/deep/c.TXT",
                               "data.Zip/docsX/d.txt"};
@@ -102,33 +101,31 @@ private slots:
         tgz.replaceInStrings("data.Zip/", "sub/t.tar.gz/t.tar/");
         const QStringList skips{"!bad.zip", "!x.ace"};
         QTest::newRow("archives: data.Zip and x.ace, not zip")
-            << "A" << QStringList{"*"} << true
+            << "A" << QStringList{"*"}
             << QStringList{"bad.zip", "data.Zip", "sub/t.tar.gz", "x.ace"};
         QTest::newRow("entries of every archive; ace and broken skipped; the loop once")
-            << "F" << QStringList{"", "*.txt"} << true << zip + tgz + skips;
+            << "F" << QStringList{"", "*.txt"} << zip + tgz + skips;
         QTest::newRow("archives and files: only the entries")
-            << "B" << QStringList{"*.ZIP", "*"} << true << zip + QStringList{"!bad.zip"};
-        QTest::newRow("a selected archive alone")
-            << "F" << QStringList{"", "*", "data.Zip"} << true << zip;
+            << "B" << QStringList{"*.ZIP", "*"} << zip + QStringList{"!bad.zip"};
+        QTest::newRow("a selected archive alone") << "F" << QStringList{"", "*", "data.Zip"} << zip;
         QTest::newRow("inner folder of a zip, whole components")
-            << "F" << QStringList{"", "*", "data.Zip", "docs"} << true << zip.mid(1, 2);
+            << "F" << QStringList{"", "*", "data.Zip", "docs"} << zip.mid(1, 2);
         QTest::newRow("inner folder of a tar.gz as the browser shows it")
-            << "F" << QStringList{"", "*", "sub/t.tar.gz", "t.tar/docs/"} << true << tgz.mid(1, 2);
+            << "F" << QStringList{"", "*", "sub/t.tar.gz", "t.tar/docs/"} << tgz.mid(1, 2);
         QTest::newRow("an item path inside an archive")
-            << "F" << QStringList{"", "*", "data.Zip/docs/deep"} << true << zip.mid(2, 1);
+            << "F" << QStringList{"", "*", "data.Zip/docs/deep"} << zip.mid(2, 1);
         QTest::newRow("disk files; the loop once")
-            << "D" << QStringList{"", "*.txt"} << true << QStringList{"readme.txt", "sub/n.txt"};
+            << "D" << QStringList{"", "*.txt"} << QStringList{"readme.txt", "sub/n.txt"};
         QTest::newRow("disk files without sub-folders")
-            << "D" << QStringList{"", "*.*"} << false
+            << "D" << QStringList{"", "*.*", "", "", "flat"}
             << QStringList{"bad.zip", "data.Zip", "readme.txt", "x.ace"};
     }
     void search() {
         QFETCH(QString, mode);
         QFETCH(QStringList, args);
-        QFETCH(bool, subfolders);
         QFETCH(QStringList, expected);
         Recorder r;
-        const auto finder = Run(mode, args, subfolders, r);
+        const auto finder = Run(mode, args, r);
         QStringList found;
         for (int i = 0; i < r.hits.size(); ++i) {
             const CFileInfo& h = r.hits.at(i);
@@ -161,7 +158,7 @@ private slots:
         QFETCH(QList<int>, n);
         Recorder r;
         r.stopAt = n[0];
-        const auto finder = Run("F", {"", "*", start}, true, r);
+        const auto finder = Run("F", {"", "*", start}, r);
         QCOMPARE(finder->HitCount(), n[1]);
         QVERIFY(finder->Interrupted());
         if (n[2] >= 0)
