@@ -802,6 +802,8 @@ void CMainFrame::FocusNextPane(int step) {
 }
 
 bool CMainFrame::BusyCheck() {
+    // A search's window is its own, so its Stop is asked for here.
+    vz::finder::RequestStopOfSearch();
     return CJob::RequestStopOfRunning();
 }
 

@@ -60,6 +60,12 @@ namespace vz::finder {
 
 namespace {
 
+// The window of the search under way (one at a time: the busy guard).
+QPointer<CFindProgress>& RunningWindow() {
+    static QPointer<CFindProgress> window;
+    return window;
+}
+
 // How often the window shows the latest item and the list takes the waiting rows.
 constexpr int kBatchMs = 60;
 
@@ -166,10 +172,20 @@ bool StartSearch(QWidget* parent, CVelaListFiles* list, const SearchRequest& req
             running->RequestStop();
         }
     });
+    RunningWindow() = window;
     if (window != nullptr) {
         window->show();
         timer->start();
     }
+    return true;
+}
+
+bool RequestStopOfSearch() {
+    CFindProgress* window = RunningWindow();
+    if (window == nullptr) {
+        return false;
+    }
+    emit window->StopRequested();
     return true;
 }
 

@@ -54,5 +54,8 @@ using SearchEnded = std::function<void(int hits)>;
 // another job runs.
 bool StartSearch(QWidget* parent, CVelaListFiles* list, const SearchRequest& request,
                  SearchEnded ended);
+// The same request as the running search's "&Stop" (the busy check of a close); false when
+// no search runs.
+bool RequestStopOfSearch();
 
 }  // namespace vz::finder

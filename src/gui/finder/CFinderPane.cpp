@@ -44,6 +44,8 @@ CFinderPane::CFinderPane(Kind kind, QWidget* parent)
     layout->setSpacing(0);
     layout->addWidget(m_toolbar);
     layout->addWidget(m_list);
+    // Moving the focus to the pane (F6 and the like) puts it on the list.
+    setFocusProxy(m_list);
 
     const bool archives = kind == kArchiveFinder;
     m_sortMenu = new QMenu(QStringLiteral("Sort"), this);

@@ -96,13 +96,12 @@ QVariant CFinderListModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::DecorationRole && index.column() == kName) {
         // Only the rows on screen are asked: an entry's icon comes from its extension
         // alone, a file's from the file itself.
-        if (!record.inArchive) {
-            return CItemIcons::IconForPath(record.path);
-        }
-        const QString extension = Extension(record.name);
-        auto found = m_iconsByExtension.constFind(extension);
-        if (found == m_iconsByExtension.constEnd()) {
-            found = m_iconsByExtension.insert(extension, CItemIcons::IconForName(record.name));
+        const QString key = record.inArchive ? Extension(record.name) : record.path;
+        QHash<QString, QIcon>& cache = record.inArchive ? m_iconsByExtension : m_iconsByPath;
+        auto found = cache.constFind(key);
+        if (found == cache.constEnd()) {
+            found = cache.insert(key, record.inArchive ? CItemIcons::IconForName(record.name)
+                                                       : CItemIcons::IconForPath(record.path));
         }
         return *found;
     }
@@ -151,6 +150,7 @@ void CFinderListModel::Clear() {
     beginResetModel();
     m_rows.clear();
     m_iconsByExtension.clear();
+    m_iconsByPath.clear();
     endResetModel();
 }
 
@@ -267,8 +267,10 @@ void CVelaListFiles::SortBy(int column, bool ascending) {
     header()->setSortIndicator(arrow ? column : -1,
                                ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
     m_model->SortRows(column, ascending);
-    for (const int row : SelectedRows()) {
-        scrollTo(m_model->index(row, 0));
+    // Scrolling each selected row into view in turn leaves the last one visible.
+    const QList<int> selected = SelectedRows();
+    if (!selected.isEmpty()) {
+        scrollTo(m_model->index(selected.last(), 0));
     }
 }
 

@@ -44,7 +44,9 @@ public:
 
 private:
     std::vector<vz::search::CFileInfo> m_rows;
+    // Icons asked for so far: of entries by extension, of files on disk by path.
     mutable QHash<QString, QIcon> m_iconsByExtension;
+    mutable QHash<QString, QIcon> m_iconsByPath;
 };
 
 class CVelaListFiles : public QTreeView {
