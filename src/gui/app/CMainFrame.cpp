@@ -37,9 +37,14 @@
 #include "common/CJob.h"
 #include "common/CommandIds.h"
 #include "common/Commands.h"
+#include "common/InnerPath.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 #include "filebrowser/CVelaFileTree.h"
+#include "finder/CFindSearch.h"
+#include "finder/CFinderPane.h"
+#include "finder/CVelaListFiles.h"
+#include "finder/FindDialogs.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
 #include "settings/CSettingsStore.h"
@@ -128,6 +133,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     ResetHistories();
     m_bookmarkRoots = vz::bookmarks::ComputeRoots(m_settings.AppDataFolder);
     CreateBookmarkCommands();
+    CreateFinderCommands();
 
     if (!m_settings.EnableShowTooltipForToolbars) {
         auto* blocker = new TooltipBlocker(this);
@@ -462,11 +468,9 @@ void CMainFrame::CreateClient(bool placed) {
     m_fileColumn->setObjectName(QStringLiteral("FileColumn"));
 
     m_archiveView = new CArchiveView(m_archiveColumn);
-    m_archiveFinderView = new QWidget(m_archiveColumn);
-    m_archiveFinderView->setObjectName(QStringLiteral("ArchiveFinderView"));
+    m_archiveFinderView = new CFinderPane(CFinderPane::kArchiveFinder, m_archiveColumn);
     m_fileView = new CFileView(m_fileColumn);
-    m_fileFinderView = new QWidget(m_fileColumn);
-    m_fileFinderView->setObjectName(QStringLiteral("FileFinderView"));
+    m_fileFinderView = new CFinderPane(CFinderPane::kFileFinder, m_fileColumn);
 
     m_mainSplitter->SetPane(0, m_archiveColumn, width / 2, 200);
     m_mainSplitter->SetPane(1, m_fileColumn, width / 2, 200);
@@ -692,6 +696,91 @@ void CMainFrame::UpdateFinderCommands() {
     }
 }
 
+void CMainFrame::CreateFinderCommands() {
+    using namespace vz::cmd;
+    if (QAction* find = ArchiveTree()->Command(kArchiveFind)) {
+        connect(find, &QAction::triggered, this, &CMainFrame::OnArchiveFind);
+    }
+    if (QAction* find = vz::FindCommand(m_fileView->Dock()->Tree(), kFileFind)) {
+        connect(find, &QAction::triggered, this, &CMainFrame::OnFileFind);
+    }
+    connect(m_archiveFinderView, &CFinderPane::OpenInBrowser, this,
+            [this](const QString& path) { ArchiveTree()->Navigate(path); });
+    connect(m_fileFinderView, &CFinderPane::OpenInBrowser, this,
+            [this](const QString& path) { m_fileView->Dock()->Tree()->Navigate(path); });
+}
+
+void CMainFrame::OnArchiveFind() {
+    CVelaArchiveTree* tree = ArchiveTree();
+    const QModelIndex item = tree->SelectedItem();
+    if (!item.isValid() || CJob::Busy()) {
+        return;
+    }
+    const quint8 kind = tree->TreeModel()->Kind(item);
+    const QString path = tree->PathOfItem(item);
+    vz::finder::SearchRequest request;
+    request.startPath = path;
+    request.options.recognisedExtensions = tree->ArchiveExtensions();
+    if (kind == CVelaArchiveTree::kDiskArchive) {
+        request.options.searchInsideArchive = true;
+    } else if (kind == CVelaArchiveTree::kArchiveFolder) {
+        // The search starts at the archive file and looks only below the folder.
+        const vz::ArchivePathParts parts = vz::SplitArchivePath(path);
+        if (parts.archivePath.isEmpty()) {
+            return;
+        }
+        request.startPath = parts.archivePath;
+        request.options.searchInsideArchive = true;
+        request.options.innerFolder = true;
+        request.options.innerPrefix = parts.innerPath;
+    }
+    CFindArchives dialog(request.options.searchInsideArchive, this);
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        return;
+    }
+    request.options.modeText = dialog.ModeText();
+    request.options.archiveMask = dialog.ArchiveMask();
+    request.options.fileMask = dialog.FileMask();
+    request.options.includeSubfolders = dialog.IncludeSubfolders();
+    CFinderPane* pane = m_archiveFinderView;
+    vz::finder::StartSearch(this, pane->List(), request,
+                            [this, pane](int hits) { EndSearch(pane, hits); });
+}
+
+void CMainFrame::OnFileFind() {
+    CVelaFileTree* tree = m_fileView->Dock()->Tree();
+    const QModelIndex item = tree->SelectedItem();
+    if (!item.isValid() || CJob::Busy()) {
+        return;
+    }
+    CFindFiles dialog(this);
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        return;
+    }
+    vz::finder::SearchRequest request;
+    request.archiveFinder = false;
+    request.startPath = tree->PathOfItem(item);
+    request.options.fileMask = dialog.FileMask();
+    request.options.includeSubfolders = dialog.IncludeSubfolders();
+    CFinderPane* pane = m_fileFinderView;
+    vz::finder::StartSearch(this, pane->List(), request,
+                            [this, pane](int hits) { EndSearch(pane, hits); });
+}
+
+void CMainFrame::EndSearch(CFinderPane* pane, int hits) {
+    const bool archives = pane == m_archiveFinderView;
+    if (hits > 0 && !(archives ? IsArchiveFinderShown() : IsFileFinderShown())) {
+        archives ? OnToggleArchiveFinder() : OnToggleFileFinder();
+    }
+    vz::ShowMessageBox(this, vz::texts::ProductName(),
+                       QStringLiteral("For the given search options %1 files are found.").arg(hits),
+                       QMessageBox::Information);
+    if (hits > 0) {
+        pane->List()->SetSortingEnabled(true);
+    }
+    pane->UpdateCommands();
+}
+
 void CMainFrame::FocusNextPane(int step) {
     QList<QWidget*> panes{ArchiveTree()};
     if (IsArchiveFinderShown()) {
@@ -713,6 +802,8 @@ void CMainFrame::FocusNextPane(int step) {
 }
 
 bool CMainFrame::BusyCheck() {
+    // A search's window is its own, so its Stop is asked for here.
+    vz::finder::RequestStopOfSearch();
     return CJob::RequestStopOfRunning();
 }
 

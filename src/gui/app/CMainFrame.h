@@ -16,6 +16,7 @@
 #include "settings/CSettingsRecord.h"
 
 class CArchiveView;
+class CFinderPane;
 class CFileView;
 class CVelaArchiveTree;
 class CVelaDragDropTree;
@@ -62,6 +63,12 @@ public:
     void OnToggleFileFinder();
     void HideArchiveFinder();
     void HideFileFinder();
+    CFinderPane* ArchiveFinder() const { return m_archiveFinderView; }
+    CFinderPane* FileFinder() const { return m_fileFinderView; }
+    // The browsers' "&Find": the options dialog, then the search from the selected item into
+    // the finder's list; refused while a job runs.
+    void OnArchiveFind();
+    void OnFileFind();
 
     // Run before closing and before the options: when a job runs, asks it to stop (its
     // interrupt question) and returns true (the command is then refused).
@@ -143,6 +150,11 @@ private:
     void UpdateFinderCommands();
     void UpdateLookMarks();
     void FocusNextPane(int step);
+    // Connects the finders' commands and result panes to the browsers.
+    void CreateFinderCommands();
+    // After a search: the pane shows when something was found, the count is told, and the
+    // list may be sorted.
+    void EndSearch(CFinderPane* pane, int hits);
 
     CSettingsRecord m_settings;
     QString m_commandLinePath;
@@ -153,9 +165,9 @@ private:
     CVelaSplitter* m_archiveColumn = nullptr;
     CVelaSplitter* m_fileColumn = nullptr;
     CArchiveView* m_archiveView = nullptr;
-    QWidget* m_archiveFinderView = nullptr;
+    CFinderPane* m_archiveFinderView = nullptr;
     CFileView* m_fileView = nullptr;
-    QWidget* m_fileFinderView = nullptr;
+    CFinderPane* m_fileFinderView = nullptr;
     QLabel* m_statusLabel = nullptr;
     QActionGroup* m_looks = nullptr;
     std::array<HistoryLink, 2> m_histories;

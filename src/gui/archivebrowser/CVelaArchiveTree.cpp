@@ -117,7 +117,8 @@ CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
     m_rename = vz::NewCommand(this, kArchiveRename, QStringLiteral("&Rename"));
     m_delete = vz::NewCommand(this, kArchiveDelete, QStringLiteral("&Delete"));
     m_createFolder = vz::NewCommand(this, kArchiveCreateFolder, QStringLiteral("&Create Folder"));
-    m_find = vz::NewCommand(this, kArchiveFind, QStringLiteral("&Find"));
+    m_find = vz::NewCommand(this, kArchiveFind, QStringLiteral("&Find"),
+                            QStringLiteral("Find files in selected item"));
     m_properties = vz::NewCommand(this, kArchiveProperties, QStringLiteral("&Properties..."));
     m_email = vz::NewCommand(this, kEmailArchive, QStringLiteral("&E-mail Archive"));
     m_rename->setShortcut(QKeySequence(Qt::Key_F2));
@@ -587,8 +588,24 @@ void CVelaArchiveTree::UpdateCommands() {
     m_delete->setEnabled(state.remove);
     m_createFolder->setEnabled(state.createFolder);
     m_properties->setEnabled(state.properties);
-    // Finding in archives and e-mailing an archive arrive with their own features.
-    m_find->setEnabled(false);
+    // Finding starts at a place, a folder on disk, an archive or a folder inside one.
+    const QModelIndex item = currentIndex();
+    bool findable = false;
+    switch (TreeModel()->Kind(item)) {
+        case kPlace:
+        case kRemovablePlace:
+        case kDiskFolder:
+        case kArchiveFolder:
+            findable = true;
+            break;
+        case kDiskArchive:
+            findable = vz::ClassifyPath(PathOfItem(item), m_extensions) != ArchiveFamily::None;
+            break;
+        default:
+            break;
+    }
+    m_find->setEnabled(item.isValid() && findable);
+    // E-mailing an archive arrives with its own feature.
     m_email->setEnabled(false);
 }
 

@@ -96,14 +96,13 @@ CVelaFileTree::CVelaFileTree(QWidget* parent) : CVelaDragDropTree(parent) {
     m_rename = vz::NewCommand(this, kFileRename, QStringLiteral("&Rename"));
     m_delete = vz::NewCommand(this, kFileDelete, QStringLiteral("&Delete"));
     m_createFolder = vz::NewCommand(this, kFileCreateFolder, QStringLiteral("&Create Folder"));
-    m_find = vz::NewCommand(this, kFileFind, QStringLiteral("&Find"));
+    m_find = vz::NewCommand(this, kFileFind, QStringLiteral("&Find"),
+                            QStringLiteral("Find files in selected item"));
     m_properties = vz::NewCommand(this, kFileProperties, QStringLiteral("&Properties..."));
     m_rename->setShortcut(QKeySequence(Qt::Key_F2));
     m_delete->setShortcut(QKeySequence(QKeySequence::Delete));
     m_createFolder->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
     m_properties->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Return));
-    // The File Finder arrives later; its command is in place and disabled until then.
-    m_find->setEnabled(false);
     for (QAction* action : {m_rename, m_delete, m_createFolder, m_find, m_properties}) {
         action->setShortcutContext(Qt::WidgetShortcut);
         addAction(action);
@@ -543,6 +542,8 @@ void CVelaFileTree::UpdateCommands() {
     m_delete->setEnabled(below);
     m_createFolder->setEnabled(item.isValid() && !IsFileItem(item));
     m_properties->setEnabled(item.isValid());
+    // The File Finder searches the selected folder (a file yields no hits).
+    m_find->setEnabled(item.isValid());
 }
 
 void CVelaFileTree::contextMenuEvent(QContextMenuEvent* event) {
