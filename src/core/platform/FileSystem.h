@@ -8,6 +8,7 @@
 // directory for folders.
 
 #include <QString>
+#include <QUrl>
 #include <QtGlobal>
 #include <functional>
 
@@ -15,9 +16,29 @@
 
 namespace vz::platform {
 
-// Paths to and from the bytes that the file system uses.
+// Paths to and from the bytes that the file system uses. A name on disk may hold any bytes
+// but "/" and NUL, valid UTF-8 or not. Valid UTF-8 sequences decode as usual; every other byte
+// (0x80-0xFF outside a valid sequence: a lone continuation byte, a truncated or overlong
+// sequence, an encoded surrogate, a Latin-1 byte) decodes as one escape character, the lone
+// low surrogate U+DC00 + byte, which no valid text holds. EncodePath turns escapes back into
+// their bytes, so EncodePath(DecodePath(b)) == b for any bytes b: such a file can be listed,
+// opened, renamed and deleted by its QString path. A lone surrogate that is not an escape
+// (never produced here) encodes as U+FFFD.
 QByteArray EncodePath(const QString& path);
+QString DecodePath(const QByteArray& bytes);
 QString DecodePath(const char* bytes);
+// Whether `path` holds an escaped byte, so that its bytes are not valid UTF-8.
+bool HoldsEscapedBytes(const QString& path);
+// The path as the user sees it: each escaped byte as "\x" and two upper-case hex digits
+// (the name caf<0xE9>.txt shows as "caf\xE9.txt"); everything else unchanged. Labels and
+// messages only; operations use the path itself.
+QString DisplayPath(const QString& path);
+
+// A file URL of a path ("file://" and the path's bytes, percent-encoded where needed), and
+// the path of a local file URL (empty for any other URL). Both keep every byte of a name,
+// where QUrl::fromLocalFile and toLocalFile would replace bytes that are not UTF-8.
+QUrl UrlOfPath(const QString& path);
+QString PathOfUrl(const QUrl& url);
 
 // The last component of a path ("/a/b.txt" gives "b.txt"), without trailing "/".
 QString FileNameOf(const QString& path);
