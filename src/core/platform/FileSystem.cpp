@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <QDir>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -187,6 +188,31 @@ QString PathOfUrl(const QUrl& url) {
     if (!url.isLocalFile())
         return QString();
     return DecodePath(QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1()));
+}
+
+QString AbsolutePath(const QString& path) {
+    if (path.startsWith(QLatin1Char('/')))
+        return QDir::cleanPath(path);
+    char* current = ::getcwd(nullptr, 0);
+    const QString folder = current ? DecodePath(current) : QStringLiteral("/");
+    std::free(current);
+    return QDir::cleanPath(folder + QLatin1Char('/') + path);
+}
+
+bool MakePath(const QString& folder) {
+    const QByteArray bytes = EncodePath(AbsolutePath(folder));
+    struct stat st {};
+    if (::stat(bytes.constData(), &st) == 0)
+        return S_ISDIR(st.st_mode);
+    // Each missing level from the top down; one that appears meanwhile is fine.
+    for (qsizetype slash = bytes.indexOf('/', 1);; slash = bytes.indexOf('/', slash + 1)) {
+        const QByteArray level = slash < 0 ? bytes : bytes.left(slash);
+        if (::mkdir(level.constData(), 0777) != 0 && errno != EEXIST)
+            return false;
+        if (slash < 0)
+            break;
+    }
+    return ::stat(bytes.constData(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
 QString FileNameOf(const QString& path) {

@@ -40,6 +40,13 @@ QString DisplayPath(const QString& path);
 QUrl UrlOfPath(const QString& path);
 QString PathOfUrl(const QUrl& url);
 
+// `path` made absolute against the current folder (its real bytes, whatever they are) and
+// cleaned of ".", ".." and doubled "/", as QDir::cleanPath does.
+QString AbsolutePath(const QString& path);
+// Creates `folder` and any missing folder above it (mode 0777 less the umask). True when it
+// is a folder now.
+bool MakePath(const QString& folder);
+
 // The last component of a path ("/a/b.txt" gives "b.txt"), without trailing "/".
 QString FileNameOf(const QString& path);
 // Everything before the last component ("/a/b.txt" gives "/a", "/b" gives "/").

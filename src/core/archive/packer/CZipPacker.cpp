@@ -80,7 +80,7 @@ QString ZipReason(zip_error_t* error) {
 }
 
 QString CleanDiskPath(const QString& path) {
-    return QDir::cleanPath(QDir::current().absoluteFilePath(path));
+    return vz::platform::AbsolutePath(path);
 }
 
 // The file that a path leads to through symbolic links (the path itself when it leads to

@@ -82,7 +82,7 @@ bool DiskScanner::Describe(const QByteArray& path, const QString& display, bool 
 }
 
 bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, QString* error) {
-    const QString absolute = QDir::cleanPath(QDir::current().absoluteFilePath(request.diskPath));
+    const QString absolute = platform::AbsolutePath(request.diskPath);
     const QByteArray native = platform::EncodePath(absolute);
     const QString shown = platform::DisplayPath(absolute);
     PackItem top;
@@ -102,10 +102,9 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
         }
         QString stored;
         if (m_settings.foldersWithoutPaths) {
-            QString base =
-                request.folderBase.isEmpty()
-                    ? absolute
-                    : QDir::cleanPath(QDir::current().absoluteFilePath(request.folderBase));
+            QString base = request.folderBase.isEmpty()
+                               ? absolute
+                               : platform::AbsolutePath(request.folderBase);
             const bool ancestor = base == absolute || base == QLatin1String("/") ||
                                   absolute.startsWith(base + QLatin1Char('/'));
             if (!ancestor)
