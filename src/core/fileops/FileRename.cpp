@@ -16,7 +16,7 @@ RenameVerdict CheckTypedName(const QString& typed, QString* name) {
         return RenameVerdict::EmptyName;
     if (vz::HasForbiddenNameChar(*name))
         return RenameVerdict::ForbiddenCharacter;
-    if (name->toUtf8().size() > kMaxNameBytes)
+    if (platform::EncodePath(*name).size() > kMaxNameBytes)
         return RenameVerdict::TooLong;
     return RenameVerdict::Rename;
 }
