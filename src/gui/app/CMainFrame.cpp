@@ -40,6 +40,7 @@
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 #include "filebrowser/CVelaFileTree.h"
+#include "platform/FileSystem.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
 #include "settings/CSettingsStore.h"
@@ -635,7 +636,7 @@ QString CMainFrame::StatusText() const {
 }
 
 void CMainFrame::SetStatusText(const QString& text) {
-    m_statusLabel->setText(text);
+    m_statusLabel->setText(vz::platform::DisplayPath(text));
 }
 
 void CMainFrame::OnApplicationLook(int id) {
