@@ -215,6 +215,17 @@ bool MakePath(const QString& folder) {
     return ::stat(bytes.constData(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
+bool OpenForReading(QFile& file, const QString& path) {
+    const int fd = ::open(EncodePath(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    if (file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return true;
+    ::close(fd);
+    errno = EIO;
+    return false;
+}
+
 QString FileNameOf(const QString& path) {
     QString p = path;
     while (p.size() > 1 && p.endsWith(QLatin1Char('/')))

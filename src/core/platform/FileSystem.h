@@ -7,6 +7,7 @@
 // hidden when the name starts with ".", system never (no such mark exists on disk here),
 // directory for folders.
 
+#include <QFile>
 #include <QString>
 #include <QUrl>
 #include <QtGlobal>
@@ -46,6 +47,11 @@ QString AbsolutePath(const QString& path);
 // Creates `folder` and any missing folder above it (mode 0777 less the umask). True when it
 // is a folder now.
 bool MakePath(const QString& folder);
+
+// Opens `file` for reading the file at `path` by its real bytes (QFile's own open would
+// convert the name and miss a name that is not UTF-8). False, with errno set, when it
+// cannot be opened.
+bool OpenForReading(QFile& file, const QString& path);
 
 // The last component of a path ("/a/b.txt" gives "b.txt"), without trailing "/".
 QString FileNameOf(const QString& path);
