@@ -23,7 +23,8 @@ RenameVerdict CheckTypedName(const QString& typed, QString* name) {
 
 RenameCheck CheckRename(const QString& oldPath, const QString& typedName) {
     RenameCheck check;
-    check.verdict = CheckTypedName(typedName, &check.newName);
+    // The label shows bytes that are not UTF-8 escaped; typed so, they are those bytes.
+    check.verdict = CheckTypedName(platform::PathFromDisplay(typedName), &check.newName);
     if (check.verdict != RenameVerdict::Rename)
         return check;
     check.newPath = vz::JoinPath(platform::FolderOf(oldPath), check.newName);

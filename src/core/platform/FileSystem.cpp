@@ -180,6 +180,26 @@ QString DisplayPath(const QString& path) {
     return out;
 }
 
+QString PathFromDisplay(const QString& shown) {
+    QString out;
+    out.reserve(shown.size());
+    for (qsizetype i = 0; i < shown.size(); ++i) {
+        bool ok = false;
+        const uint byte = shown.size() - i >= 4 && shown[i] == QLatin1Char('\\') &&
+                                  shown[i + 1] == QLatin1Char('x')
+                              ? shown.mid(i + 2, 2).toUInt(&ok, 16)
+                              : 0;
+        if (ok && byte >= 0x80 && shown[i + 2].isLetterOrNumber() &&
+            shown[i + 3].isLetterOrNumber()) {
+            out += QChar(static_cast<char16_t>(kEscapeBase + byte));
+            i += 3;
+        } else {
+            out += shown[i];
+        }
+    }
+    return out;
+}
+
 QUrl UrlOfPath(const QString& path) {
     return QUrl::fromEncoded("file://" + EncodePath(path).toPercentEncoding("/"), QUrl::StrictMode);
 }

@@ -34,6 +34,9 @@ bool HoldsEscapedBytes(const QString& path);
 // (the name caf<0xE9>.txt shows as "caf\xE9.txt"); everything else unchanged. Labels and
 // messages only; operations use the path itself.
 QString DisplayPath(const QString& path);
+// The reverse, for a name typed over a shown one: each "\\x" and two hex digits from 80 to FF
+// becomes that byte's escape again. (A typed name cannot hold "\\" otherwise.)
+QString PathFromDisplay(const QString& shown);
 
 // A file URL of a path ("file://" and the path's bytes, percent-encoded where needed), and
 // the path of a local file URL (empty for any other URL). Both keep every byte of a name,

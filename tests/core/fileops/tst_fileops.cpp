@@ -620,7 +620,11 @@ private slots:
                  CopyOutcome::Succeeded);
         QVERIFY(exists("target/" + file));
 
+        // The label as shown names the item itself; typed escapes are bytes.
+        const QString shown = vz::platform::DisplayPath(vz::platform::FileNameOf(path));
+        QCOMPARE(CheckRename(path, shown).verdict, RenameVerdict::LabelOnly);
         const QString renamed = path + vz::platform::DecodePath("\xFE");
+        QCOMPARE(CheckRename(path, shown + "\\xfe").newPath, renamed);
         QVERIFY(RenameOnDisk(path, renamed));
         QVERIFY(exists(name + "\xFE") && !exists(name));
         QVERIFY(DeleteItem(renamed));
