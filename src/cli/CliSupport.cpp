@@ -9,8 +9,7 @@
 #include <iostream>
 #include <string>
 
-#include <QFileInfo>
-
+#include "platform/FileSystem.h"
 #include "settings/CSettingsStore.h"
 
 namespace cli {
@@ -50,20 +49,20 @@ QString Args::Unknown() const {
 }
 
 QString Absolute(const QString& path) {
-    QString p = QFileInfo(path).absoluteFilePath();
+    QString p = vz::platform::AbsolutePath(path);
     while (p.size() > 1 && p.endsWith(QLatin1Char('/')))
         p.chop(1);
     return p;
 }
 
 void Print(const QString& line) {
-    const QByteArray b = line.toUtf8() + '\n';
+    const QByteArray b = vz::platform::DisplayPath(line).toUtf8() + '\n';
     fwrite(b.constData(), 1, static_cast<size_t>(b.size()), stdout);
 }
 
 void PrintError(const QString& line) {
     fflush(stdout);
-    const QByteArray b = "velazip-cli: " + line.toUtf8() + '\n';
+    const QByteArray b = "velazip-cli: " + vz::platform::DisplayPath(line).toUtf8() + '\n';
     fwrite(b.constData(), 1, static_cast<size_t>(b.size()), stderr);
 }
 

@@ -1,7 +1,6 @@
 // Commands that read: classify, list, info, extract, test, find.
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include "Commands.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "platform/FileSystem.h"
 #include "search/Finder.h"
 
 namespace cli {
@@ -41,7 +41,7 @@ bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = null
     out->family = vz::ClassifyPath(path, recognised);
     out->parts = vz::SplitArchivePath(path);
     if (out->family == 0) {
-        if (out->parts.archivePath.isEmpty() && !QFileInfo::exists(path))
+        if (out->parts.archivePath.isEmpty() && !vz::platform::ReadFacts(path).exists)
             PrintError(QStringLiteral("%1: no such file").arg(path));
         else
             PrintError(
@@ -69,16 +69,15 @@ bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = null
 // The one level the Archive Browser shows for a disk folder: sub-folders, then archives.
 int ListDiskFolder(const QString& folder) {
     CSortStringArray folders, archives;
-    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
     const QStringList& recognised = Settings().EnabledExtensions;
-    while (it.hasNext()) {
-        it.next();
-        const QFileInfo fi = it.fileInfo();
-        if (fi.isDir())
-            folders << fi.fileName();
-        else if (vz::PassesArchiveExtensionTest(fi.filePath(), recognised))
-            archives << fi.fileName();
-    }
+    using vz::platform::DirEntry;
+    vz::platform::ScanFolder(folder, [&](const DirEntry& e) {
+        if (e.kind == DirEntry::Kind::Folder || e.linkToFolder)
+            folders << e.name;
+        else if (vz::PassesArchiveExtensionTest(folder + QLatin1Char('/') + e.name, recognised))
+            archives << e.name;
+        return true;
+    });
     folders.Sort();
     archives.Sort();
     for (const QString& f : folders)
@@ -156,7 +155,7 @@ int List(Args args) {
     if (!TakeNothingMore(args, 1, QStringLiteral("list [--all] PATH")))
         return kUsage;
     const QString path = Absolute(args.Rest().at(0));
-    if (!all && QFileInfo(path).isDir())
+    if (!all && vz::platform::ReadFacts(path).isFolder)
         return ListDiskFolder(path);
     OpenedArchive a;
     bool listsNothing = false;
@@ -283,7 +282,7 @@ int Extract(Args args) {
             return kFailed;
         }
     }
-    if (!QDir().mkpath(dest)) {
+    if (!vz::platform::MakePath(dest)) {
         PrintError(QStringLiteral("%1: cannot create the destination folder").arg(dest));
         return kFailed;
     }

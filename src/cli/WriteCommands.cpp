@@ -1,5 +1,6 @@
 // Commands that write zip archives: create, add, rename, delete, mkdir.
 
+#include <sys/stat.h>
 #include <QDir>
 #include <QFileInfo>
 
@@ -9,6 +10,7 @@
 #include "common/InnerPath.h"
 #include "common/Texts.h"
 #include "fileops/FileRename.h"
+#include "platform/FileSystem.h"
 
 namespace cli {
 namespace {
@@ -142,7 +144,7 @@ QStringList AbsoluteSources(const QStringList& sources) {
 
 bool SourcesExist(const QStringList& sources) {
     for (const QString& s : sources) {
-        if (!QFileInfo::exists(s) && !QFileInfo(s).isSymLink()) {
+        if (!vz::platform::ReadFacts(s).exists) {
             PrintError(QStringLiteral("%1: no such file or folder").arg(s));
             return false;
         }
@@ -160,7 +162,8 @@ int Create(Args args) {
         return kUsage;
     const QString archive = Absolute(args.Rest().at(0));
     const QStringList sources = AbsoluteSources(args.Rest().mid(1));
-    if (QFileInfo::exists(archive)) {
+    const vz::platform::FileFacts there = vz::platform::ReadFacts(archive);
+    if (there.exists && !S_ISLNK(there.mode)) {  // a link that leads nowhere is written through
         PrintError(
             QStringLiteral("%1: exists already (add to it with velazip-cli add)").arg(archive));
         return kFailed;

@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "archive/CArchiveUnpacker.h"
+#include "platform/FileSystem.h"
 
 namespace {
 
@@ -112,7 +113,10 @@ const Command kCommands[] = {
 int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     vz::EnsureUtf8Locale();
-    QStringList args = QCoreApplication::arguments().mid(1);
+    // Arguments are bytes: a path that is not UTF-8 keeps them all.
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args << vz::platform::DecodePath(argv[i]);
     if (args.isEmpty() || args.first() == QLatin1String("--help") ||
         args.first() == QLatin1String("-h")) {
         fputs(kHelp, stdout);

@@ -10,9 +10,9 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
 #include <QHash>
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <future>
 
@@ -22,6 +22,7 @@
 #include "archive/LibarchiveSession.h"
 #include "archive/ZipDirectory.h"
 #include "archive/ZipEntryData.h"
+#include "platform/FileSystem.h"
 
 namespace vz {
 
@@ -44,7 +45,7 @@ constexpr qint64 kPollBytes = 1 << 20;  // progress and Stop between such amount
 // The name of the one stream of a gzip or bzip2 file: the file name without its compression
 // suffix; "backup.tgz" and "backup.tar.gz" both give "backup.tar".
 QString StreamName(const QString& archivePath) {
-    const QString name = QFileInfo(archivePath).fileName();
+    const QString name = platform::FileNameOf(archivePath);
     const QString upper = name.toUpper();
     for (const char* ext : {".TGZ", ".TBZ2", ".TBZ"}) {
         if (upper.endsWith(QLatin1String(ext)))
@@ -56,8 +57,8 @@ QString StreamName(const QString& archivePath) {
 
 // The uncompressed size that a gzip member records in its last four bytes (modulo 4 GiB).
 bool GzipTrailerSize(const QString& path, quint64* size) {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly) || f.size() < 18 || !f.seek(f.size() - 4))
+    QFile f;
+    if (!platform::OpenForReading(f, path) || f.size() < 18 || !f.seek(f.size() - 4))
         return false;
     const QByteArray t = f.read(4);
     if (t.size() != 4)
@@ -72,9 +73,9 @@ bool GzipTrailerSize(const QString& path, quint64* size) {
 // (libarchive's gzip reader does not). Empty when they check out, else what is wrong;
 // `stop` ends it early with no verdict.
 QString CheckGzipMembers(const QString& path, const std::function<bool()>& stop) {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return f.errorString();
+    QFile f;
+    if (!platform::OpenForReading(f, path))
+        return QString::fromLocal8Bit(std::strerror(errno));
     z_stream z{};
     if (inflateInit2(&z, 15 + 16) != Z_OK)
         return QStringLiteral("out of memory");
@@ -434,8 +435,7 @@ struct CArchiveUnpacker::Impl {
                 c.entry.info.size = size;
                 c.entry.info.packedSize = static_cast<quint64>(compressedTotal);
                 c.entry.info.packedSizeKnown = true;
-                c.entry.info.modified =
-                    FileTime::FromUnix(QFileInfo(q->m_path).lastModified().toSecsSinceEpoch());
+                c.entry.info.modified = platform::ReadFacts(q->m_path).modified;
                 entries.push_back(c.entry);
                 break;
             }
@@ -980,7 +980,7 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     d->traits = TraitsFor(m_family);
     if (!d->traits)
         return d->Fail(QStringLiteral("No unpacker reads the archive %1.").arg(path));
-    if (!QFileInfo(path).isFile())
+    if (!platform::ReadFacts(path).isFile)
         return d->Fail(QStringLiteral("Cannot open the archive %1: no such file.").arg(path));
     QString err;
     if (!(numberedVolumes ? CollectNumberedVolumes(path, &d->volumes, &err)
@@ -989,7 +989,7 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     d->rar5 = m_family == ArchiveFamily::Rar ? ScanRar5Encryption(d->volumes) : Rar5Encryption{};
     d->compressedTotal = 0;
     for (const QString& v : d->volumes)
-        d->compressedTotal += QFileInfo(v).size();
+        d->compressedTotal += platform::ReadFacts(v).size;
     d->open = true;
     // A zip archive is listed from its central directory at once; that also proves it is
     // one. Other families (and zips that libzip rejects) read their first header.

@@ -7,8 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QDir>
-#include <QFile>
 #include <algorithm>
 #include <deque>
 
@@ -20,7 +18,7 @@ namespace vz {
 namespace {
 
 QByteArray Encode(const QString& s) {
-    return QFile::encodeName(s);
+    return platform::EncodePath(s);
 }
 
 QString Reason(int err) {
@@ -69,10 +67,11 @@ bool DestinationWriter::Open(const QString& folder, QString* error) {
     while (m_rootPath.size() > 1 && m_rootPath.endsWith(QLatin1Char('/')))
         m_rootPath.chop(1);
     m_root = open(Encode(m_rootPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (m_root < 0 && errno == ENOENT && QDir().mkpath(m_rootPath))
+    if (m_root < 0 && errno == ENOENT && platform::MakePath(m_rootPath))
         m_root = open(Encode(m_rootPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (m_root < 0) {
-        *error = QStringLiteral("Cannot open the folder %1: %2.").arg(folder, Reason(errno));
+        *error = platform::DisplayPath(
+            QStringLiteral("Cannot open the folder %1: %2.").arg(folder, Reason(errno)));
         return false;
     }
     return true;
@@ -84,7 +83,7 @@ QString DestinationWriter::FullPath(const QStringList& components) const {
 }
 
 DestinationWriter::Result DestinationWriter::Fail(const QString& message) {
-    m_error = message;
+    m_error = platform::DisplayPath(message);  // names that are not UTF-8 shown escaped
     return Result::Failed;
 }
 
@@ -209,8 +208,9 @@ bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            m_error = QStringLiteral("Cannot write %1: %2.")
-                          .arg(QFile::decodeName(m_finalName), Reason(errno));
+            m_error =
+                platform::DisplayPath(QStringLiteral("Cannot write %1: %2.")
+                                          .arg(platform::DecodePath(m_finalName), Reason(errno)));
             return false;
         }
         data += n;
@@ -228,14 +228,14 @@ DestinationWriter::Result DestinationWriter::CommitFile(quint32 mode, FileTime m
     const off_t end = lseek(fd, 0, SEEK_CUR);
     if (end > 0 && ftruncate(fd, end) != 0) {
         AbortFile();
-        return Fail(QStringLiteral("Cannot write %1.").arg(QFile::decodeName(m_finalName)));
+        return Fail(QStringLiteral("Cannot write %1.").arg(platform::DecodePath(m_finalName)));
     }
     m_file.SetMode((mode & 07777) ? (mode & 0777) : 0644);
     if (mtime.known)
         m_file.SetModified({static_cast<time_t>(mtime.seconds), 0});
     if (!m_file.Commit())
         return Fail(QStringLiteral("Cannot write %1: %2.")
-                        .arg(QFile::decodeName(m_finalName), m_file.Reason()));
+                        .arg(platform::DecodePath(m_finalName), m_file.Reason()));
     return Result::Ok;
 }
 
@@ -295,7 +295,7 @@ bool DestinationWriter::LinkStaysInside(const QStringList& linkComponents,
         if (n <= 0 || static_cast<size_t>(n) >= sizeof buffer || buffer[0] == '/')
             return false;
         const QStringList inner =
-            QFile::decodeName(QByteArray(buffer, static_cast<int>(n))).split(QLatin1Char('/'));
+            platform::DecodePath(QByteArray(buffer, static_cast<int>(n))).split(QLatin1Char('/'));
         for (auto it = inner.crbegin(); it != inner.crend(); ++it)
             rest.push_front(*it);
         throughLink = true;

@@ -12,6 +12,7 @@
 #include <limits>
 
 #include "archive/ArchiveFamily.h"
+#include "platform/FileSystem.h"
 
 namespace vz {
 
@@ -434,7 +435,7 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
     }
     m_names.clear();
     for (const QString& v : volumes)
-        m_names.push_back(QFile::encodeName(v).toStdString());
+        m_names.push_back(platform::EncodePath(v).toStdString());
     std::vector<const char*> names;
     for (const std::string& n : m_names)
         names.push_back(n.c_str());

@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+#include "platform/FileSystem.h"
+
 namespace vz {
 
 ZipEntryData::~ZipEntryData() {
@@ -17,7 +19,7 @@ ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, qint64 dire
     End();
     if (!m_zip) {
         int code = 0;
-        m_zip = zip_open(QFile::encodeName(archivePath).constData(), ZIP_RDONLY, &code);
+        m_zip = zip_open(platform::EncodePath(archivePath).constData(), ZIP_RDONLY, &code);
         if (!m_zip) {
             m_error = QStringLiteral("libzip cannot open the archive");
             return Status::Failed;

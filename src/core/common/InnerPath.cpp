@@ -1,8 +1,7 @@
 #include "common/InnerPath.h"
 
-#include <QFileInfo>
-
 #include "common/Texts.h"
+#include "platform/FileSystem.h"
 
 namespace vz {
 
@@ -103,7 +102,7 @@ ArchivePathParts SplitArchivePath(const QString& path) {
         clean.chop(1);
     ArchivePathParts parts;
     for (QString p = clean; !p.isEmpty();) {
-        if (QFileInfo(p).isFile()) {
+        if (platform::ReadFacts(p).isFile) {
             parts.archivePath = p;
             break;
         }

@@ -106,7 +106,8 @@ QString ReplaceMessagePrefix(ReplaceClass cls) {
 
 QString ReplaceMessage(const OverwriteQuestion& question) {
     return ReplaceMessagePrefix(ClassifyReplace(question.existing.attributes)) +
-           QStringLiteral(" '") + vz::platform::FileNameOf(question.existing.path) +
+           QStringLiteral(" '") +
+           vz::platform::DisplayPath(vz::platform::FileNameOf(question.existing.path)) +
            QStringLiteral("'.");
 }
 
@@ -123,7 +124,7 @@ QString DescribeCopyFailure(const CopyResult& result) {
         case CopyOutcome::Failed:
             break;
     }
-    const QString& p = result.path;
+    const QString p = vz::platform::DisplayPath(result.path);
     switch (result.failure) {
         case CopyFailure::SourceMissing:
             return QStringLiteral("Cannot copy %1: it no longer exists.").arg(p);
@@ -327,8 +328,8 @@ CFileCopier::Step CFileCopier::CopyFile(const QString& source, const QString& de
         if (lstat(sourceBytes.constData(), &src) != 0)
             return Fail(CopyFailure::SourceMissing, source, errno);
         if (!S_ISREG(src.st_mode) && !S_ISLNK(src.st_mode)) {
-            m_observer.Report(
-                QStringLiteral("%1 is not a regular file and was not copied.").arg(source));
+            m_observer.Report(QStringLiteral("%1 is not a regular file and was not copied.")
+                                  .arg(vz::platform::DisplayPath(source)));
             ++m_result.filesSkipped;
             return Step::Skipped;
         }

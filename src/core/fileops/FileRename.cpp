@@ -16,14 +16,15 @@ RenameVerdict CheckTypedName(const QString& typed, QString* name) {
         return RenameVerdict::EmptyName;
     if (vz::HasForbiddenNameChar(*name))
         return RenameVerdict::ForbiddenCharacter;
-    if (name->toUtf8().size() > kMaxNameBytes)
+    if (platform::EncodePath(*name).size() > kMaxNameBytes)
         return RenameVerdict::TooLong;
     return RenameVerdict::Rename;
 }
 
 RenameCheck CheckRename(const QString& oldPath, const QString& typedName) {
     RenameCheck check;
-    check.verdict = CheckTypedName(typedName, &check.newName);
+    // The label shows bytes that are not UTF-8 escaped; typed so, they are those bytes.
+    check.verdict = CheckTypedName(platform::PathFromDisplay(typedName), &check.newName);
     if (check.verdict != RenameVerdict::Rename)
         return check;
     check.newPath = vz::JoinPath(platform::FolderOf(oldPath), check.newName);

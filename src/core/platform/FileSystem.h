@@ -7,7 +7,9 @@
 // hidden when the name starts with ".", system never (no such mark exists on disk here),
 // directory for folders.
 
+#include <QFile>
 #include <QString>
+#include <QUrl>
 #include <QtGlobal>
 #include <functional>
 
@@ -15,9 +17,44 @@
 
 namespace vz::platform {
 
-// Paths to and from the bytes that the file system uses.
+// Paths to and from the bytes that the file system uses. A name on disk may hold any bytes
+// but "/" and NUL, valid UTF-8 or not. Valid UTF-8 sequences decode as usual; every other byte
+// (0x80-0xFF outside a valid sequence: a lone continuation byte, a truncated or overlong
+// sequence, an encoded surrogate, a Latin-1 byte) decodes as one escape character, the lone
+// low surrogate U+DC00 + byte, which no valid text holds. EncodePath turns escapes back into
+// their bytes, so EncodePath(DecodePath(b)) == b for any bytes b: such a file can be listed,
+// opened, renamed and deleted by its QString path. A lone surrogate that is not an escape
+// (never produced here) encodes as U+FFFD.
 QByteArray EncodePath(const QString& path);
+QString DecodePath(const QByteArray& bytes);
 QString DecodePath(const char* bytes);
+// Whether `path` holds an escaped byte, so that its bytes are not valid UTF-8.
+bool HoldsEscapedBytes(const QString& path);
+// The path as the user sees it: each escaped byte as "\x" and two upper-case hex digits
+// (the name caf<0xE9>.txt shows as "caf\xE9.txt"); everything else unchanged. Labels and
+// messages only; operations use the path itself.
+QString DisplayPath(const QString& path);
+// The reverse, for a name typed over a shown one: each "\\x" and two hex digits from 80 to FF
+// becomes that byte's escape again. (A typed name cannot hold "\\" otherwise.)
+QString PathFromDisplay(const QString& shown);
+
+// A file URL of a path ("file://" and the path's bytes, percent-encoded where needed), and
+// the path of a local file URL (empty for any other URL). Both keep every byte of a name,
+// where QUrl::fromLocalFile and toLocalFile would replace bytes that are not UTF-8.
+QUrl UrlOfPath(const QString& path);
+QString PathOfUrl(const QUrl& url);
+
+// `path` made absolute against the current folder (its real bytes, whatever they are) and
+// cleaned of ".", ".." and doubled "/", as QDir::cleanPath does.
+QString AbsolutePath(const QString& path);
+// Creates `folder` and any missing folder above it (mode 0777 less the umask). True when it
+// is a folder now.
+bool MakePath(const QString& folder);
+
+// Opens `file` for reading the file at `path` by its real bytes (QFile's own open would
+// convert the name and miss a name that is not UTF-8). False, with errno set, when it
+// cannot be opened.
+bool OpenForReading(QFile& file, const QString& path);
 
 // The last component of a path ("/a/b.txt" gives "b.txt"), without trailing "/".
 QString FileNameOf(const QString& path);

@@ -45,6 +45,7 @@
 #include "finder/CFinderPane.h"
 #include "finder/CVelaListFiles.h"
 #include "finder/FindDialogs.h"
+#include "platform/FileSystem.h"
 #include "platform/TempFolder.h"
 #include "settings/CLayoutProfile.h"
 #include "settings/CSettingsStore.h"
@@ -639,7 +640,7 @@ QString CMainFrame::StatusText() const {
 }
 
 void CMainFrame::SetStatusText(const QString& text) {
-    m_statusLabel->setText(text);
+    m_statusLabel->setText(vz::platform::DisplayPath(text));
 }
 
 void CMainFrame::OnApplicationLook(int id) {

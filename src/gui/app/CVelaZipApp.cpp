@@ -7,6 +7,7 @@
 #include "archive/CArchiveUnpacker.h"
 #include "common/CItemIcons.h"
 #include "filebrowser/CCloudDriveItem.h"
+#include "platform/FileSystem.h"
 
 void CVelaZipApp::Initialise(QApplication& app) {
     app.setApplicationName(QString::fromLatin1(kProductName));
@@ -22,7 +23,12 @@ void CVelaZipApp::Initialise(QApplication& app) {
 int CVelaZipApp::Run(int argc, char** argv) {
     QApplication app(argc, argv);
     Initialise(app);
-    CMainFrame frame(app.arguments().mid(1));
+    // QApplication has taken its own options out of argv. The paths left are bytes; a name
+    // that is not UTF-8 keeps them all.
+    QStringList paths;
+    for (int i = 1; i < argc; ++i)
+        paths << vz::platform::DecodePath(argv[i]);
+    CMainFrame frame(paths);
     frame.show();
     return app.exec();
 }

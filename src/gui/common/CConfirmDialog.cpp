@@ -51,7 +51,7 @@ void CConfirmItemView::SetLines(const QStringList& lines) {
         m_lines << label;
     }
     for (int i = 0; i < m_lines.size(); ++i) {
-        m_lines[i]->setText(i < lines.size() ? lines[i] : QString());
+        m_lines[i]->setText(i < lines.size() ? vz::platform::DisplayPath(lines[i]) : QString());
         m_lines[i]->setVisible(i < lines.size());
     }
 }

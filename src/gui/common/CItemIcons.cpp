@@ -7,6 +7,8 @@
 #include <QMimeDatabase>
 #include <QStyle>
 
+#include "platform/FileSystem.h"
+
 namespace {
 
 QIcon StandardIcon(QStyle::StandardPixmap which) {
@@ -84,6 +86,12 @@ QIcon CItemIcons::IconForName(const QString& name) {
 }
 
 QIcon CItemIcons::IconForPath(const QString& path) {
+    if (vz::platform::HoldsEscapedBytes(path)) {
+        // QFileInfo would look for another name; the real bytes tell the kind, the name's
+        // extension the type.
+        return vz::platform::ReadFacts(path).isFolder ? FolderIcon()
+                                                      : IconForName(vz::platform::FileNameOf(path));
+    }
     const QFileInfo info(path);
     if (info.isDir() && !info.isRoot() && path != QDir::homePath()) {
         return FolderIcon();

@@ -1,6 +1,7 @@
 #include "common/CVelaTreeModel.h"
 
 #include "common/Texts.h"
+#include "platform/FileSystem.h"
 
 struct CVelaTreeModel::Node {
     struct Extra {
@@ -97,7 +98,9 @@ QVariant CVelaTreeModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
         case Qt::EditRole:
-            return node->label;
+            // A name that is not UTF-8 shows its bytes escaped (and is edited so); Label()
+            // and paths keep the real name.
+            return vz::platform::DisplayPath(node->label);
         case Qt::DecorationRole:
             if (!node->iconKnown) {
                 node->iconKnown = true;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/FileSystem.h"
+
 namespace vz {
 
 namespace {
@@ -16,9 +18,12 @@ MessageBoxHook SetMessageBoxHook(MessageBoxHook hook) {
 }
 
 QMessageBox::StandardButton ShowMessageBox(QWidget* parent, const QString& caption,
-                                           const QString& text, QMessageBox::Icon icon,
+                                           const QString& givenText, QMessageBox::Icon icon,
                                            QMessageBox::StandardButtons buttons,
-                                           const QString& details) {
+                                           const QString& givenDetails) {
+    // Names that are not UTF-8 are shown with their bytes escaped.
+    const QString text = platform::DisplayPath(givenText);
+    const QString details = platform::DisplayPath(givenDetails);
     if (Hook()) {
         return Hook()(MessageBoxRequest{parent, caption, text, icon, buttons, details});
     }

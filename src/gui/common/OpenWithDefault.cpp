@@ -9,6 +9,8 @@
 #include <QUrl>
 #include <utility>
 
+#include "platform/FileSystem.h"
+
 namespace vz {
 
 namespace {
@@ -41,7 +43,7 @@ void OpenWithDefaultApplication(const QString& path, QObject* context,
     // Qt's own opener starts it detached and never hears of a failure.
     const QString launcher = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
     if (launcher.isEmpty()) {
-        if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+        if (!QDesktopServices::openUrl(vz::platform::UrlOfPath(path)))
             failed(NoApplicationReason(path));
         return;
     }
@@ -72,7 +74,10 @@ void OpenWithDefaultApplication(const QString& path, QObject* context,
                          if (error == QProcess::FailedToStart)
                              fail(process->errorString());
                      });
-    process->start(launcher, {path});
+    // A name that is not UTF-8 goes as a file URL: as an argument it would lose its bytes.
+    process->start(launcher, {platform::HoldsEscapedBytes(path)
+                                  ? platform::UrlOfPath(path).toString(QUrl::FullyEncoded)
+                                  : path});
 }
 
 }  // namespace vz

@@ -14,6 +14,7 @@
 #include "common/MessageBox.h"
 #include "dragdrop/CVelaDataSource.h"
 #include "dragdrop/CVelaDragDropTree.h"
+#include "platform/FileSystem.h"
 
 namespace {
 
@@ -96,7 +97,7 @@ CVelaDropTarget::DropPlan CVelaClipboard::PlanPaste(CVelaDragDropTree* tree, QSt
     if (data != nullptr && data != Copied().data) {
         for (const QUrl& url : data->urls()) {
             if (url.isLocalFile()) {
-                paths << QDir::cleanPath(url.toLocalFile());
+                paths << QDir::cleanPath(vz::platform::PathOfUrl(url));
             }
         }
     }

@@ -5,6 +5,7 @@
 
 #include "common/CAppFlags.h"
 #include "dragdrop/CVelaDragDropTree.h"
+#include "platform/FileSystem.h"
 #include "settings/CSettingsRecord.h"
 
 namespace {
@@ -55,7 +56,7 @@ QVariant CVelaDataSource::retrieveData(const QString& mimeType, QMetaType type) 
     if (!m_result || m_path.isEmpty()) {
         return {};
     }
-    const QUrl url = QUrl::fromLocalFile(m_path);
+    const QUrl url = vz::platform::UrlOfPath(m_path);
     if (type.id() == QMetaType::QByteArray) {
         return url.toEncoded() + QByteArrayLiteral("\r\n");
     }

@@ -8,6 +8,7 @@
 
 #include "common/CAppFlags.h"
 #include "dragdrop/CVelaDragDropTree.h"
+#include "platform/FileSystem.h"
 #include "settings/CSettingsRecord.h"
 
 CVelaDropTarget::CVelaDropTarget(CVelaDragDropTree* tree) : m_tree(tree) {
@@ -155,7 +156,7 @@ CVelaDropTarget::DropPlan CVelaDropTarget::PlanDrop(const QMimeData* data, Qt::D
     if (data != nullptr) {
         for (const QUrl& url : data->urls()) {
             if (url.isLocalFile()) {
-                plan.paths << QDir::cleanPath(url.toLocalFile());
+                plan.paths << QDir::cleanPath(vz::platform::PathOfUrl(url));
             }
         }
     }

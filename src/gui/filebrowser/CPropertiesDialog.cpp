@@ -19,7 +19,7 @@ CPropertiesDialog::CPropertiesDialog(const QString& path, QWidget* parent)
     auto* head = new QHBoxLayout;
     auto* icon = new QLabel(this);
     icon->setPixmap(CItemIcons::IconForPath(path).pixmap(32, 32));
-    auto* name = new QLabel(vz::platform::FileNameOf(path), this);
+    auto* name = new QLabel(vz::platform::DisplayPath(vz::platform::FileNameOf(path)), this);
     name->setTextFormat(Qt::PlainText);
     head->addWidget(icon);
     head->addSpacing(8);
@@ -57,7 +57,7 @@ CPropertiesDialog::CPropertiesDialog(const QString& path, QWidget* parent)
 }
 
 void CPropertiesDialog::AddValue(const QString& caption, const QString& value) {
-    auto* label = new QLabel(value, this);
+    auto* label = new QLabel(vz::platform::DisplayPath(value), this);
     label->setTextFormat(Qt::PlainText);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     // Before the attributes row, which is always the last.

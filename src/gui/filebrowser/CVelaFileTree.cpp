@@ -457,7 +457,7 @@ bool CVelaFileTree::CanDrag(const QModelIndex& item) const {
 
 QMimeData* CVelaFileTree::DragData(const QModelIndex& item) {
     auto* offered = new QMimeData;
-    offered->setUrls({QUrl::fromLocalFile(PathOfItem(item))});
+    offered->setUrls({platform::UrlOfPath(PathOfItem(item))});
     return offered;
 }
 

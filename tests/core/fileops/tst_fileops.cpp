@@ -582,6 +582,55 @@ private slots:
         QVERIFY(QFileInfo::exists(root + "/tree"));
     }
 
+    // ---- names that are not UTF-8 ----
+
+    // Such a name is listed, its facts read, copied, renamed and deleted by its real bytes
+    // (checked here by the bytes themselves, not through the program's conversion).
+    void namesThatAreNotUtf8_data() {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<bool>("folder");  // a folder holding such a name itself
+        QTest::newRow("latin-1 file") << QByteArray("caf\xE9.txt") << false;
+        QTest::newRow("overlong bytes") << QByteArray("\xC0\xAF.bin") << false;
+        QTest::newRow("folder") << QByteArray("d\x80ir") << true;
+    }
+    void namesThatAreNotUtf8() {
+        QFETCH(QByteArray, name);
+        QFETCH(bool, folder);
+        const QString root = Fresh();
+        const QByteArray rootBytes = QFile::encodeName(root) + '/';
+        const auto exists = [&](const QByteArray& relative) {
+            struct stat st {};
+            return lstat((rootBytes + relative).constData(), &st) == 0;
+        };
+        const QByteArray file = folder ? name + "/in\xFF" : name;
+        QVERIFY(mkdir(rootBytes + "target", 0700) == 0);
+        QVERIFY(!folder || mkdir((rootBytes + name).constData(), 0700) == 0);
+        const int fd = open((rootBytes + file).constData(), O_WRONLY | O_CREAT, 0600);
+        QVERIFY(fd >= 0 && write(fd, "12345", 5) == 5 && close(fd) == 0);
+
+        const QString path = root + '/' + vz::platform::DecodePath(name);
+        const FolderListing listing = ReadFolder(root, true);
+        QVERIFY(QStringList(folder ? listing.folders : listing.files).contains(path));
+        const QString inner = root + '/' + vz::platform::DecodePath(file);
+        QCOMPARE(ReadFacts(inner).size, 5u);
+
+        CScriptedObserver observer;
+        CReplaceAllFlags flags;
+        QCOMPARE(CFileCopier(observer, flags).CopyInto(path, root + "/target").outcome,
+                 CopyOutcome::Succeeded);
+        QVERIFY(exists("target/" + file));
+
+        // The label as shown names the item itself; typed escapes are bytes.
+        const QString shown = vz::platform::DisplayPath(vz::platform::FileNameOf(path));
+        QCOMPARE(CheckRename(path, shown).verdict, RenameVerdict::LabelOnly);
+        const QString renamed = path + vz::platform::DecodePath("\xFE");
+        QCOMPARE(CheckRename(path, shown + "\\xfe").newPath, renamed);
+        QVERIFY(RenameOnDisk(path, renamed));
+        QVERIFY(exists(name + "\xFE") && !exists(name));
+        QVERIFY(DeleteItem(renamed));
+        QVERIFY(!exists(name + "\xFE"));
+    }
+
     // ---- new folder ----
 
     void newFolderNameTakenOnlyByPlainFolder_data() {

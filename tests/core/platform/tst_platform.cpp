@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
@@ -211,6 +212,58 @@ private slots:
         QFETCH(QString, name);
         QCOMPARE(FolderOf(path), folder);
         QCOMPARE(FileNameOf(path), name);
+    }
+
+    // Any bytes come back from a path as they were; only bytes outside valid UTF-8 escape.
+    void pathBytes_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("display");
+        QTest::newRow("ascii") << QByteArray("a b%.txt") << "a b%.txt";
+        QTest::newRow("latin-1 byte") << QByteArray("caf\xE9.txt") << "caf\\xE9.txt";
+        QTest::newRow("valid 2 bytes")
+            << QByteArray("caf\xC3\xA9") << QString::fromUtf8("caf\xC3\xA9");
+        // U+1F480: its second UTF-16 half, U+DC80, lies in the escape range.
+        QTest::newRow("valid 4 bytes, then an escape")
+            << QByteArray("\xF0\x9F\x92\x80\xE9") << QString::fromUtf8("\xF0\x9F\x92\x80\\xE9");
+        QTest::newRow("overlong /") << QByteArray("\xC0\xAF") << "\\xC0\\xAF";
+        QTest::newRow("overlong 3 bytes") << QByteArray("\xE0\x80\xAF") << "\\xE0\\x80\\xAF";
+        QTest::newRow("lone continuation") << QByteArray("\x80x") << "\\x80x";
+        QTest::newRow("cut sequence, then valid")
+            << QByteArray("\xE2\x82\xC3\xA9") << QString::fromUtf8("\\xE2\\x82\xC3\xA9");
+        QTest::newRow("encoded surrogate") << QByteArray("\xED\xA0\x80") << "\\xED\\xA0\\x80";
+        QTest::newRow("above U+10FFFF") << QByteArray("\xF4\x90\x80\x80") << "\\xF4\\x90\\x80\\x80";
+        QTest::newRow("0xFF at end") << QByteArray("a\xFF") << "a\\xFF";
+    }
+    void pathBytes() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, display);
+        const QString path = DecodePath(bytes);
+        QCOMPARE(EncodePath(path), bytes);
+        QCOMPARE(DisplayPath(path), display);
+        const QString absolute = QStringLiteral("/tmp/") + path;
+        QCOMPARE(PathOfUrl(UrlOfPath(absolute)), absolute);
+        // A URL made by QUrl itself from a valid path reads back as that path.
+        if (!HoldsEscapedBytes(path))
+            QCOMPARE(PathOfUrl(QUrl::fromLocalFile(absolute)), absolute);
+    }
+    void pathBytesOfRandomNames() {
+        QRandomGenerator random(21);
+        for (int round = 0; round < 20000; ++round) {
+            QByteArray bytes(int(random.bounded(10)), '\0');
+            for (char& c : bytes) {
+                const quint32 pick = random.bounded(8);
+                c = char(pick == 0  ? 'a'
+                         : pick < 3 ? 0x80 + random.bounded(0x40)
+                                    : random.bounded(0x80, 0x100));
+            }
+            const QString path = DecodePath(bytes);
+            QCOMPARE(EncodePath(path), bytes);
+            // Valid UTF-8 (as Qt judges it) reads as Qt reads it, anything else escapes.
+            const bool valid = QString::fromUtf8(bytes).toUtf8() == bytes;
+            QVERIFY2(HoldsEscapedBytes(path) != valid, bytes.toHex().constData());
+            if (valid)
+                QCOMPARE(path, QString::fromUtf8(bytes));
+        }
     }
 
     void atomicReplace_data() {

@@ -80,18 +80,35 @@ QString ZipReason(zip_error_t* error) {
 }
 
 QString CleanDiskPath(const QString& path) {
-    return QDir::cleanPath(QDir::current().absoluteFilePath(path));
+    return vz::platform::AbsolutePath(path);
 }
 
 // The file that a path leads to through symbolic links (the path itself when it leads to
 // nothing yet).
 QString ResolveLinks(const QString& path) {
-    const QString target = QFileInfo(path).canonicalFilePath();
-    return target.isEmpty() ? path : target;
+    char* resolved = ::realpath(vz::platform::EncodePath(path).constData(), nullptr);
+    if (!resolved)
+        return path;
+    const QString target = vz::platform::DecodePath(resolved);
+    std::free(resolved);
+    return target;
+}
+
+// The bytes of an entry name as stored, and libzip's flags for them: text is stored as UTF-8
+// with the UTF-8 flag; a name that carries bytes of a disk name that are not UTF-8 is stored
+// as those very bytes, without the flag (libzip sets it only for names given as UTF-8).
+struct StoredName {
+    QByteArray bytes;
+    zip_flags_t flags;
+};
+StoredName StoredNameOf(const QString& name) {
+    if (vz::platform::HoldsEscapedBytes(name))
+        return {vz::platform::EncodePath(name), ZIP_FL_ENC_GUESS};
+    return {name.toUtf8(), ZIP_FL_ENC_UTF_8};
 }
 
 bool FolderWritable(const QString& folder) {
-    return ::access(QFile::encodeName(folder).constData(), W_OK | X_OK) == 0;
+    return ::access(vz::platform::EncodePath(folder).constData(), W_OK | X_OK) == 0;
 }
 
 zip_uint16_t EncryptionFor(int index) {
@@ -335,8 +352,8 @@ struct CZipPacker::Impl : public vz::IPackSink {
     }
 
     bool AddFolderEntry(const QString& name, quint32 mode, qint64 mtime) {
-        const QByteArray utf8 = name.toUtf8() + '/';
-        const zip_int64_t index = zip_dir_add(za, utf8.constData(), ZIP_FL_ENC_UTF_8);
+        const StoredName stored = StoredNameOf(name + QLatin1Char('/'));
+        const zip_int64_t index = zip_dir_add(za, stored.bytes.constData(), stored.flags);
         return index >= 0 && SetEntryMetadata(static_cast<zip_uint64_t>(index), name, mode, mtime);
     }
 
@@ -455,7 +472,7 @@ bool CZipPacker::Impl::FillInfo(const QString& inner, ZIPFILEFULLINFO& info) {
         if (file) {
             QByteArray target(static_cast<int>(info.size), '\0');
             if (zip_fread(file, target.data(), info.size) == static_cast<zip_int64_t>(info.size))
-                info.linkTarget = QFile::decodeName(target);
+                info.linkTarget = vz::platform::DecodePath(target);
             zip_fclose(file);
         }
     }
@@ -514,17 +531,17 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
             if (*earlier != isFolder)
                 return Fail(
                     QStringLiteral("Cannot add %1: a file and a folder would both be named %2.")
-                        .arg(item.displayPath, item.entryName));
+                        .arg(item.displayPath, vz::platform::DisplayPath(item.entryName)));
             keep[i] = false;
             if (!isFolder && observer)
                 observer->Report(
                     QStringLiteral("%1 was not added: another added file has the name %2.")
-                        .arg(item.displayPath, item.entryName));
+                        .arg(item.displayPath, vz::platform::DisplayPath(item.entryName)));
             continue;
         }
         if (isFolder ? plannedFiles.contains(folded) : plannedFolders.contains(folded))
             return Fail(QStringLiteral("Cannot add %1: a file and a folder would both be named %2.")
-                            .arg(item.displayPath, item.entryName));
+                            .arg(item.displayPath, vz::platform::DisplayPath(item.entryName)));
         planned.insert(item.entryName, isFolder);
         if (isFolder)
             plannedFolders.insert(folded, item.entryName);
@@ -537,13 +554,14 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
             parentsChecked.insert(parent);
             if (index.FindFile(parent) >= 0 || plannedFiles.contains(ZipNameIndex::Fold(parent)))
                 return Fail(QStringLiteral("Cannot add %1: the archive %2 holds a file named %3.")
-                                .arg(item.displayPath, path, parent));
+                                .arg(item.displayPath, path, vz::platform::DisplayPath(parent)));
         }
         if (isFolder) {
             if (index.FindFile(item.entryName) >= 0)
-                return Fail(QStringLiteral(
-                                "Cannot add the folder %1: the archive %2 holds a file named %3.")
-                                .arg(item.displayPath, path, item.entryName));
+                return Fail(
+                    QStringLiteral(
+                        "Cannot add the folder %1: the archive %2 holds a file named %3.")
+                        .arg(item.displayPath, path, vz::platform::DisplayPath(item.entryName)));
             if (index.FindFolderEntry(item.entryName) >= 0)
                 keep[i] = false;  // it is there already
             continue;
@@ -551,7 +569,7 @@ bool CZipPacker::Impl::ResolveConflicts(std::vector<vz::PackItem>& items, std::v
         if (index.FolderExists(item.entryName))
             return Fail(
                 QStringLiteral("Cannot add the file %1: the archive %2 holds a folder named %3.")
-                    .arg(item.displayPath, path, item.entryName));
+                    .arg(item.displayPath, path, vz::platform::DisplayPath(item.entryName)));
         const qint64 existing = index.FindFile(item.entryName, Match::FoldersAnyCase);
         if (existing < 0)
             continue;
@@ -633,7 +651,7 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     settings.foldersWithoutPaths = ini.PackFoldersWithoutPaths;
     settings.innerFolder = folder;
     struct stat self {};
-    if (!createPending && ::stat(QFile::encodeName(ioPath).constData(), &self) == 0) {
+    if (!createPending && ::stat(vz::platform::EncodePath(ioPath).constData(), &self) == 0) {
         settings.archiveDevice = self.st_dev;
         settings.archiveInode = self.st_ino;
     }
@@ -707,8 +725,8 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
             ok = false;
             break;
         }
-        const QByteArray name = item.entryName.toUtf8();
-        const zip_int64_t added = zip_file_add(za, name.constData(), source, ZIP_FL_ENC_UTF_8);
+        const StoredName name = StoredNameOf(item.entryName);
+        const zip_int64_t added = zip_file_add(za, name.bytes.constData(), source, name.flags);
         if (added < 0) {
             zip_source_free(source);
             ok = false;
@@ -784,12 +802,11 @@ bool CZipPacker::CreateArchive(const QString& path) {
     if (!refusal.isEmpty())
         return d->Fail(QStringLiteral("Cannot create the archive %1: %2.").arg(clean, refusal));
     const QString target = ResolveLinks(clean);
-    const QFileInfo info(target);
-    if (info.isDir())
+    if (vz::platform::ReadFacts(target).isFolder)
         return d->Fail(
             QStringLiteral("Cannot create the archive %1: a folder has that name.").arg(clean));
-    const QString folder = info.absolutePath();
-    if (!QFileInfo(folder).isDir())
+    const QString folder = vz::platform::FolderOf(target);
+    if (!vz::platform::ReadFacts(folder).isFolder)
         return d->Fail(QStringLiteral("Cannot create the archive %1: the folder %2 does not exist.")
                            .arg(clean, folder));
     if (!FolderWritable(folder))
@@ -812,21 +829,21 @@ bool CZipPacker::OpenArchive(const QString& path) {
         CloseArchive();
     d->BeginOperation();
     const QString clean = CleanDiskPath(path);
-    const QFileInfo info(clean);
-    if (!info.exists())
+    const vz::platform::FileFacts facts = vz::platform::ReadFacts(clean);
+    if (!facts.exists)
         return d->Fail(QStringLiteral("The archive %1 does not exist.").arg(clean));
     const QString refusal = FamilyRefusal(clean);
     if (!refusal.isEmpty())
         return d->Fail(QStringLiteral("Cannot change the archive %1: %2.").arg(clean, refusal));
-    if (info.isDir())
+    if (facts.isFolder)
         return d->Fail(QStringLiteral("Cannot change the archive %1: it is a folder.").arg(clean));
     const QString target = ResolveLinks(clean);
-    const QString folder = QFileInfo(target).absolutePath();
+    const QString folder = vz::platform::FolderOf(target);
     if (!FolderWritable(folder))
         return d->Fail(
             QStringLiteral("Cannot change the archive %1: the folder %2 is not writable.")
                 .arg(clean, folder));
-    if (::access(QFile::encodeName(target).constData(), W_OK) != 0)
+    if (::access(vz::platform::EncodePath(target).constData(), W_OK) != 0)
         return d->Fail(QStringLiteral("Cannot change the archive %1: it is read-only.").arg(clean));
     d->path = clean;
     d->ioPath = target;
@@ -1160,10 +1177,10 @@ namespace vz {
 bool IsWritableArchive(const QString& path, QString* reason) {
     CacheLocalTimeZone();
     QString why = FamilyRefusal(path);
-    const QFileInfo info(path);
-    if (why.isEmpty() && info.isDir()) {
+    const platform::FileFacts facts = platform::ReadFacts(path);
+    if (why.isEmpty() && facts.isFolder) {
         why = QStringLiteral("it is a folder");
-    } else if (why.isEmpty() && info.exists()) {
+    } else if (why.isEmpty() && facts.exists) {
         zip_error_t e;
         zip_error_init(&e);
         zip_source_t* source = CreateArchiveFileSource(ResolveLinks(path), false, &e);

@@ -5,12 +5,12 @@
 #include <unistd.h>
 
 #include <QDir>
-#include <QFile>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "common/InnerPath.h"
+#include "platform/FileSystem.h"
 
 namespace vz {
 namespace {
@@ -82,29 +82,29 @@ bool DiskScanner::Describe(const QByteArray& path, const QString& display, bool 
 }
 
 bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, QString* error) {
-    const QString absolute = QDir::cleanPath(QDir::current().absoluteFilePath(request.diskPath));
-    const QByteArray native = QFile::encodeName(absolute);
+    const QString absolute = platform::AbsolutePath(request.diskPath);
+    const QByteArray native = platform::EncodePath(absolute);
+    const QString shown = platform::DisplayPath(absolute);
     PackItem top;
     bool skipped = false;
-    if (!Describe(native, absolute, true, top, error, &skipped))
+    if (!Describe(native, shown, true, top, error, &skipped))
         return false;
     if (skipped) {
         *error = S_ISREG(top.mode)
-                     ? QStringLiteral("Cannot add %1: it is the archive itself.").arg(absolute)
-                     : QStringLiteral("Cannot add %1: it is not a file or a folder.").arg(absolute);
+                     ? QStringLiteral("Cannot add %1: it is the archive itself.").arg(shown)
+                     : QStringLiteral("Cannot add %1: it is not a file or a folder.").arg(shown);
         return false;
     }
     if (top.kind == PackItem::Folder) {
         if (request.expect == PackRequest::FileOnly) {
-            *error = QStringLiteral("Cannot add the file %1: it is a folder.").arg(absolute);
+            *error = QStringLiteral("Cannot add the file %1: it is a folder.").arg(shown);
             return false;
         }
         QString stored;
         if (m_settings.foldersWithoutPaths) {
-            QString base =
-                request.folderBase.isEmpty()
-                    ? absolute
-                    : QDir::cleanPath(QDir::current().absoluteFilePath(request.folderBase));
+            QString base = request.folderBase.isEmpty()
+                               ? absolute
+                               : platform::AbsolutePath(request.folderBase);
             const bool ancestor = base == absolute || base == QLatin1String("/") ||
                                   absolute.startsWith(base + QLatin1Char('/'));
             if (!ancestor)
@@ -117,7 +117,7 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
         }
         if (HoldsBackslash(stored)) {
             *error =
-                QStringLiteral("Cannot add %1: %2.").arg(absolute, QLatin1String(kBackslashReason));
+                QStringLiteral("Cannot add %1: %2.").arg(shown, QLatin1String(kBackslashReason));
             return false;
         }
         const QString entry = JoinPath(m_settings.innerFolder, stored);
@@ -125,16 +125,15 @@ bool DiskScanner::Scan(const PackRequest& request, std::vector<PackItem>& out, Q
             top.entryName = entry;
             out.push_back(top);
         }
-        return Walk(native, absolute, entry, request.recurse, out, error);
+        return Walk(native, shown, entry, request.recurse, out, error);
     }
     if (request.expect == PackRequest::FolderOnly) {
-        *error = QStringLiteral("Cannot add the folder %1: it is not a folder.").arg(absolute);
+        *error = QStringLiteral("Cannot add the folder %1: it is not a folder.").arg(shown);
         return false;
     }
     const QString name = m_settings.filesWithoutPaths ? LastComponent(absolute) : absolute.mid(1);
     if (HoldsBackslash(name)) {
-        *error =
-            QStringLiteral("Cannot add %1: %2.").arg(absolute, QLatin1String(kBackslashReason));
+        *error = QStringLiteral("Cannot add %1: %2.").arg(shown, QLatin1String(kBackslashReason));
         return false;
     }
     top.entryName = JoinPath(m_settings.innerFolder, name);
@@ -177,17 +176,19 @@ bool DiskScanner::Walk(const QByteArray& folder, const QString& display, const Q
                 return false;
             }
         }
-        const QString decoded = QFile::decodeName(name);
+        const QString decoded = platform::DecodePath(name);
         if (HoldsBackslash(decoded)) {
             // Skipped, with everything below it, and reported, as a socket is.
             if (report)
                 report(QStringLiteral("%1 was not added: %2.")
-                           .arg(displayPrefix + decoded, QLatin1String(kBackslashReason)));
+                           .arg(displayPrefix + platform::DisplayPath(decoded),
+                                QLatin1String(kBackslashReason)));
             continue;
         }
         PackItem item;
         bool skipped = false;
-        if (!Describe(prefix + name, displayPrefix + decoded, false, item, error, &skipped))
+        if (!Describe(prefix + name, displayPrefix + platform::DisplayPath(decoded), false, item,
+                      error, &skipped))
             return false;
         if (skipped)
             continue;
