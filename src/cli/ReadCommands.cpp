@@ -117,7 +117,8 @@ public:
         m_out += size;
         AppendTime(m_out, record.modified);
         m_out += ' ';
-        m_out += record.path.toUtf8();
+        // The path's own bytes, as a script's next command needs them.
+        m_out += vz::platform::EncodePath(record.path);
         m_out += '\n';
         if (m_out.size() > (1 << 16))
             Flush();

@@ -14,6 +14,7 @@
 
 #include "common/CJob.h"
 #include "finder/CVelaListFiles.h"
+#include "platform/FileSystem.h"
 
 using vz::search::CFileInfo;
 
@@ -37,7 +38,7 @@ CFindProgress::CFindProgress(QWidget* parent)
 }
 
 void CFindProgress::SetItem(const QString& text) {
-    m_item->setText(text);
+    m_item->setText(vz::platform::DisplayPath(text));
     m_item->setCursorPosition(0);
 }
 

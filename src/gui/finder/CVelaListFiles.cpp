@@ -8,6 +8,7 @@
 
 #include "common/CItemIcons.h"
 #include "common/Texts.h"
+#include "platform/FileSystem.h"
 #include "settings/CLayoutProfile.h"
 
 using vz::search::CFileInfo;
@@ -79,9 +80,9 @@ QVariant CFinderListModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::DisplayRole) {
         switch (index.column()) {
             case kName:
-                return record.name;
+                return vz::platform::DisplayPath(record.name);
             case kFolder:
-                return FolderText(record);
+                return vz::platform::DisplayPath(FolderText(record));
             case kSize:
                 return SizeText(record.size);
             case kModified:
@@ -106,7 +107,7 @@ QVariant CFinderListModel::data(const QModelIndex& index, int role) const {
         return *found;
     }
     if (role == Qt::ToolTipRole && index.column() == kName) {
-        return record.path;
+        return vz::platform::DisplayPath(record.path);
     }
     return {};
 }

@@ -46,7 +46,7 @@ QList<quint32> Numbers(const CFinderListModel& model) {
 
 }  // namespace
 
-class TestFinder : public QObject {
+class TestFinderPanes : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_dir;
@@ -288,5 +288,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestFinder)
-#include "tst_finder.moc"
+QTEST_MAIN(TestFinderPanes)
+#include "tst_finderpanes.moc"
