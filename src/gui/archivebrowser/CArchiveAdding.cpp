@@ -1,7 +1,5 @@
 #include "archivebrowser/CArchiveAdding.h"
 
-#include <QFileInfo>
-
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/packer/CZipPacker.h"
@@ -29,7 +27,7 @@ void CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, i
         return;
     }
     const QString targetPath = m_tree->PathOfItem(target);
-    const bool sourceIsFolder = QFileInfo(sourcePath).isDir();
+    const bool sourceIsFolder = vz::platform::ReadFacts(sourcePath).isFolder;
     CAppFlags::Instance().creatingArchive = false;
 
     const int family = vz::ClassifyPath(targetPath, m_tree->ArchiveExtensions());
@@ -52,7 +50,7 @@ void CArchiveAdding::Add(const QString& sourcePath, const QModelIndex& target, i
         AddToArchive(sourcePath, sourceIsFolder, m_createdArchive, QString(), target, false, next);
         return;
     }
-    if (!QFileInfo(targetPath).isDir()) {
+    if (!vz::platform::ReadFacts(targetPath).isFolder) {
         next(false);
         return;
     }
@@ -102,7 +100,7 @@ void CArchiveAdding::AddToArchive(const QString& sourcePath, bool sourceIsFolder
                                   const QPersistentModelIndex& target, bool showOpenError,
                                   const Next& next) {
     pack::PackChoice choice;
-    if (!Choose(false, QFileInfo(archivePath).fileName(), &choice)) {
+    if (!Choose(false, vz::platform::FileNameOf(archivePath), &choice)) {
         next(false);
         return;
     }
