@@ -469,6 +469,8 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
                     break;
                 }
                 left -= static_cast<quint64>(n);
+                if (stop())
+                    break;
                 if (!take)
                     continue;
                 crc = crc32_z(crc, reinterpret_cast<const Bytef*>(buffer.data()),
