@@ -400,6 +400,7 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
         }
         bool retry = false;
         bool streamEnded = false;
+        bool toolFailureReported = false;  // an entry cut short by the tool's end told why
         for (size_t i = 0; i < entries.size() && !streamEnded && !retry; ++i) {
             const ListedEntry& e = entries[i];
             const ARCHIVEFILEFULLINFO& info = e.info;
@@ -510,11 +511,13 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
                     }
                 }
                 QString why = child.TimedOut() ? SilenceError("7zz")
+                              : info.encrypted ? QStringLiteral("the password is wrong")
                               : complete       ? QStringLiteral("its data is damaged (CRC error)")
                                                : child.Complaint();
                 if (why.isEmpty())
                     why = QStringLiteral("its data ends too soon");
                 report(QStringLiteral("Cannot unpack %1 from %2: %3.").arg(info.path, m_path, why));
+                toolFailureReported = toolFailureReported || !complete;
                 continue;
             }
             if (info.encrypted)
@@ -551,9 +554,12 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
         const int code = child.Finish(stop);
         if (job.cancelled)
             return false;
-        if (code != 0 && !failed)
+        if ((code != 0 || streamEnded) && !toolFailureReported) {
+            QString why = child.TimedOut() ? SilenceError("7zz") : child.Complaint();
             report(QStringLiteral("Cannot unpack %1: %2.")
-                       .arg(m_path, child.TimedOut() ? SilenceError("7zz") : child.Complaint()));
+                       .arg(m_path,
+                            why.isEmpty() ? QStringLiteral("7zz's output ended too soon") : why));
+        }
         if (job.observer)
             job.observer->Progress(100, QString());
         return !failed;
