@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
-#include <QDateTime>
+#include <QDate>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -173,50 +173,79 @@ quint32 UnixModeOf(const QString& text) {
     return mode;
 }
 
-// One "-slt" record of 7zz (key = value lines) as an entry.
-ListedEntry EntryOf7zRecord(const QHash<QString, QString>& r, quint64 order) {
+// The fields of one "-slt" record of 7zz ("Key = Value" lines) that the listing uses.
+struct SltRecord {
+    QByteArray path, attributes, folder, size, packed, crc, modified, encrypted, method;
+    bool empty = true;
+    void Set(const QByteArray& key, const QByteArray& value) {
+        static const std::pair<const char*, QByteArray SltRecord::*> kKeys[] = {
+            {"Path", &SltRecord::path},          {"Attributes", &SltRecord::attributes},
+            {"Folder", &SltRecord::folder},      {"Size", &SltRecord::size},
+            {"Packed Size", &SltRecord::packed}, {"CRC", &SltRecord::crc},
+            {"Modified", &SltRecord::modified},  {"Encrypted", &SltRecord::encrypted},
+            {"Method", &SltRecord::method},
+        };
+        for (const auto& [name, field] : kKeys)
+            if (key == name) {
+                this->*field = value;
+                empty = false;
+                return;
+            }
+    }
+};
+
+// "2024-03-22 17:59:09.1234567" (UTC) as seconds since 1970.
+bool ParseSltTime(const QByteArray& t, qint64* seconds) {
+    if (t.size() < 19)
+        return false;
+    auto num = [&](int at, int len) { return t.mid(at, len).toInt(); };
+    const QDate date(num(0, 4), num(5, 2), num(8, 2));
+    if (!date.isValid())
+        return false;
+    *seconds =
+        (date.toJulianDay() - 2440588) * 86400 + num(11, 2) * 3600 + num(14, 2) * 60 + num(17, 2);
+    return true;
+}
+
+ListedEntry EntryOf7zRecord(const SltRecord& r, quint64 order) {
     ListedEntry e;
     ARCHIVEFILEFULLINFO& info = e.info;
-    const QString raw = r.value(QStringLiteral("Path"));
+    const QString raw = QString::fromUtf8(r.path);
     const NormalisedName n = NormaliseEntryName(raw);
     info.path = n.path;
     e.skip = n.Unsafe() || n.path.isEmpty();
     if (n.Unsafe())
         e.refusedName = raw;
-    const QString attributes = r.value(QStringLiteral("Attributes"));
-    const QString dos = attributes.section(QLatin1Char(' '), 0, 0);
-    info.unixMode = UnixModeOf(attributes.section(QLatin1Char(' '), 1, 1));
-    info.isFolder = dos.contains(QLatin1Char('D')) || r.value(QStringLiteral("Folder")) == "+" ||
-                    n.trailingSlash || (info.unixMode & S_IFMT) == S_IFDIR;
+    const int space = r.attributes.indexOf(' ');
+    const QByteArray dos = space < 0 ? r.attributes : r.attributes.left(space);
+    info.unixMode = space < 0 ? 0 : UnixModeOf(QString::fromLatin1(r.attributes.mid(space + 1)));
+    info.isFolder = dos.contains('D') || r.folder == "+" || n.trailingSlash ||
+                    (info.unixMode & S_IFMT) == S_IFDIR;
     info.isSymlink = !info.isFolder && (info.unixMode & S_IFMT) == S_IFLNK;
     const struct {
         char letter;
         quint32 bit;
     } kBits[] = {{'R', kDosReadOnly}, {'H', kDosHidden}, {'S', kDosSystem}, {'A', kDosArchive}};
     for (const auto& b : kBits)
-        if (dos.contains(QLatin1Char(b.letter)))
+        if (dos.contains(b.letter))
             info.attributes |= b.bit;
     if (info.isFolder)
         info.attributes |= kDosDirectory;
     bool ok = false;
-    info.size = r.value(QStringLiteral("Size")).toULongLong(&ok);
+    info.size = r.size.toULongLong(&ok);
     info.sizeKnown = ok || info.isFolder;
-    info.packedSize = r.value(QStringLiteral("Packed Size")).toULongLong(&ok);
+    info.packedSize = r.packed.toULongLong(&ok);
     info.packedSizeKnown = ok;
-    info.crc = r.value(QStringLiteral("CRC")).toUInt(&ok, 16);
+    info.crc = r.crc.toUInt(&ok, 16);
     info.crcKnown = ok;
-    const QDateTime t = QDateTime::fromString(r.value(QStringLiteral("Modified")).left(19),
-                                              QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-    if (t.isValid())
-        info.modified =
-            FileTime::FromUnix(QDateTime(t.date(), t.time(), Qt::UTC).toSecsSinceEpoch());
-    const QString method = r.value(QStringLiteral("Method"));
-    info.encrypted = r.value(QStringLiteral("Encrypted")) == QLatin1String("+");
-    if (info.encrypted)
-        info.encryption =
-            method.contains(QLatin1String("7zAES")) ? QStringLiteral("AES-256") : QString();
+    qint64 seconds = 0;
+    if (ParseSltTime(r.modified, &seconds))
+        info.modified = FileTime::FromUnix(seconds);
+    info.encrypted = r.encrypted == "+";
+    if (info.encrypted && r.method.contains("7zAES"))
+        info.encryption = QStringLiteral("AES-256");
     if (!info.isFolder)
-        info.method = method;
+        info.method = QString::fromUtf8(r.method);
     e.passOrder = order;
     return e;
 }
@@ -274,20 +303,27 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
             m_error = QStringLiteral("7zz failed (exit code %1)").arg(code);
         return Outcome::Failed;
     }
-    QHash<QString, QString> record;
+    SltRecord record;
     auto flush = [&] {
-        if (!record.isEmpty())
+        if (!record.empty)
             m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
-        record.clear();
+        record = SltRecord();
     };
-    for (const QByteArray& line : out.split('\n')) {
+    for (qsizetype at = 0; at < out.size();) {
+        qsizetype end = out.indexOf('\n', at);
+        if (end < 0)
+            end = out.size();
+        QByteArray line = out.mid(at, end - at);
+        at = end + 1;
+        if (line.endsWith('\r'))
+            line.chop(1);
         const int eq = line.indexOf(" = ");
         if (eq <= 0)
             continue;
-        const QString key = QString::fromUtf8(line.left(eq));
-        if (key == QLatin1String("Path"))
+        const QByteArray key = line.left(eq);
+        if (key == "Path")
             flush();
-        record.insert(key, QString::fromUtf8(line.mid(eq + 3)).remove(QLatin1Char('\r')));
+        record.Set(key, line.mid(eq + 3));
     }
     flush();
     m_listed = true;
