@@ -250,6 +250,13 @@ ListedEntry EntryOf7zRecord(const SltRecord& r, quint64 order) {
     return e;
 }
 
+// 7zz reads only a 7z archive (it would read an ELF program, an image ... as well), or a
+// set of them by its ".001" volume.
+QString TypeSwitch(const QString& path) {
+    return path.endsWith(QLatin1String(".001")) ? QStringLiteral("-t7z.split")
+                                                : QStringLiteral("-t7z");
+}
+
 }  // namespace
 
 QString MissingTool(const char* program) {
@@ -269,7 +276,7 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
     Child child;
     // Without a password on its input 7zz meets the end of it and gives up on encrypted
     // headers; with one it never shows it anywhere.
-    if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", "--", m_path},
+    if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
                      password.isNull() ? QByteArray() : password + '\n', &m_error))
         return Outcome::Failed;
     QByteArray out;
@@ -429,7 +436,7 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
         }
         Child child;
         QString err;
-        if (!child.Start("7zz", {"x", "-so", "-bd", "-sccUTF-8", "--", m_path},
+        if (!child.Start("7zz", {"x", "-so", "-bd", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
                          password.isNull() ? QByteArray() : password + '\n', &err)) {
             report(QStringLiteral("Cannot unpack %1: %2.").arg(m_path, err));
             return false;
