@@ -258,6 +258,7 @@ struct CArchiveUnpacker::Impl {
     // RAR 5 entries through unar.
     std::unique_ptr<SevenZipTool> sevenZip;
     std::unique_ptr<UnarEntryReader> unar;
+    bool headersEncrypted = false;  // libarchive's first header failed on encryption
 
     explicit Impl(CArchiveUnpacker* owner) : q(owner) {}
 
@@ -320,9 +321,11 @@ struct CArchiveUnpacker::Impl {
         int r = ARCHIVE_RETRY;
         for (int i = 0; i < kMaxRetries && r == ARCHIVE_RETRY; ++i)
             r = archive_read_next_header(s.Handle(), &h);
-        if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF)
+        if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF) {
+            headersEncrypted = archive_read_has_encrypted_entries(s.Handle()) > 0;
             return Fail(QStringLiteral("Cannot open the archive %1: %2.")
                             .arg(Where(), HeaderFailure(s.Handle(), true, "not an archive")));
+        }
         if (IsStream()) {
             const int format = archive_format(s.Handle()) & ARCHIVE_FORMAT_BASE_MASK;
             tarInside = format == ARCHIVE_FORMAT_TAR;
@@ -397,7 +400,10 @@ struct CArchiveUnpacker::Impl {
             return false;
         auto tool = std::make_unique<SevenZipTool>(volumes.first());
         passwords.SetObserver(observer, q->m_path);
-        if (tool->Open(passwords, StopPoll()) == SevenZipTool::Probe::NotReadable)
+        // libarchive knew the 7z by its headers and found them encrypted: the listing asks.
+        if (headersEncrypted)
+            tool->ExpectPassword();
+        else if (tool->Open(passwords, StopPoll()) == SevenZipTool::Probe::NotReadable)
             return false;
         if (tool->Listed()) {
             entries = std::move(tool->Listing());
@@ -1230,6 +1236,7 @@ bool CArchiveUnpacker::CloseArchive() {
     d->open = d->listed = d->tarInside = false;
     d->sevenZip.reset();
     d->unar.reset();
+    d->headersEncrypted = false;
     d->entries.clear();
     d->entries.shrink_to_fit();
     d->volumes.clear();

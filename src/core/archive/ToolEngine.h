@@ -52,6 +52,8 @@ public:
     // Whether 7zz reads the archive, without asking for a password (a remembered or given
     // one is tried). A readable archive is listed at once (see Listing).
     Probe Open(PasswordBook& passwords, const std::function<bool()>& stop);
+    // Instead of Open, for an archive known to have encrypted headers.
+    void ExpectPassword() { m_needsPassword = true; }
     // Lists the archive, asking for a password when its headers are encrypted. False with
     // Error() (and Cancelled()) otherwise.
     bool List(PasswordBook& passwords, const std::function<bool()>& stop);
