@@ -8,6 +8,7 @@ build_release
 B="$BENCH_ROOT/build-release/bench"
 echo "#### reading"
 bash "$BENCH_ROOT/bench/read_bench.sh"
+bash "$BENCH_ROOT/bench/crypt_bench.sh"
 echo "#### finding"
 bash "$BENCH_ROOT/bench/find_bench.sh"
 echo "#### packing"

@@ -11,10 +11,12 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools libqt6svg6 libgl-dev
     libarchive-dev libzip-dev zlib1g-dev libbz2-dev liblzma-dev libsqlite3-dev libsimpleini-dev
+    # readers of encrypted 7z archives and RAR 5 entries, run by the program itself
+    7zip unar
     # icons and fonts for the window
     breeze-icon-theme fonts-dejavu-core
     # fixture and peer tools used by tests and benchmarks
-    zip unzip 7zip gcab genisoimage xorriso unar libarchive-tools bzip2 gzip xz-utils hyperfine
+    zip unzip gcab genisoimage xorriso libarchive-tools bzip2 gzip xz-utils hyperfine
     # a real window under Xvfb, screenshots and synthetic input
     xvfb xauth xdotool imagemagick
     # fuzzing (clang with libFuzzer and the sanitizer runtimes)

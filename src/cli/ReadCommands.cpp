@@ -153,7 +153,9 @@ int Classify(Args args) {
 
 int List(Args args) {
     const bool all = args.Flag(QStringLiteral("--all"));
-    if (!TakeNothingMore(args, 1, QStringLiteral("list [--all] PATH")))
+    bool ok = true;
+    const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
+    if (!ok || !TakeNothingMore(args, 1, QStringLiteral("list [--all] [--password PW] PATH")))
         return kUsage;
     const QString path = Absolute(args.Rest().at(0));
     if (!all && vz::platform::ReadFacts(path).isFolder)
@@ -162,10 +164,15 @@ int List(Args args) {
     bool listsNothing = false;
     if (!OpenPath(path, &a, &listsNothing))
         return listsNothing ? kOk : kFailed;
+    // An archive whose headers are encrypted asks for its password.
+    Observer observer(OverwriteMode::Never);
+    a.unpacker->SetHandleDialogProgress(&observer);
+    a.unpacker->SetPassword(password);
     if (all) {
         const std::vector<ARCHIVEFILEFULLINFO>* entries = nullptr;
         if (!a.unpacker->AllEntries(entries)) {
-            PrintError(a.unpacker->LastError());
+            PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                                   a.unpacker->LastError()));
             return kFailed;
         }
         QByteArray out;
@@ -188,12 +195,18 @@ int List(Args args) {
         return kOk;
     }
     if (!a.parts.innerPath.isEmpty() && !a.unpacker->IsFolder(a.parts.innerPath)) {
+        if (!a.unpacker->LastError().isEmpty()) {
+            PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                                   a.unpacker->LastError()));
+            return kFailed;
+        }
         PrintError(QStringLiteral("%1: no such folder in the archive").arg(path));
         return kFailed;
     }
     ArchiveLevel level;
     if (!a.unpacker->ListLevel(a.parts.innerPath, level)) {
-        PrintError(a.unpacker->LastError());
+        PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                               a.unpacker->LastError()));
         return kFailed;
     }
     QByteArray out;

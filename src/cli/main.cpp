@@ -25,6 +25,8 @@ sets, 7z and split 7z sets by ".001", gz, bz2, tar, tgz, tbz2, iso):
                            destination (absolute, or with "..") or holds a control
                            character: it is shown under its name as the archive has
                            it, and never listed or unpacked
+      --password PW        the password of an archive whose names are encrypted
+                           (else asked on the terminal)
   info PATH                print the description of an archive, or of a folder or a
                            file inside one
   extract [options] PATH DEST

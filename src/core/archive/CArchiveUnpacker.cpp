@@ -20,6 +20,7 @@
 #include "archive/DestinationWriter.h"
 #include "archive/EntryList.h"
 #include "archive/LibarchiveSession.h"
+#include "archive/ToolEngine.h"
 #include "archive/ZipDirectory.h"
 #include "archive/ZipEntryData.h"
 #include "platform/FileSystem.h"
@@ -129,11 +130,15 @@ QString LibarchiveError(archive* a, const char* fallback) {
     return QString::fromUtf8(e ? e : fallback);
 }
 
-// Only zip entries can be decrypted; libarchive reads no encrypted RAR or 7z data (and says
-// so in words of its own, or with a decoder's error).
+// libarchive decrypts only zip entries; encrypted 7z archives and RAR 5 entries go through
+// external programs (ToolEngine.h), when they are installed. RAR 4 encryption (and RAR 5
+// encrypted headers) no free decoder here reads.
 QString CannotDecrypt(int family, const char* what) {
-    return QStringLiteral("encrypted %1 %2 cannot be read (only zip archives can be decrypted)")
-        .arg(ArchiveFamily::DisplayName(family), QLatin1String(what));
+    const QString missing = MissingTool(family == ArchiveFamily::Rar ? "unar" : "7zz");
+    return QStringLiteral("encrypted %1 %2 cannot be read: %3")
+        .arg(
+            ArchiveFamily::DisplayName(family), QLatin1String(what),
+            missing.isEmpty() ? QStringLiteral("no free decoder reads their encryption") : missing);
 }
 
 bool IsPasswordError(archive* a) {
@@ -250,6 +255,11 @@ struct CArchiveUnpacker::Impl {
     std::vector<ListedEntry> entries;
     int cursor = -1;
     PasswordBook passwords;
+    // A 7z archive that libarchive cannot read or decrypt is read through 7zz; encrypted
+    // RAR 5 entries through unar.
+    std::unique_ptr<SevenZipTool> sevenZip;
+    std::unique_ptr<UnarEntryReader> unar;
+    bool headersEncrypted = false;  // libarchive's first header failed on encryption
 
     explicit Impl(CArchiveUnpacker* owner) : q(owner) {}
 
@@ -312,9 +322,11 @@ struct CArchiveUnpacker::Impl {
         int r = ARCHIVE_RETRY;
         for (int i = 0; i < kMaxRetries && r == ARCHIVE_RETRY; ++i)
             r = archive_read_next_header(s.Handle(), &h);
-        if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF)
+        if (r != ARCHIVE_OK && r != ARCHIVE_WARN && r != ARCHIVE_EOF) {
+            headersEncrypted = archive_read_has_encrypted_entries(s.Handle()) > 0;
             return Fail(QStringLiteral("Cannot open the archive %1: %2.")
                             .arg(Where(), HeaderFailure(s.Handle(), true, "not an archive")));
+        }
         if (IsStream()) {
             const int format = archive_format(s.Handle()) & ARCHIVE_FORMAT_BASE_MASK;
             tarInside = format == ARCHIVE_FORMAT_TAR;
@@ -366,6 +378,8 @@ struct CArchiveUnpacker::Impl {
             return true;
         if (!open)
             return Fail(QStringLiteral("No archive is open."));
+        if (sevenZip)
+            return ListWithSevenZipTool();
         if (traits->listWithLibzip && volumes.size() == 1) {
             QString err;
             if (ListZipDirectory(volumes.first(), &entries, &err, StopPoll()))
@@ -376,6 +390,52 @@ struct CArchiveUnpacker::Impl {
         return listed = ListWithLibarchive();
     }
 
+    bool Is7z() const {
+        return traits->family == ArchiveFamily::SevenZip ||
+               traits->family == ArchiveFamily::SevenZipVolumes;
+    }
+    // Opens a 7z archive that libarchive did not open (encrypted headers, a layout or a
+    // codec it does not know) through 7zz, when 7zz reads it.
+    bool OpenWithSevenZipTool() {
+        if (!Is7z() || stopped || !MissingTool("7zz").isEmpty())
+            return false;
+        auto tool = std::make_unique<SevenZipTool>(volumes.first());
+        passwords.SetObserver(observer, q->m_path);
+        // libarchive knew the 7z by its headers and found them encrypted: the listing asks.
+        if (headersEncrypted)
+            tool->ExpectPassword();
+        else if (tool->Open(passwords, StopPoll()) == SevenZipTool::Probe::NotReadable)
+            return false;
+        if (tool->Listed()) {
+            entries = std::move(tool->Listing());
+            listed = true;
+        }
+        sevenZip = std::move(tool);
+        q->m_error.clear();
+        return true;
+    }
+    // Turns an open 7z archive over to 7zz (libarchive listed it but cannot decrypt or
+    // decode its data); false when 7zz is not there.
+    bool SwitchToSevenZipTool() {
+        if (sevenZip)
+            return true;
+        if (!Is7z() || !MissingTool("7zz").isEmpty())
+            return false;
+        sevenZip = std::make_unique<SevenZipTool>(volumes.first());
+        listed = false;
+        return true;
+    }
+    bool ListWithSevenZipTool() {
+        passwords.SetObserver(observer, q->m_path);
+        if (!sevenZip->List(passwords, StopPoll())) {
+            q->m_cancelled = sevenZip->Cancelled();
+            return Fail(q->m_cancelled ? sevenZip->Error()
+                                       : QStringLiteral("Cannot open the archive %1: %2.")
+                                             .arg(Where(), sevenZip->Error()));
+        }
+        entries = std::move(sevenZip->Listing());
+        return listed = true;
+    }
     bool ListWithLibarchive() {
         entries.clear();
         LibarchiveSession s;
@@ -526,7 +586,8 @@ struct CArchiveUnpacker::Impl {
     struct PassState {
         bool failed = false;
         bool cancelled = false;
-        int resumeAt = 0;  // headers before this index were finished in an earlier pass
+        bool useSevenZipTool = false;  // libarchive cannot read the data: 7zz goes on
+        int resumeAt = 0;              // headers before this index were finished in an earlier pass
         quint64 bytesDone = 0;
         QHash<QString, QStringList> madeFiles;  // lower-case inner path -> components
     };
@@ -537,6 +598,37 @@ struct CArchiveUnpacker::Impl {
         st.failed = true;
         if (observer)
             observer->Report(message);
+    }
+
+    // An unpack or a test through 7zz, from the entry `st.resumeAt` on.
+    void RunWithSevenZipTool(const Selection& sel, DestinationWriter* writer, PassState& st) {
+        if (!EnsureListed()) {
+            st.cancelled = q->m_cancelled;
+            if (!st.cancelled)
+                Report(st, q->m_error);
+            return;
+        }
+        const ListedEntry* winner =
+            sel.kind == Selection::Kind::File ? FindEntry(sel.inner) : nullptr;
+        if (sel.kind == Selection::Kind::File && !winner) {
+            Report(st, QStringLiteral("The archive %1 holds no file %2.").arg(Where(), sel.inner));
+            return;
+        }
+        ToolUnpackJob job;
+        job.entries = &entries;
+        job.selects = [&](const ListedEntry& e) {
+            return sel.Selects(e.info.path, e.info.isFolder) && (!winner || &e == winner);
+        };
+        job.map = [&](const ListedEntry& e) { return sel.Map(e.info.path, e.info.isFolder); };
+        job.resumeAt = st.resumeAt;
+        job.writer = writer;
+        job.observer = observer;
+        job.listener = listener;
+        job.passwords = &passwords;
+        job.report = [&](const QString& message) { Report(st, message); };
+        job.madeFiles = &st.madeFiles;
+        sevenZip->Unpack(job);
+        st.cancelled = st.cancelled || job.cancelled;
     }
 
     // One pass over the archive: unpacks (or, without a writer, tests) the selected entries.
@@ -676,8 +768,11 @@ struct CArchiveUnpacker::Impl {
 
             // Encrypted data of a family whose encryption libarchive cannot undo (RAR, 7z).
             // (libarchive's "capabilities" tell that a format can carry encryption, not that
-            // it can decrypt it.)
-            if (info.encrypted && !ArchiveFamily::IsZipFamily(traits->family)) {
+            // it can decrypt it.) unar reads RAR 5 entries.
+            const bool viaUnar = info.encrypted && traits->family == ArchiveFamily::Rar &&
+                                 static_cast<size_t>(index) < rar5.entries.size() &&
+                                 MissingTool("unar").isEmpty();
+            if (info.encrypted && !ArchiveFamily::IsZipFamily(traits->family) && !viaUnar) {
                 Report(st, QStringLiteral("Cannot unpack %1 from %2: it is encrypted, and %3.")
                                .arg(info.path, Where(), CannotDecrypt(traits->family, "entries")));
                 continue;
@@ -743,7 +838,24 @@ struct CArchiveUnpacker::Impl {
                 }
                 libzipBuffer.resize(1 << 18);
             }
-            while (!dataFailed && !st.cancelled) {
+            if (viaUnar) {
+                if (!unar)
+                    unar = std::make_unique<UnarEntryReader>(volumes.first());
+                const auto status =
+                    unar->Read(info.path, 0, info.size, passwords, observer,
+                               [&](const char* data, size_t size) {
+                                   if (writer && !writer->Write(data, size, written))
+                                       return false;
+                                   written += static_cast<qint64>(size);
+                                   st.bytesDone += size;
+                                   return true;
+                               });
+                st.cancelled = status == UnarEntryReader::Status::Cancelled;
+                wrongPassword = status == UnarEntryReader::Status::WrongPassword;
+                dataFailed = status != UnarEntryReader::Status::Ok;
+                libzipError = unar->Error().isEmpty() && writer ? writer->Error() : unar->Error();
+            }
+            while (!viaUnar && !dataFailed && !st.cancelled) {
                 const void* buffer = nullptr;
                 size_t size = 0;
                 la_int64_t offset = 0;
@@ -821,6 +933,13 @@ struct CArchiveUnpacker::Impl {
             if (dataFailed) {
                 if (writer)
                     writer->AbortFile();
+                // Data that libarchive cannot decode (a filter or codec it does not know):
+                // 7zz goes on from here.
+                if (Is7z() && !wrongPassword && SwitchToSevenZipTool()) {
+                    st.resumeAt = index;
+                    st.useSevenZipTool = true;
+                    return PassEnd::Done;
+                }
                 if (passwords.Cancelled()) {
                     st.cancelled = true;
                     break;
@@ -846,9 +965,9 @@ struct CArchiveUnpacker::Impl {
                     Report(st,
                            QStringLiteral("Cannot unpack %1 from %2: %3.")
                                .arg(info.path, Where(),
-                                    crcMismatch  ? QStringLiteral("its data is damaged (CRC error)")
-                                    : fromLibzip ? libzipError
-                                                 : LibarchiveError(a, "damaged data")));
+                                    crcMismatch ? QStringLiteral("its data is damaged (CRC error)")
+                                    : fromLibzip || viaUnar ? libzipError
+                                                            : LibarchiveError(a, "damaged data")));
                 if (fatal)
                     break;
                 continue;
@@ -925,8 +1044,20 @@ struct CArchiveUnpacker::Impl {
             (sel.kind == Selection::Kind::Archive || sel.kind == Selection::Kind::Test))
             gzipCheck = std::async(std::launch::async, CheckGzipMembers, volumes.first(),
                                    [&endCheck] { return endCheck.load(); });
+        // 7z entries that libarchive cannot decrypt: 7zz reads the archive.
+        if (Is7z() && !sevenZip && EnsureListed() &&
+            std::any_of(entries.begin(), entries.end(),
+                        [](const ListedEntry& e) { return e.info.encrypted; }))
+            SwitchToSevenZipTool();
+        q->m_error.clear();
         PassState st;
-        while (RunPass(sel, writer.get(), st) == PassEnd::Restart) {
+        if (sevenZip) {
+            RunWithSevenZipTool(sel, writer.get(), st);
+        } else {
+            while (RunPass(sel, writer.get(), st) == PassEnd::Restart) {
+            }
+            if (st.useSevenZipTool)
+                RunWithSevenZipTool(sel, writer.get(), st);
         }
         if (gzipCheck.valid()) {
             endCheck = st.cancelled || st.failed;  // its verdict no longer matters
@@ -940,6 +1071,8 @@ struct CArchiveUnpacker::Impl {
         q->m_cancelled = st.cancelled;
         if (st.cancelled && q->m_error.isEmpty())
             q->m_error = QStringLiteral("Stopped by the user.");
+        if (!st.failed && !st.cancelled && !passwords.Known().empty())
+            passwords.Remember(QString::fromStdString(passwords.Known().back()));
         return !st.failed && !st.cancelled;
     }
 };
@@ -1000,7 +1133,7 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     if (!ok && d->stopped)
         d->Fail(QStringLiteral("The listing was stopped."));
     else if (!ok)
-        ok = d->Probe() || d->ProbeLocalHeaders();
+        ok = d->Probe() || d->ProbeLocalHeaders() || d->OpenWithSevenZipTool();
     if (!ok) {
         d->open = false;
         d->volumes.clear();
@@ -1101,6 +1234,9 @@ bool CArchiveUnpacker::InitScan() {
 bool CArchiveUnpacker::CloseArchive() {
     const bool wasOpen = d->open;
     d->open = d->listed = d->tarInside = false;
+    d->sevenZip.reset();
+    d->unar.reset();
+    d->headersEncrypted = false;
     d->entries.clear();
     d->entries.shrink_to_fit();
     d->volumes.clear();

@@ -7,9 +7,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 #include <QStringDecoder>
+#include <algorithm>
 #include <limits>
+#include <mutex>
 
 #include "archive/ArchiveFamily.h"
 #include "platform/FileSystem.h"
@@ -339,6 +342,43 @@ bool CollectNumberedVolumes(const QString& path, QStringList* volumes, QString* 
         return false;
     }
     return true;
+}
+
+namespace {
+struct RememberedPasswords {
+    std::mutex lock;
+    QHash<QString, QString> byArchive;  // absolute archive path -> password
+};
+RememberedPasswords& Remembered() {
+    static RememberedPasswords r;
+    return r;
+}
+}  // namespace
+
+void PasswordBook::SetObserver(IOperationObserver* o, const QString& archivePath) {
+    m_observer = o;
+    m_archive = archivePath;
+    RememberedPasswords& r = Remembered();
+    const std::lock_guard<std::mutex> guard(r.lock);
+    const auto it = r.byArchive.constFind(QFileInfo(archivePath).absoluteFilePath());
+    if (it != r.byArchive.constEnd() &&
+        std::find(m_known.begin(), m_known.end(), it->toStdString()) == m_known.end())
+        m_known.push_back(it->toStdString());
+}
+
+void PasswordBook::Forget() {
+    m_known.clear();
+    RememberedPasswords& r = Remembered();
+    const std::lock_guard<std::mutex> guard(r.lock);
+    r.byArchive.remove(QFileInfo(m_archive).absoluteFilePath());
+}
+
+void PasswordBook::Remember(const QString& password) const {
+    if (m_archive.isEmpty() || password.isEmpty())
+        return;
+    RememberedPasswords& r = Remembered();
+    const std::lock_guard<std::mutex> guard(r.lock);
+    r.byArchive.insert(QFileInfo(m_archive).absoluteFilePath(), password);
 }
 
 void PasswordBook::Add(const QString& password) {

@@ -70,17 +70,20 @@ struct Rar5Encryption {
 };
 Rar5Encryption ScanRar5Encryption(const QStringList& volumes);
 
-// Passwords for one archive: those given beforehand, then whatever the observer answers.
-// The user is asked at most kMaxAsks times per archive.
+// Passwords for one archive: those given beforehand, the one remembered for the archive,
+// then whatever the observer answers. The user is asked at most kMaxAsks times per
+// archive. A password that proved right is remembered for its archive's path in memory,
+// for every engine, until the process ends (never on disk).
 class PasswordBook {
 public:
     static constexpr int kMaxAsks = 5;
-    void SetObserver(IOperationObserver* o, const QString& archivePath) {
-        m_observer = o;
-        m_archive = archivePath;
-    }
+    // Also adds the password remembered for the archive.
+    void SetObserver(IOperationObserver* o, const QString& archivePath);
     void Add(const QString& password);
-    void Forget() { m_known.clear(); }
+    // Drops the known passwords (they proved wrong), the remembered one too.
+    void Forget();
+    // The password proved right for the archive.
+    void Remember(const QString& password) const;
     void SetCurrentEntry(const QString& entry) { m_entry = entry; }
     const char* Ask();  // null when the user cancels, no one can answer, or too many tries
     bool Cancelled() const { return m_cancelled; }

@@ -298,11 +298,12 @@ private slots:
             << false << true << QStringList{"&No"} << QByteArray("old") << replace;
         QTest::newRow("overwrite without asking")
             << false << false << QStringList{} << QByteArray("dee") << QStringList{};
-        QTest::newRow("password wrong, then right") << true << true << QStringList{"wrong", "abc"}
-                                                    << QByteArray("dee") << password + password;
-        // Cancelling the question writes nothing and says nothing.
+        // Cancelling the question writes nothing and says nothing. (Before the right answer:
+        // a password that proved right is remembered for the archive's path.)
         QTest::newRow("password cancelled")
             << true << true << QStringList{} << QByteArray() << password;
+        QTest::newRow("password wrong, then right") << true << true << QStringList{"wrong", "abc"}
+                                                    << QByteArray("dee") << password + password;
     }
 
     void unpackQuestions() {

@@ -1,0 +1,741 @@
+#include "archive/ToolEngine.h"
+
+#include <sys/stat.h>
+#include <zlib.h>
+
+#include <QDate>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include "archive/DestinationWriter.h"
+#include "common/InnerPath.h"
+
+namespace vz {
+
+namespace {
+
+constexpr int kPollMs = 100;                       // Stop is noticed within this
+constexpr qint64 kSilenceLimitMs = 120'000;        // a child that says nothing for so long
+constexpr qint64 kListingCap = qint64(512) << 20;  // bytes of listing output
+constexpr int kErrorCap = 64 << 10;                // bytes of error output kept
+constexpr qint64 kChunk = 1 << 20;
+
+// A child process read through QProcess's blocking calls on the calling thread.
+class Child {
+public:
+    ~Child() { Kill(); }
+
+    bool Start(const char* program, const QStringList& args, const QByteArray& input,
+               QString* error) {
+        const QString missing = MissingTool(program);
+        if (!missing.isEmpty()) {
+            *error = missing;
+            return false;
+        }
+        // Times in UTC, names in UTF-8, whatever the user's settings.
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
+        env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+        m_process.setProcessEnvironment(env);
+        m_process.start(QStandardPaths::findExecutable(QLatin1String(program)), args);
+        if (!m_process.waitForStarted(10'000)) {
+            *error = QStringLiteral("%1 did not start: %2")
+                         .arg(QLatin1String(program), m_process.errorString());
+            return false;
+        }
+        if (!input.isEmpty()) {
+            m_process.write(input);
+            m_process.waitForBytesWritten(10'000);
+        }
+        m_process.closeWriteChannel();
+        return true;
+    }
+
+    // Up to `max` bytes of standard output: their count, 0 at its end, -1 when `stop` said
+    // so or the child was silent for too long (it is killed then).
+    qint64 Read(char* buffer, qint64 max, const std::function<bool()>& stop) {
+        QElapsedTimer silent;
+        silent.start();
+        for (;;) {
+            const qint64 n = m_process.read(buffer, max);
+            if (n > 0)
+                return n;
+            KeepErrors();
+            if (m_process.state() == QProcess::NotRunning)
+                return 0;
+            if (stop && stop()) {
+                Kill();
+                return -1;
+            }
+            if (silent.elapsed() > kSilenceLimitMs) {
+                m_timedOut = true;
+                Kill();
+                return -1;
+            }
+            m_process.waitForReadyRead(kPollMs);
+        }
+    }
+
+    // Waits for the end: the exit code, -1 for a crash or a kill.
+    int Finish(const std::function<bool()>& stop) {
+        QElapsedTimer silent;
+        silent.start();
+        while (m_process.state() != QProcess::NotRunning) {
+            if ((stop && stop()) || silent.elapsed() > kSilenceLimitMs) {
+                m_timedOut = !(stop && stop());
+                Kill();
+                return -1;
+            }
+            m_process.waitForFinished(kPollMs);
+            m_process.readAllStandardOutput();  // what nobody asked for
+            KeepErrors();
+        }
+        KeepErrors();
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+
+    void Kill() {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(2'000);
+        }
+    }
+
+    bool TimedOut() const { return m_timedOut; }
+    QString Errors() {
+        KeepErrors();
+        return QString::fromUtf8(m_errors);
+    }
+    // The tool's own error line ("ERROR: ..."), else its last non-empty line of errors.
+    QString Complaint() {
+        const QStringList lines = Errors().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        for (const QString& line : lines)
+            if (line.startsWith(QLatin1String("ERROR: ")))
+                return line.mid(7).trimmed();
+        for (auto it = lines.crbegin(); it != lines.crend(); ++it)
+            if (!it->trimmed().isEmpty())
+                return it->trimmed();
+        return QString();
+    }
+
+private:
+    void KeepErrors() {
+        const QByteArray more = m_process.readAllStandardError();
+        if (m_errors.size() < kErrorCap)
+            m_errors += more.left(kErrorCap - m_errors.size());
+    }
+    QProcess m_process;
+    QByteArray m_errors;
+    bool m_timedOut = false;
+};
+
+QString SilenceError(const char* program) {
+    return QStringLiteral("%1 stopped answering for %2 seconds and was ended")
+        .arg(QLatin1String(program))
+        .arg(kSilenceLimitMs / 1000);
+}
+
+// 7zz's word for a password that does not open the archive or its data.
+bool SaysWrongPassword(const QString& errors) {
+    return errors.contains(QLatin1String("Wrong password"), Qt::CaseInsensitive) ||
+           errors.contains(QLatin1String("Cannot open encrypted archive"));
+}
+
+quint32 UnixModeOf(const QString& text) {
+    // "drwxr-xr-x", "-rw-r--r--", "lrwxrwxrwx"
+    if (text.size() != 10)
+        return 0;
+    quint32 mode = 0;
+    switch (text[0].toLatin1()) {
+        case 'd':
+            mode = S_IFDIR;
+            break;
+        case 'l':
+            mode = S_IFLNK;
+            break;
+        case '-':
+            mode = S_IFREG;
+            break;
+        default:
+            return 0;
+    }
+    for (int i = 0; i < 9; ++i)
+        if (text[1 + i] != QLatin1Char('-'))
+            mode |= 0400u >> i;
+    return mode;
+}
+
+// The fields of one "-slt" record of 7zz ("Key = Value" lines) that the listing uses.
+struct SltRecord {
+    QByteArray path, attributes, folder, size, packed, crc, modified, encrypted, method;
+    bool empty = true;
+    void Set(const QByteArray& key, const QByteArray& value) {
+        static const std::pair<const char*, QByteArray SltRecord::*> kKeys[] = {
+            {"Path", &SltRecord::path},          {"Attributes", &SltRecord::attributes},
+            {"Folder", &SltRecord::folder},      {"Size", &SltRecord::size},
+            {"Packed Size", &SltRecord::packed}, {"CRC", &SltRecord::crc},
+            {"Modified", &SltRecord::modified},  {"Encrypted", &SltRecord::encrypted},
+            {"Method", &SltRecord::method},
+        };
+        for (const auto& [name, field] : kKeys)
+            if (key == name) {
+                this->*field = value;
+                empty = false;
+                return;
+            }
+    }
+};
+
+// "2024-03-22 17:59:09.1234567" (UTC) as seconds since 1970.
+bool ParseSltTime(const QByteArray& t, qint64* seconds) {
+    if (t.size() < 19)
+        return false;
+    auto num = [&](int at, int len) { return t.mid(at, len).toInt(); };
+    const QDate date(num(0, 4), num(5, 2), num(8, 2));
+    if (!date.isValid())
+        return false;
+    *seconds =
+        (date.toJulianDay() - 2440588) * 86400 + num(11, 2) * 3600 + num(14, 2) * 60 + num(17, 2);
+    return true;
+}
+
+ListedEntry EntryOf7zRecord(const SltRecord& r, quint64 order) {
+    ListedEntry e;
+    ARCHIVEFILEFULLINFO& info = e.info;
+    const QString raw = QString::fromUtf8(r.path);
+    const NormalisedName n = NormaliseEntryName(raw);
+    info.path = n.path;
+    e.skip = n.Unsafe() || n.path.isEmpty();
+    if (n.Unsafe())
+        e.refusedName = raw;
+    const int space = r.attributes.indexOf(' ');
+    const QByteArray dos = space < 0 ? r.attributes : r.attributes.left(space);
+    info.unixMode = space < 0 ? 0 : UnixModeOf(QString::fromLatin1(r.attributes.mid(space + 1)));
+    info.isFolder = dos.contains('D') || r.folder == "+" || n.trailingSlash ||
+                    (info.unixMode & S_IFMT) == S_IFDIR;
+    info.isSymlink = !info.isFolder && (info.unixMode & S_IFMT) == S_IFLNK;
+    const struct {
+        char letter;
+        quint32 bit;
+    } kBits[] = {{'R', kDosReadOnly}, {'H', kDosHidden}, {'S', kDosSystem}, {'A', kDosArchive}};
+    for (const auto& b : kBits)
+        if (dos.contains(b.letter))
+            info.attributes |= b.bit;
+    if (info.isFolder)
+        info.attributes |= kDosDirectory;
+    bool ok = false;
+    info.size = r.size.toULongLong(&ok);
+    info.sizeKnown = ok || info.isFolder;
+    info.packedSize = r.packed.toULongLong(&ok);
+    info.packedSizeKnown = ok;
+    info.crc = r.crc.toUInt(&ok, 16);
+    info.crcKnown = ok;
+    qint64 seconds = 0;
+    if (ParseSltTime(r.modified, &seconds))
+        info.modified = FileTime::FromUnix(seconds);
+    info.encrypted = r.encrypted == "+";
+    if (info.encrypted && r.method.contains("7zAES"))
+        info.encryption = QStringLiteral("AES-256");
+    if (!info.isFolder)
+        info.method = QString::fromUtf8(r.method);
+    e.passOrder = order;
+    return e;
+}
+
+// 7zz reads only a 7z archive (it would read an ELF program, an image ... as well), or a
+// set of them by its ".001" volume.
+QString TypeSwitch(const QString& path) {
+    return path.endsWith(QLatin1String(".001")) ? QStringLiteral("-t7z.split")
+                                                : QStringLiteral("-t7z");
+}
+
+}  // namespace
+
+QString MissingTool(const char* program) {
+    if (!QStandardPaths::findExecutable(QLatin1String(program)).isEmpty())
+        return QString();
+    const char* package = qstrcmp(program, "7zz") == 0 ? "7zip" : "unar";
+    return QStringLiteral("the program %1 is not installed (it comes with the package \"%2\")")
+        .arg(QLatin1String(program), QLatin1String(package));
+}
+
+// ---- 7z through 7zz ----
+
+SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
+                                               const std::function<bool()>& stop) {
+    m_entries.clear();
+    m_listed = false;
+    Child child;
+    // Without a password on its input 7zz meets the end of it and gives up on encrypted
+    // headers; with one it never shows it anywhere.
+    if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
+                     password.isNull() ? QByteArray() : password + '\n', &m_error))
+        return Outcome::Failed;
+    QByteArray out;
+    std::vector<char> buffer(kChunk);
+    for (;;) {
+        const qint64 n = child.Read(buffer.data(), kChunk, stop);
+        if (n < 0) {
+            if (child.TimedOut()) {
+                m_error = SilenceError("7zz");
+                return Outcome::Failed;
+            }
+            m_cancelled = true;
+            m_error = QStringLiteral("The listing was stopped.");
+            return Outcome::Stopped;
+        }
+        if (n == 0)
+            break;
+        out.append(buffer.data(), static_cast<int>(n));
+        if (out.size() > kListingCap) {
+            m_error = QStringLiteral("its listing is larger than %1 MB").arg(kListingCap >> 20);
+            return Outcome::Failed;
+        }
+    }
+    const int code = child.Finish(stop);
+    if (code != 0) {
+        // Without a password 7zz asks for one and meets the end of its input.
+        if (SaysWrongPassword(child.Errors()) || out.contains("Enter password"))
+            return Outcome::WrongPassword;
+        m_error = child.Complaint();
+        if (m_error.isEmpty())
+            m_error = QStringLiteral("7zz failed (exit code %1)").arg(code);
+        return Outcome::Failed;
+    }
+    SltRecord record;
+    auto flush = [&] {
+        if (!record.empty)
+            m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
+        record = SltRecord();
+    };
+    for (qsizetype at = 0; at < out.size();) {
+        qsizetype end = out.indexOf('\n', at);
+        if (end < 0)
+            end = out.size();
+        QByteArray line = out.mid(at, end - at);
+        at = end + 1;
+        if (line.endsWith('\r'))
+            line.chop(1);
+        const int eq = line.indexOf(" = ");
+        if (eq <= 0)
+            continue;
+        const QByteArray key = line.left(eq);
+        if (key == "Path")
+            flush();
+        record.Set(key, line.mid(eq + 3));
+    }
+    flush();
+    m_listed = true;
+    return Outcome::Ok;
+}
+
+SevenZipTool::Probe SevenZipTool::Open(PasswordBook& passwords, const std::function<bool()>& stop) {
+    const QByteArray given = passwords.Known().empty()
+                                 ? QByteArray()
+                                 : QByteArray::fromStdString(passwords.Known().back());
+    switch (RunListing(given, stop)) {
+        case Outcome::Ok:
+            return Probe::Readable;
+        case Outcome::WrongPassword:
+            m_needsPassword = true;
+            return Probe::HeadersEncrypted;
+        default:
+            return Probe::NotReadable;
+    }
+}
+
+bool SevenZipTool::List(PasswordBook& passwords, const std::function<bool()>& stop) {
+    m_cancelled = false;
+    if (m_listed)
+        return true;
+    // Those known beforehand first, then what the user answers.
+    std::deque<std::string> tries = passwords.Known();
+    for (;;) {
+        QByteArray password;
+        if (!tries.empty()) {
+            password = QByteArray::fromStdString(tries.front());
+            tries.pop_front();
+        } else if (m_needsPassword) {
+            const char* answer = passwords.Ask();
+            if (!answer) {
+                m_cancelled = passwords.Cancelled();
+                m_error = m_cancelled ? QStringLiteral("The listing was cancelled.")
+                                      : QStringLiteral(
+                                            "its headers are encrypted, and a "
+                                            "password is required");
+                return false;
+            }
+            password = answer;
+        }
+        switch (RunListing(password, stop)) {
+            case Outcome::Ok:
+                passwords.Remember(QString::fromStdString(password.toStdString()));
+                return true;
+            case Outcome::WrongPassword:
+                if (!password.isNull())
+                    passwords.Forget();
+                m_needsPassword = true;
+                continue;
+            case Outcome::Stopped:
+            case Outcome::Failed:
+                return false;
+        }
+    }
+}
+
+bool SevenZipTool::Unpack(ToolUnpackJob& job) {
+    const std::vector<ListedEntry>& entries = *job.entries;
+    PasswordBook& passwords = *job.passwords;
+    bool failed = false;
+    auto report = [&](const QString& message) {
+        failed = true;
+        job.report(message);
+    };
+    auto stop = [&job] {
+        if (!job.cancelled && job.observer && job.observer->StopRequested())
+            job.cancelled = true;
+        return job.cancelled;
+    };
+    quint64 total = 0;
+    const ListedEntry* firstEncrypted = nullptr;
+    for (size_t i = static_cast<size_t>(job.resumeAt); i < entries.size(); ++i) {
+        const ListedEntry& e = entries[i];
+        if (e.skip || e.info.isFolder || !job.selects(e))
+            continue;
+        total += e.info.size;
+        if (e.info.encrypted && !firstEncrypted)
+            firstEncrypted = &e;
+    }
+    int resumeAt = job.resumeAt;
+    quint64 done = 0;
+    std::vector<char> buffer(kChunk);
+    for (;;) {  // one run of 7zz per password tried
+        QByteArray password;
+        if (firstEncrypted) {
+            if (passwords.Known().empty()) {
+                passwords.SetCurrentEntry(firstEncrypted->info.path);
+                if (!passwords.Ask()) {
+                    if (passwords.Cancelled()) {
+                        job.cancelled = true;
+                    } else {
+                        report(QStringLiteral("Cannot unpack %1 from %2: a password is required.")
+                                   .arg(firstEncrypted->info.path, m_path));
+                    }
+                    return false;
+                }
+            }
+            password = QByteArray::fromStdString(passwords.Known().back());
+        }
+        Child child;
+        QString err;
+        if (!child.Start("7zz", {"x", "-so", "-bd", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
+                         password.isNull() ? QByteArray() : password + '\n', &err)) {
+            report(QStringLiteral("Cannot unpack %1: %2.").arg(m_path, err));
+            return false;
+        }
+        bool retry = false;
+        bool streamEnded = false;
+        bool toolFailureReported = false;  // an entry cut short by the tool's end told why
+        for (size_t i = 0; i < entries.size() && !streamEnded && !retry; ++i) {
+            const ListedEntry& e = entries[i];
+            const ARCHIVEFILEFULLINFO& info = e.info;
+            if (info.isFolder) {
+                if (static_cast<int>(i) < resumeAt || e.skip || !job.selects(e) || !job.writer)
+                    continue;
+                const QStringList comps = job.map(e);
+                if (comps.isEmpty())
+                    continue;
+                if (job.writer->MakeFolder(comps, info.unixMode, info.modified) !=
+                    DestinationWriter::Result::Ok)
+                    report(job.writer->Error());
+                else if (job.listener)
+                    job.listener->ItemAdded(job.writer->FullPath(comps));
+                continue;
+            }
+            // Every file's data passes through the stream; only the selected ones are kept.
+            bool take = static_cast<int>(i) >= resumeAt && job.selects(e);
+            if (take && e.skip) {
+                if (!e.refusedName.isEmpty())
+                    report(
+                        QStringLiteral("Refused %1 in %2: %3.")
+                            .arg(e.refusedName, m_path,
+                                 NormaliseEntryName(e.refusedName).control
+                                     ? QStringLiteral("the name holds a control character")
+                                     : QStringLiteral("the name leads outside the destination")));
+                take = false;
+            }
+            const QStringList comps = take && job.writer ? job.map(e) : QStringList();
+            if (take && job.writer && comps.isEmpty())
+                take = false;
+            if (take && job.madeFiles && job.madeFiles->contains(info.path.toLower()))
+                take = false;  // an earlier engine of this unpack wrote it
+            bool writing = take && job.writer && !info.isSymlink;
+            if (writing) {
+                ItemFacts incoming;
+                incoming.path = info.path;
+                incoming.size = info.size;
+                incoming.sizeKnown = info.sizeKnown;
+                incoming.modified = info.modified;
+                incoming.attributes = info.attributes;
+                switch (job.writer->BeginFile(comps, incoming)) {
+                    case DestinationWriter::Result::Ok:
+                        break;
+                    case DestinationWriter::Result::Skipped:
+                        writing = take = false;
+                        break;
+                    case DestinationWriter::Result::Cancelled:
+                        job.cancelled = true;
+                        return false;
+                    case DestinationWriter::Result::Failed:
+                        report(job.writer->Error());
+                        writing = take = false;
+                        break;
+                }
+            }
+            if (take && job.observer)
+                job.observer->Progress(total ? static_cast<int>(done * 100 / total) : 0, info.path);
+            QByteArray linkTarget;
+            uLong crc = crc32(0L, Z_NULL, 0);
+            quint64 left = info.size;
+            while (left > 0) {
+                const qint64 n = child.Read(
+                    buffer.data(), static_cast<qint64>(std::min<quint64>(left, kChunk)), stop);
+                if (n <= 0) {
+                    streamEnded = true;
+                    break;
+                }
+                left -= static_cast<quint64>(n);
+                if (stop())
+                    break;
+                if (!take)
+                    continue;
+                crc = crc32_z(crc, reinterpret_cast<const Bytef*>(buffer.data()),
+                              static_cast<size_t>(n));
+                done += static_cast<quint64>(n);
+                if (info.isSymlink && linkTarget.size() < 65536)
+                    linkTarget.append(buffer.data(), static_cast<int>(n));
+                if (writing && !job.writer->Write(buffer.data(), static_cast<size_t>(n),
+                                                  static_cast<qint64>(info.size - left) - n)) {
+                    job.writer->AbortFile();
+                    report(job.writer->Error());
+                    return false;  // a full disk fails every further file as well
+                }
+            }
+            if (job.cancelled) {
+                if (writing)
+                    job.writer->AbortFile();
+                return false;
+            }
+            if (!take)
+                continue;
+            const bool complete = left == 0;
+            const bool crcGood = !info.crcKnown || static_cast<quint32>(crc) == info.crc;
+            if (!complete || !crcGood) {
+                if (writing)
+                    job.writer->AbortFile();
+                // Encrypted data that does not check out: the password was wrong (7-Zip's AES
+                // has no other test of it). Ask again and go on from this entry.
+                if (info.encrypted && !password.isNull() &&
+                    (crcGood ? SaysWrongPassword(child.Errors()) : true) && !child.TimedOut()) {
+                    passwords.Forget();
+                    passwords.SetCurrentEntry(info.path);
+                    if (!passwords.Exhausted()) {
+                        resumeAt = static_cast<int>(i);
+                        retry = true;
+                        continue;
+                    }
+                }
+                QString why = child.TimedOut() ? SilenceError("7zz")
+                              : info.encrypted ? QStringLiteral("the password is wrong")
+                              : complete       ? QStringLiteral("its data is damaged (CRC error)")
+                                               : child.Complaint();
+                if (why.isEmpty())
+                    why = QStringLiteral("its data ends too soon");
+                report(QStringLiteral("Cannot unpack %1 from %2: %3.").arg(info.path, m_path, why));
+                toolFailureReported = toolFailureReported || !complete;
+                continue;
+            }
+            if (info.encrypted)
+                passwords.Remember(QString::fromUtf8(password));
+            if (!job.writer)
+                continue;
+            if (info.isSymlink) {
+                const auto res =
+                    job.writer->MakeSymlink(comps, QString::fromUtf8(linkTarget), info.modified);
+                if (res == DestinationWriter::Result::Cancelled) {
+                    job.cancelled = true;
+                    return false;
+                }
+                if (res == DestinationWriter::Result::Failed)
+                    report(job.writer->Error());
+                else if (res == DestinationWriter::Result::Ok && job.listener)
+                    job.listener->ItemAdded(job.writer->FullPath(comps));
+                continue;
+            }
+            if (job.writer->CommitFile(info.unixMode, info.modified) !=
+                DestinationWriter::Result::Ok) {
+                report(job.writer->Error());
+                continue;
+            }
+            if (job.madeFiles)
+                job.madeFiles->insert(info.path.toLower(), comps);
+            if (job.listener)
+                job.listener->ItemAdded(job.writer->FullPath(comps));
+        }
+        if (retry)
+            continue;
+        if (job.cancelled)
+            return false;
+        const int code = child.Finish(stop);
+        if (job.cancelled)
+            return false;
+        if ((code != 0 || streamEnded) && !toolFailureReported) {
+            QString why = child.TimedOut() ? SilenceError("7zz") : child.Complaint();
+            report(QStringLiteral("Cannot unpack %1: %2.")
+                       .arg(m_path,
+                            why.isEmpty() ? QStringLiteral("7zz's output ended too soon") : why));
+        }
+        if (job.observer)
+            job.observer->Progress(100, QString());
+        return !failed;
+    }
+}
+
+// ---- encrypted RAR entries through unar ----
+
+UnarEntryReader::~UnarEntryReader() {
+    if (!m_folder.isEmpty())
+        QDir(m_folder).removeRecursively();
+}
+
+bool UnarEntryReader::Index() {
+    if (m_indexed)
+        return true;
+    // unar takes a name with a number in it ("rar5_x.rar") for one volume of a set and
+    // looks for its siblings ("rar4_x.rar" beside it becomes the first volume, and parsing
+    // fails). It is handed a link of a neutral name in a private empty folder instead.
+    QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/vz-unar-XXXXXX"));
+    if (!dir.isValid()) {
+        m_error = QStringLiteral("cannot make a private folder: %1").arg(dir.errorString());
+        return false;
+    }
+    dir.setAutoRemove(false);
+    m_folder = dir.path();
+    m_link = m_folder + QStringLiteral("/archive.rar");
+    if (!QFile::link(QFileInfo(m_path).absoluteFilePath(), m_link)) {
+        m_error = QStringLiteral("cannot make a link in %1").arg(m_folder);
+        return false;
+    }
+    Child child;
+    if (!child.Start("lsar", {"-j", "--", m_link}, QByteArray(), &m_error))
+        return false;
+    QByteArray out;
+    std::vector<char> buffer(kChunk);
+    for (qint64 n; (n = child.Read(buffer.data(), kChunk, nullptr)) > 0;) {
+        out.append(buffer.data(), static_cast<int>(n));
+        if (out.size() > kListingCap) {
+            m_error = QStringLiteral("its listing is larger than %1 MB").arg(kListingCap >> 20);
+            return false;
+        }
+    }
+    if (child.Finish(nullptr) != 0) {
+        m_error = child.TimedOut() ? SilenceError("lsar") : child.Complaint();
+        return false;
+    }
+    const QJsonArray contents =
+        QJsonDocument::fromJson(out).object().value(QStringLiteral("lsarContents")).toArray();
+    for (const QJsonValue& v : contents) {
+        const QJsonObject o = v.toObject();
+        m_names.emplace_back(
+            NormaliseEntryName(o.value(QStringLiteral("XADFileName")).toString()).path,
+            o.value(QStringLiteral("XADIndex")).toInt(-1));
+    }
+    m_indexed = true;
+    return true;
+}
+
+UnarEntryReader::Status UnarEntryReader::Read(
+    const QString& innerPath, int occurrence, quint64 size, PasswordBook& passwords,
+    IOperationObserver* observer, const std::function<bool(const char*, size_t)>& sink) {
+    if (!Index())
+        return Status::Failed;
+    int index = -1;
+    for (const auto& [name, i] : m_names)
+        if (name == innerPath && occurrence-- == 0) {
+            index = i;
+            break;
+        }
+    if (index < 0) {
+        m_error = QStringLiteral("unar does not list it");
+        return Status::Failed;
+    }
+    auto stop = [observer] { return observer && observer->StopRequested(); };
+    // RAR 5 entries may each have a password of their own: one that fails here is asked
+    // again; those known are tried first.
+    std::deque<std::string> tries = passwords.Known();
+    for (;;) {
+        std::string password;
+        if (!tries.empty()) {
+            password = tries.front();
+            tries.pop_front();
+        } else {
+            const char* answer = passwords.Ask();
+            if (!answer)
+                return passwords.Cancelled() ? Status::Cancelled : Status::WrongPassword;
+            password = answer;
+        }
+        // unar takes the password only as an argument.
+        Child child;
+        if (!child.Start("unar",
+                         {"-q", "-o", "-", "-i", "-p", QString::fromStdString(password), "--",
+                          m_link, QString::number(index)},
+                         QByteArray(), &m_error))
+            return Status::Failed;
+        // unar writes nothing at all for a wrong password: the entry's whole size, and an
+        // exit code of 0, tell that the password fits.
+        quint64 got = 0;
+        bool sinkFailed = false;
+        std::vector<char> buffer(kChunk);
+        for (;;) {
+            const qint64 n = child.Read(buffer.data(), kChunk, stop);
+            if (n < 0)
+                return child.TimedOut() ? (m_error = SilenceError("unar"), Status::Failed)
+                                        : Status::Cancelled;
+            if (n == 0)
+                break;
+            got += static_cast<quint64>(n);
+            if (!sinkFailed && !sink(buffer.data(), static_cast<size_t>(n)))
+                sinkFailed = true;
+        }
+        const int code = child.Finish(stop);
+        if (code < 0 && !child.TimedOut())
+            return Status::Cancelled;
+        if (sinkFailed) {
+            m_error.clear();
+            return Status::Failed;
+        }
+        if (code == 0 && got == size) {
+            passwords.Remember(QString::fromStdString(password));
+            return Status::Ok;
+        }
+        if (got > 0 || (code != 0 && !child.Complaint().isEmpty() &&
+                        !child.Errors().contains(QLatin1String("password"), Qt::CaseInsensitive))) {
+            m_error = child.TimedOut() ? SilenceError("unar") : child.Complaint();
+            if (m_error.isEmpty())
+                m_error = QStringLiteral("its data is damaged");
+            return Status::Failed;
+        }
+        if (passwords.Exhausted())
+            return Status::WrongPassword;
+    }
+}
+
+}  // namespace vz
