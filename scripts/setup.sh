@@ -11,6 +11,7 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools libqt6svg6 libgl-dev
     libarchive-dev libzip-dev zlib1g-dev libbz2-dev liblzma-dev libsqlite3-dev libsimpleini-dev
+    libicu-dev
     # icons and fonts for the window
     breeze-icon-theme fonts-dejavu-core
     # fixture and peer tools used by tests and benchmarks
