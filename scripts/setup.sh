@@ -13,7 +13,7 @@ packages=(
     libarchive-dev libzip-dev zlib1g-dev libbz2-dev liblzma-dev libsqlite3-dev libsimpleini-dev
     libicu-dev
     # icons and fonts for the window
-    breeze-icon-theme fonts-dejavu-core
+    breeze-icon-theme fonts-dejavu-core fonts-wqy-microhei
     # fixture and peer tools used by tests and benchmarks
     zip unzip 7zip gcab genisoimage xorriso unar libarchive-tools bzip2 gzip xz-utils hyperfine
     # a real window under Xvfb, screenshots and synthetic input
