@@ -425,12 +425,13 @@ QString DetectNameEncoding(const QList<QByteArray>& names) {
 QString DecodeNameBytes(const QByteArray& raw, const QString& encoding) {
     if (IsAscii(raw))
         return QString::fromLatin1(raw);
-    if (encoding.isEmpty() || encoding == QLatin1String("UTF-8"))
-        return platform::DecodePath(raw.constData());
     QString text;
-    if (IcuDecode(t_converters.Get(encoding, false), raw, &text))
+    if (!encoding.isEmpty() && encoding != QLatin1String("UTF-8") &&
+        IcuDecode(t_converters.Get(encoding, false), raw, &text))
         return text;
-    return platform::DecodePath(raw.constData());
+    // `raw` need not end in a NUL (it may only point into a directory read whole).
+    const QByteArray terminated(raw.constData(), raw.size());
+    return platform::DecodePath(terminated.constData());
 }
 
 QString EntryNameDecoding::Decode(const char* utf8, const char* raw) const {

@@ -176,11 +176,10 @@ QSet<QByteArray> UndecidedNames(const uchar* p, const uchar* end, quint64 count)
         if (end - p < recordLength)
             break;
         const uchar* name = p + kCentralSize;
-        const QByteArray raw(reinterpret_cast<const char*>(name), nameLength);
-        if (!(U16(p + 8) & 0x0800) && !raw.isEmpty() &&
-            std::any_of(raw.begin(), raw.end(), [](char c) { return c & 0x80; }) &&
+        if (!(U16(p + 8) & 0x0800) &&
+            std::any_of(name, name + nameLength, [](uchar c) { return c & 0x80; }) &&
             !UnicodePathName(name, nameLength, name + nameLength, extraLength, &unused))
-            names.insert(raw);
+            names.insert(QByteArray(reinterpret_cast<const char*>(name), nameLength));
         p += recordLength;
     }
     return names;
@@ -272,12 +271,11 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
 
         ListedEntry le;
         ARCHIVEFILEFULLINFO& info = le.info;
-        const QByteArray rawBytes(name, nameLength);
         QString rawName;
         if (flags & 0x0800)
-            rawName = QString::fromUtf8(rawBytes);
+            rawName = QString::fromUtf8(name, nameLength);
         else if (!UnicodePathName(p + kCentralSize, nameLength, extra, extraLength, &rawName))
-            rawName = DecodeNameBytes(rawBytes, names.encoding);
+            rawName = DecodeNameBytes(QByteArray::fromRawData(name, nameLength), names.encoding);
         FileTime mtime = times.Convert(dosDate, dosTime);
         bool aesWithoutCrc = false;
         // Extra fields: zip64 sizes, the exact modification time, the Unicode name, AES.
