@@ -7,8 +7,8 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QMutex>
-#include <QStringDecoder>
 #include <QStringList>
+#include <algorithm>
 #include <atomic>
 
 #include "platform/FileSystem.h"
@@ -71,6 +71,17 @@ public:
                 ucnv_close(c);
     }
     UConverter* Get(const QString& id, bool strict) {
+        // A listing asks for one converter name after name.
+        if (m_last && strict == m_lastStrict && id == m_lastId)
+            return m_last;
+        m_last = Find(id, strict);
+        m_lastId = id;
+        m_lastStrict = strict;
+        return m_last;
+    }
+
+private:
+    UConverter* Find(const QString& id, bool strict) {
         const QString key = id + (strict ? QLatin1Char('!') : QLatin1Char('~'));
         auto it = m_open.constFind(key);
         if (it != m_open.constEnd())
@@ -86,8 +97,10 @@ public:
         return c;
     }
 
-private:
     QHash<QString, UConverter*> m_open;
+    UConverter* m_last = nullptr;
+    QString m_lastId;
+    bool m_lastStrict = false;
 };
 
 thread_local Converters t_converters;
@@ -115,9 +128,7 @@ bool IsAscii(const QByteArray& raw) {
 }
 
 bool IsUtf8(const QByteArray& raw) {
-    QStringDecoder d(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = d(raw);
-    return !d.hasError();
+    return QByteArrayView(raw).isValidUtf8();
 }
 
 // What the bytes of an East Asian code page cost: double-byte codes outside the block of
@@ -366,50 +377,61 @@ QString CanonicalNameEncoding(const QString& name) {
 }
 
 QString DetectNameEncoding(const QList<QByteArray>& names, const QString& localeHint) {
-    bool anyHigh = false, allUtf8 = true;
+    // The candidates are ranked on a sample of the names (a few hundred tell as much as all
+    // of them); the best ranked one that decodes every name wins.
+    constexpr int kSample = 400;
+    QList<QByteArray> sample;
+    bool allUtf8 = true;
     for (const QByteArray& n : names) {
         if (IsAscii(n))
             continue;
-        anyHigh = true;
         allUtf8 = allUtf8 && IsUtf8(n);
+        if (sample.size() < kSample)
+            sample << n;
     }
-    if (!anyHigh)
+    if (sample.isEmpty())
         return QString();
     if (allUtf8)
         return QStringLiteral("UTF-8");
-    const QHash<Cjk, int> confidence = DetectorConfidence(names);
-    const Candidate* best = nullptr;
-    int bestCost = 0, bestConfidence = 0;
-    bool bestPreferred = false;
+    const QHash<Cjk, int> confidence = DetectorConfidence(sample);
+    struct Ranked {
+        const Candidate* candidate;
+        int cost, confidence;
+        bool preferred;
+    };
+    std::vector<Ranked> ranked;
     QString text;
     for (const Candidate& c : kCandidates) {
-        if (!c.detected)
+        UConverter* conv = c.detected ? t_converters.Get(QString::fromLatin1(c.id), true) : nullptr;
+        if (!conv)
             continue;
-        UConverter* conv = t_converters.Get(QString::fromLatin1(c.id), true);
         int cost = 0;
-        bool decodes = conv != nullptr;
-        for (const QByteArray& n : names) {
+        bool decodes = true;
+        for (const QByteArray& n : sample) {
+            decodes = IcuDecode(conv, n, &text);
             if (!decodes)
                 break;
-            if (IsAscii(n))
-                continue;
-            decodes = IcuDecode(conv, n, &text);
             cost += TextCost(text) + (c.cjk == Cjk::None ? 0 : ByteCost(c.cjk, n));
         }
-        if (!decodes)
-            continue;
-        const bool preferred = LocalePrefers(c, localeHint);
-        const int sure = confidence.value(c.cjk);
-        if (!best || cost < bestCost ||
-            (cost == bestCost &&
-             (sure > bestConfidence || (sure == bestConfidence && preferred && !bestPreferred)))) {
-            best = &c;
-            bestCost = cost;
-            bestConfidence = sure;
-            bestPreferred = preferred;
-        }
+        if (decodes)
+            ranked.push_back({&c, cost, confidence.value(c.cjk), LocalePrefers(c, localeHint)});
     }
-    return best ? QString::fromLatin1(best->id) : QStringLiteral("IBM437");
+    std::stable_sort(ranked.begin(), ranked.end(), [](const Ranked& x, const Ranked& y) {
+        if (x.cost != y.cost)
+            return x.cost < y.cost;
+        if (x.confidence != y.confidence)
+            return x.confidence > y.confidence;
+        return x.preferred && !y.preferred;
+    });
+    for (const Ranked& r : ranked) {
+        UConverter* conv = t_converters.Get(QString::fromLatin1(r.candidate->id), true);
+        const bool decodesAll = std::all_of(names.begin(), names.end(), [&](const QByteArray& n) {
+            return IsAscii(n) || IcuDecode(conv, n, &text);
+        });
+        if (decodesAll)
+            return QString::fromLatin1(r.candidate->id);
+    }
+    return QStringLiteral("IBM437");  // every DOS code page decodes anything: not reached
 }
 
 QString DetectNameEncoding(const QList<QByteArray>& names) {
