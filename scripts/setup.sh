@@ -13,8 +13,9 @@ packages=(
     libarchive-dev libzip-dev zlib1g-dev libbz2-dev liblzma-dev libsqlite3-dev libsimpleini-dev
     # readers of encrypted 7z archives and RAR 5 entries, run by the program itself
     7zip unar
+    libicu-dev
     # icons and fonts for the window
-    breeze-icon-theme fonts-dejavu-core
+    breeze-icon-theme fonts-dejavu-core fonts-wqy-microhei
     # fixture and peer tools used by tests and benchmarks
     zip unzip gcab genisoimage xorriso libarchive-tools bzip2 gzip xz-utils hyperfine
     # a real window under Xvfb, screenshots and synthetic input

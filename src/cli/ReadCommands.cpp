@@ -9,6 +9,7 @@
 #include "Commands.h"
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "archive/NameEncoding.h"
 #include "platform/FileSystem.h"
 #include "search/Finder.h"
 
@@ -27,6 +28,20 @@ bool TakeNothingMore(const Args& args, int expected, const QString& usage) {
     return true;
 }
 
+// "--encoding NAME" (removed): the code page of the entry names, instead of the one that
+// detection picks. False (reported) for a name that no converter knows.
+bool TakeEncoding(Args& args, QString* encoding) {
+    bool ok = true;
+    const QString name = args.Value(QStringLiteral("--encoding"), QString(), &ok);
+    *encoding = vz::CanonicalNameEncoding(name);
+    if (ok && (name.isEmpty() || !encoding->isEmpty()))
+        return true;
+    PrintError(QStringLiteral("unknown encoding \"%1\" (--encoding takes a code page name such "
+                              "as utf-8, cp437, cp866, cp1251, gbk, big5, shift_jis, euc-kr)")
+                   .arg(name));
+    return false;
+}
+
 // An archive path opened with its family's unpacker; reports the failure itself, except
 // that of a recognised archive no unpacker reads (ACE) when `listsNothing` is given: that
 // archive lists no entries.
@@ -36,7 +51,8 @@ struct OpenedArchive {
     int family = 0;
 };
 
-bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = nullptr) {
+bool OpenPath(const QString& path, OpenedArchive* out, const QString& encoding,
+              bool* listsNothing = nullptr) {
     const QStringList& recognised = Settings().EnabledExtensions;
     out->family = vz::ClassifyPath(path, recognised);
     out->parts = vz::SplitArchivePath(path);
@@ -49,6 +65,8 @@ bool OpenPath(const QString& path, OpenedArchive* out, bool* listsNothing = null
                     .arg(path));
         return false;
     }
+    if (!encoding.isEmpty())
+        vz::NameEncodings::SetChoice(out->parts.archivePath, encoding);
     out->unpacker = vz::CreateUnpacker(out->family);
     if (!out->unpacker) {
         if (listsNothing)
@@ -155,14 +173,17 @@ int List(Args args) {
     const bool all = args.Flag(QStringLiteral("--all"));
     bool ok = true;
     const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
-    if (!ok || !TakeNothingMore(args, 1, QStringLiteral("list [--all] [--password PW] PATH")))
+    QString encoding;
+    if (!ok || !TakeEncoding(args, &encoding) ||
+        !TakeNothingMore(args, 1,
+                         QStringLiteral("list [--all] [--password PW] [--encoding NAME] PATH")))
         return kUsage;
     const QString path = Absolute(args.Rest().at(0));
     if (!all && vz::platform::ReadFacts(path).isFolder)
         return ListDiskFolder(path);
     OpenedArchive a;
     bool listsNothing = false;
-    if (!OpenPath(path, &a, &listsNothing))
+    if (!OpenPath(path, &a, encoding, &listsNothing))
         return listsNothing ? kOk : kFailed;
     // An archive whose headers are encrypted asks for its password.
     Observer observer(OverwriteMode::Never);
@@ -223,7 +244,7 @@ int Info(Args args) {
         return kUsage;
     const QString path = Absolute(args.Rest().at(0));
     OpenedArchive a;
-    if (!OpenPath(path, &a))
+    if (!OpenPath(path, &a, QString()))
         return kFailed;
     const QString& inner = a.parts.innerPath;
     QString text;
@@ -274,13 +295,15 @@ int Extract(Args args) {
     ini.AskBeforeOverwriting = mode != OverwriteMode::Always;
     const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
     const bool progress = args.Flag(QStringLiteral("--progress"));
-    if (!ok || !TakeNothingMore(args, 2, QStringLiteral("extract [options] PATH DEST")))
+    QString encoding;
+    if (!ok || !TakeEncoding(args, &encoding) ||
+        !TakeNothingMore(args, 2, QStringLiteral("extract [options] PATH DEST")))
         return kUsage;
 
     const QString path = Absolute(args.Rest().at(0));
     const QString dest = Absolute(args.Rest().at(1));
     OpenedArchive a;
-    if (!OpenPath(path, &a))
+    if (!OpenPath(path, &a, encoding))
         return kFailed;
     // What PATH names is settled before anything is made in DEST.
     const QString& inner = a.parts.innerPath;
@@ -328,11 +351,13 @@ int Extract(Args args) {
 int Test(Args args) {
     bool ok = true;
     const QString password = args.Value(QStringLiteral("--password"), QString(), &ok);
-    if (!ok || !TakeNothingMore(args, 1, QStringLiteral("test [--password PW] ARCHIVE")))
+    QString encoding;
+    if (!ok || !TakeEncoding(args, &encoding) ||
+        !TakeNothingMore(args, 1, QStringLiteral("test [--password PW] [--encoding NAME] ARCHIVE")))
         return kUsage;
     const QString path = Absolute(args.Rest().at(0));
     OpenedArchive a;
-    if (!OpenPath(path, &a))
+    if (!OpenPath(path, &a, encoding))
         return kFailed;
     Observer observer(OverwriteMode::Never);
     observer.SetHoldLastReport(true);

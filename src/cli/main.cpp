@@ -61,6 +61,11 @@ sets, 7z and split 7z sets by ".001", gz, bz2, tar, tgz, tbz2, iso):
                            (they are skipped)
                            The exit code is 0 with hits, 1 with none or when Ctrl+C
                            stopped the search (the hits until then are printed)
+  --encoding NAME          (list, extract, test) read the entry names that are not marked
+                           as UTF-8 in code page NAME instead of the one detected from
+                           the names: utf-8, cp437, cp850, cp852, cp866, cp1250, cp1251,
+                           cp1252, gbk, gb18030, big5, shift_jis, euc-kr or another
+                           ICU converter name
 
 Defaults come from the settings file that the program shares with Vela-ZIP Archiver
 ($XDG_CONFIG_HOME/Vela Systems/Vela-ZIP Archiver/velazip.ini, made when missing): the

@@ -200,6 +200,34 @@ private Q_SLOTS:
         QCOMPARE(shown, lines);
     }
 
+    // --encoding names the code page of names without the UTF-8 flag, for one run.
+    void encodingOption_data() {
+        QTest::addColumn<QStringList>("args");  // @ZIP@ a zip of one CP866 name
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("output");
+        QTest::newRow("detected") << QStringList{"list", "@ZIP@"} << 0 << "Отчёт.txt\n";
+        QTest::newRow("chosen") << QStringList{"list", "--encoding", "cp1251", "@ZIP@"} << 0
+                                << "Ћвзсв.txt\n";
+        QTest::newRow("chosen for a test")
+            << QStringList{"test", "--encoding=ibm-866", "@ZIP@"} << 0 << "@ZIP@: OK\n";
+        QTest::newRow("unknown") << QStringList{"extract", "--encoding", "klingon", "@ZIP@", "d"}
+                                 << 2 << "unknown encoding \"klingon\"";
+    }
+    void encodingOption() {
+        QFETCH(QStringList, args);
+        QFETCH(int, exitCode);
+        QFETCH(QString, output);
+        vzt::ZipItem item{QByteArray::fromPercentEncoding("%8E%E2%E7%F1%E2.txt"), "x"};
+        item.utf8Flag = false;
+        const QString zip = m_dir.filePath("cp866.zip");
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip({item})));
+        args.replaceInStrings("@ZIP@", zip);
+        const auto r = Cli(args);
+        QCOMPARE(r.exitCode, exitCode);
+        QVERIFY2(QString::fromUtf8(r.output).contains(output.replace("@ZIP@", zip)),
+                 r.output.constData());
+    }
+
     // The settings give the defaults; options override them for one run.
     void extractFollowsSettingsAndOptions() {
         const QString out = m_dir.filePath("x1");

@@ -106,6 +106,25 @@ private Q_SLOTS:
         QCOMPARE(Names(zip), (QStringList{"src", "src/empty", "src/empty/a.txt", "src/new/inner"}));
     }
 
+    // A renamed entry of a zip whose names are in a code page is written as UTF-8 (flagged);
+    // the other entries keep their bytes.
+    void renameInCodePageZip() {
+        const QString zip = m_dir.filePath("cp866.zip");
+        std::vector<vzt::ZipItem> items{
+            {QByteArray::fromPercentEncoding("%8E%E2%E7%F1%E2.txt"), "a"},
+            {QByteArray::fromPercentEncoding("%8F%AB%A0%AD.txt"), "b"}};
+        for (vzt::ZipItem& i : items)
+            i.utf8Flag = false;
+        QVERIFY(vzt::WriteAll(zip, vzt::StoredZip(items)));
+        QCOMPARE(Cli({"rename", zip + "/План.txt", "Смета.txt"}).exitCode, 0);
+        QCOMPARE(Tested(zip), QString());
+        QCOMPARE(Names(zip), (QStringList{"Отчёт.txt", "Смета.txt"}));
+        const QByteArray bytes = vzt::ReadAll(zip);
+        QCOMPARE(bytes.count(items[0].name), 2);  // local header and central directory
+        QCOMPARE(bytes.count(items[1].name), 0);
+        QCOMPARE(bytes.count(QString("Смета.txt").toUtf8()), 2);
+    }
+
     void optionsReachTheArchive() {
         const QString zip = m_dir.filePath("o.zip");
         QCOMPARE(

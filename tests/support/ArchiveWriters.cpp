@@ -38,8 +38,8 @@ QByteArray StoredZip(const std::vector<ZipItem>& items) {
         Put32(local, size);
         Put32(local, size);
         Put16(local, static_cast<quint32>(item.name.size()));
-        Put16(local, 0);
-        out += local + item.name + item.data;
+        Put16(local, static_cast<quint32>(item.extra.size()));
+        out += local + item.name + item.extra + item.data;
 
         QByteArray central;
         Put32(central, 0x02014b50);
@@ -53,13 +53,13 @@ QByteArray StoredZip(const std::vector<ZipItem>& items) {
         Put32(central, size);
         Put32(central, size);
         Put16(central, static_cast<quint32>(item.name.size()));
-        Put16(central, 0);
+        Put16(central, static_cast<quint32>(item.extra.size()));
         Put16(central, 0);
         Put16(central, 0);
         Put16(central, 0);
         Put32(central, item.externalAttributes);
         Put32(central, offset);
-        directory += central + item.name;
+        directory += central + item.name + item.extra;
     }
     const quint32 cdOffset = static_cast<quint32>(out.size());
     out += directory;

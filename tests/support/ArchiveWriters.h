@@ -16,6 +16,7 @@ struct ZipItem {
     quint8 madeBy = 3;                            // 3 Unix, 0 MS-DOS
     qint64 declaredSize = -1;                     // >= 0: the size the headers claim
     bool utf8Flag = true;
+    QByteArray extra;  // extra fields, in the local header and the central directory alike
 };
 QByteArray StoredZip(const std::vector<ZipItem>& items);
 

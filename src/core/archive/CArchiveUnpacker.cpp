@@ -20,6 +20,7 @@
 #include "archive/DestinationWriter.h"
 #include "archive/EntryList.h"
 #include "archive/LibarchiveSession.h"
+#include "archive/NameEncoding.h"
 #include "archive/ToolEngine.h"
 #include "archive/ZipDirectory.h"
 #include "archive/ZipEntryData.h"
@@ -260,6 +261,10 @@ struct CArchiveUnpacker::Impl {
     std::unique_ptr<SevenZipTool> sevenZip;
     std::unique_ptr<UnarEntryReader> unar;
     bool headersEncrypted = false;  // libarchive's first header failed on encryption
+    // How the names were decoded, and the count of the user's choices then: a new choice for
+    // this archive lists it again.
+    EntryNameDecoding names;
+    quint64 choicesSeen = 0;
 
     explicit Impl(CArchiveUnpacker* owner) : q(owner) {}
 
@@ -374,15 +379,24 @@ struct CArchiveUnpacker::Impl {
     }
 
     bool EnsureListed() {
+        if (listed && choicesSeen != NameEncodings::ChoiceSerial()) {
+            choicesSeen = NameEncodings::ChoiceSerial();
+            QString now;
+            if (NameEncodings::Known(q->m_path, &now) && now != names.encoding) {
+                listed = false;
+                entries.clear();
+            }
+        }
         if (listed)
             return true;
         if (!open)
             return Fail(QStringLiteral("No archive is open."));
+        choicesSeen = NameEncodings::ChoiceSerial();
         if (sevenZip)
             return ListWithSevenZipTool();
         if (traits->listWithLibzip && volumes.size() == 1) {
             QString err;
-            if (ListZipDirectory(volumes.first(), &entries, &err, StopPoll()))
+            if (ListZipDirectory(volumes.first(), &entries, &err, StopPoll(), &names))
                 return listed = true;
             if (stopped)
                 return Fail(QStringLiteral("The listing was stopped."));
@@ -436,8 +450,15 @@ struct CArchiveUnpacker::Impl {
         entries = std::move(sevenZip->Listing());
         return listed = true;
     }
-    bool ListWithLibarchive() {
+    // Names that are not valid UTF-8 are decoded by the archive's code page; when that is not
+    // decided yet, they are all read first and the listing is read again once it is.
+    bool ListWithLibarchive(bool decideNames = true) {
         entries.clear();
+        QString known;
+        const bool decided = NameEncodings::Known(q->m_path, &known);
+        if (decided)
+            names.encoding = known;
+        QSet<QByteArray> undecided;
         LibarchiveSession s;
         QString err;
         if (!s.Open(volumes, *traits, nullptr, &err))
@@ -479,7 +500,9 @@ struct CArchiveUnpacker::Impl {
                 if (archiveMethod.isEmpty() && traits->formats == FamilyTraits::Formats::Cab)
                     archiveMethod = CabinetMethod(volumes.first());
             }
-            ConvertedHeader c = ConvertHeader(h, *traits);
+            ConvertedHeader c = ConvertHeader(h, *traits, names);
+            if (c.undecided && !decided)
+                undecided.insert(QByteArray(archive_entry_pathname(h)));
             MarkEncrypted(headerIndex, c.entry.info);
             if (!c.entry.info.isFolder && !archiveMethod.isEmpty())
                 c.entry.info.method = archiveMethod;
@@ -505,7 +528,23 @@ struct CArchiveUnpacker::Impl {
             if (entries.size() > kMaxEntries)
                 return Fail(QStringLiteral("The archive %1 holds too many entries.").arg(Where()));
         }
+        if (!decided) {
+            names.encoding = NameEncodings::Resolve(q->m_path, undecided.values());
+            if (!undecided.isEmpty() && decideNames)
+                return ListWithLibarchive(false);
+        }
         return true;
+    }
+
+    // A pass decodes names as the listing does: the listing decides them when nothing else
+    // has (and, for a zip, tells which names lack the UTF-8 flag).
+    void DecideNames() {
+        QString known;
+        if (listed || traits->listWithLibzip || !NameEncodings::Known(q->m_path, &known))
+            EnsureListed();
+        else
+            names.encoding = known;
+        q->m_error.clear();
     }
 
     // Several entries may carry the same name (without regard to case): the one that a
@@ -684,7 +723,7 @@ struct CArchiveUnpacker::Impl {
                 break;
             }
             ++index;
-            ConvertedHeader c = ConvertHeader(h, *traits);
+            ConvertedHeader c = ConvertHeader(h, *traits, names);
             ARCHIVEFILEFULLINFO& info = c.entry.info;
             MarkEncrypted(static_cast<size_t>(index), info);
             if (IsStream() && !tarInside) {
@@ -1017,6 +1056,7 @@ struct CArchiveUnpacker::Impl {
         if (!open)
             return Fail(QStringLiteral("No archive is open."));
         sel.virtualPrefix = tarInside ? streamName : QString();
+        DecideNames();
         if (sel.kind == Selection::Kind::File) {
             if (EnsureListed())
                 sel.filesBeforeWinner = FilesBeforeWinner(sel.inner);
@@ -1127,8 +1167,10 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     // A zip archive is listed from its central directory at once; that also proves it is
     // one. Other families (and zips that libzip rejects) read their first header.
     d->stopped = false;
+    d->names = EntryNameDecoding{};
+    d->choicesSeen = NameEncodings::ChoiceSerial();
     bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
-              ListZipDirectory(path, &d->entries, &err, d->StopPoll());
+              ListZipDirectory(path, &d->entries, &err, d->StopPoll(), &d->names);
     d->listed = ok;
     if (!ok && d->stopped)
         d->Fail(QStringLiteral("The listing was stopped."));

@@ -522,40 +522,13 @@ qint64 LibarchiveSession::Consumed() const {
     return m_archive ? archive_filter_bytes(m_archive, -1) : 0;
 }
 
-QString DecodeEntryName(const char* utf8, const char* raw) {
-    if (utf8)
-        return QString::fromUtf8(utf8);
-    if (!raw)
-        return QString();
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString asUtf8 = decoder(QByteArray(raw));
-    if (!decoder.hasError())
-        return asUtf8;
-    // Code page 437, the zip default for names without the UTF-8 flag.
-    static const char16_t kHigh[128] = {
-        0x00C7, 0x00FC, 0x00E9, 0x00E2, 0x00E4, 0x00E0, 0x00E5, 0x00E7, 0x00EA, 0x00EB, 0x00E8,
-        0x00EF, 0x00EE, 0x00EC, 0x00C4, 0x00C5, 0x00C9, 0x00E6, 0x00C6, 0x00F4, 0x00F6, 0x00F2,
-        0x00FB, 0x00F9, 0x00FF, 0x00D6, 0x00DC, 0x00A2, 0x00A3, 0x00A5, 0x20A7, 0x0192, 0x00E1,
-        0x00ED, 0x00F3, 0x00FA, 0x00F1, 0x00D1, 0x00AA, 0x00BA, 0x00BF, 0x2310, 0x00AC, 0x00BD,
-        0x00BC, 0x00A1, 0x00AB, 0x00BB, 0x2591, 0x2592, 0x2593, 0x2502, 0x2524, 0x2561, 0x2562,
-        0x2556, 0x2555, 0x2563, 0x2551, 0x2557, 0x255D, 0x255C, 0x255B, 0x2510, 0x2514, 0x2534,
-        0x252C, 0x251C, 0x2500, 0x253C, 0x255E, 0x255F, 0x255A, 0x2554, 0x2569, 0x2566, 0x2560,
-        0x2550, 0x256C, 0x2567, 0x2568, 0x2564, 0x2565, 0x2559, 0x2558, 0x2552, 0x2553, 0x256B,
-        0x256A, 0x2518, 0x250C, 0x2588, 0x2584, 0x258C, 0x2590, 0x2580, 0x03B1, 0x00DF, 0x0393,
-        0x03C0, 0x03A3, 0x03C3, 0x00B5, 0x03C4, 0x03A6, 0x0398, 0x03A9, 0x03B4, 0x221E, 0x03C6,
-        0x03B5, 0x2229, 0x2261, 0x00B1, 0x2265, 0x2264, 0x2320, 0x2321, 0x00F7, 0x2248, 0x00B0,
-        0x2219, 0x00B7, 0x221A, 0x207F, 0x00B2, 0x25A0, 0x00A0};
-    QString out;
-    for (const char* p = raw; *p; ++p) {
-        const unsigned char c = static_cast<unsigned char>(*p);
-        out += c < 128 ? QChar(c) : QChar(kHigh[c - 128]);
-    }
-    return out;
-}
-
-ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
+ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits,
+                              const EntryNameDecoding& names) {
     ConvertedHeader c;
-    c.rawName = DecodeEntryName(archive_entry_pathname_utf8(h), archive_entry_pathname(h));
+    const char* rawPath = archive_entry_pathname(h);
+    const char* utf8Path = archive_entry_pathname_utf8(h);
+    c.undecided = rawPath && !utf8Path;
+    c.rawName = names.Decode(utf8Path, rawPath);
     const NormalisedName n = NormaliseEntryName(c.rawName);
     ARCHIVEFILEFULLINFO& info = c.entry.info;
     info.path = n.path;
@@ -568,11 +541,11 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits) {
     info.isFolder = type == AE_IFDIR || n.trailingSlash;
     info.isSymlink = type == AE_IFLNK;
     if (info.isSymlink) {
-        info.linkTarget = DecodeEntryName(archive_entry_symlink_utf8(h), archive_entry_symlink(h));
+        info.linkTarget = names.Decode(archive_entry_symlink_utf8(h), archive_entry_symlink(h));
     }
     if (const char* link = archive_entry_hardlink(h)) {
         const NormalisedName target =
-            NormaliseEntryName(DecodeEntryName(archive_entry_hardlink_utf8(h), link));
+            NormaliseEntryName(names.Decode(archive_entry_hardlink_utf8(h), link));
         c.hardlinkTarget = target.path;
         c.hardlinkUnsafe = target.Unsafe() || target.path.isEmpty();
     }

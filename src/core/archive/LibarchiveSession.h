@@ -9,6 +9,7 @@
 #include <string>
 
 #include "archive/EntryList.h"
+#include "archive/NameEncoding.h"
 #include "common/OperationObserver.h"
 
 struct archive;
@@ -124,11 +125,10 @@ struct ConvertedHeader {
     QString rawName;
     QString hardlinkTarget;  // normalised inner path of a hard link's target, empty if none
     bool hardlinkUnsafe = false;
+    bool undecided = false;  // the name is not valid UTF-8: its code page decides
 };
-ConvertedHeader ConvertHeader(archive_entry* header, const FamilyTraits& traits);
-
-// An entry name as text: libarchive's UTF-8 form, else the raw bytes as UTF-8 when valid,
-// else read as code page 437 (the zip default).
-QString DecodeEntryName(const char* utf8, const char* raw);
+// Names are decoded as `names` says (archive/NameEncoding.h).
+ConvertedHeader ConvertHeader(archive_entry* header, const FamilyTraits& traits,
+                              const EntryNameDecoding& names);
 
 }  // namespace vz

@@ -7,10 +7,12 @@
 #include <zlib.h>
 #include <QFile>
 #include <QHash>
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 
 #include "archive/LibarchiveSession.h"
+#include "archive/NameEncoding.h"
 
 // The central directory is read directly: one read of the directory, one pass over its
 // records, every length checked against the bytes that are really there. Offsets are taken
@@ -140,10 +142,53 @@ bool Fail(QString* error, const char* why) {
     return false;
 }
 
+// The name that a Unicode path extra field (0x7075) gives an entry without the UTF-8 flag:
+// only while its CRC matches the name's bytes (else the name was changed by a tool that did
+// not know the field, and the bytes are newer).
+bool UnicodePathName(const uchar* name, int nameLength, const uchar* extra, int extraLength,
+                     QString* out) {
+    for (const uchar* x = extra; x + 4 <= extra + extraLength;) {
+        const quint16 id = U16(x), length = U16(x + 2);
+        const uchar* data = x + 4;
+        if (data + length > extra + extraLength)
+            return false;
+        if (id == 0x7075 && length >= 5 && data[0] == 1) {
+            const quint32 nameCrc = static_cast<quint32>(
+                crc32(0, reinterpret_cast<const Bytef*>(name), static_cast<uInt>(nameLength)));
+            if (U32(data + 1) != nameCrc)
+                return false;
+            *out = QString::fromUtf8(reinterpret_cast<const char*>(data + 5), length - 5);
+            return true;
+        }
+        x = data + length;
+    }
+    return false;
+}
+
+// The names whose code page is to be decided: without the UTF-8 flag, not ASCII, and not
+// named by a Unicode path extra field. Stops quietly at damage (the listing reports it).
+QSet<QByteArray> UndecidedNames(const uchar* p, const uchar* end, quint64 count) {
+    QSet<QByteArray> names;
+    QString unused;
+    for (quint64 n = 0; n < count && end - p >= kCentralSize && U32(p) == kCentralSig; ++n) {
+        const int nameLength = U16(p + 28), extraLength = U16(p + 30);
+        const qint64 recordLength = kCentralSize + nameLength + extraLength + U16(p + 32);
+        if (end - p < recordLength)
+            break;
+        const uchar* name = p + kCentralSize;
+        if (!(U16(p + 8) & 0x0800) &&
+            std::any_of(name, name + nameLength, [](uchar c) { return c & 0x80; }) &&
+            !UnicodePathName(name, nameLength, name + nameLength, extraLength, &unused))
+            names.insert(QByteArray(reinterpret_cast<const char*>(name), nameLength));
+        p += recordLength;
+    }
+    return names;
+}
+
 }  // namespace
 
 bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QString* error,
-                      const std::function<bool()>& stop) {
+                      const std::function<bool()>& stop, EntryNameDecoding* decoding) {
     entries->clear();
     File file(path);
     if (!file.Ok())
@@ -196,6 +241,9 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
 
     const uchar* p = reinterpret_cast<const uchar*>(cd.constData());
     const uchar* end = p + cd.size();
+    EntryNameDecoding names;
+    names.codePageNames = UndecidedNames(p, end, count);
+    names.encoding = NameEncodings::Resolve(path, names.codePageNames.values());
     entries->reserve(static_cast<size_t>(std::min<quint64>(count, cdSize / kCentralSize)));
     DosTimeConverter times;
     constexpr quint64 kStopPollEntries = 4096;
@@ -223,9 +271,11 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
 
         ListedEntry le;
         ARCHIVEFILEFULLINFO& info = le.info;
-        QString rawName = (flags & 0x0800)
-                              ? QString::fromUtf8(name, nameLength)
-                              : DecodeEntryName(nullptr, QByteArray(name, nameLength).constData());
+        QString rawName;
+        if (flags & 0x0800)
+            rawName = QString::fromUtf8(name, nameLength);
+        else if (!UnicodePathName(p + kCentralSize, nameLength, extra, extraLength, &rawName))
+            rawName = DecodeNameBytes(QByteArray::fromRawData(name, nameLength), names.encoding);
         FileTime mtime = times.Convert(dosDate, dosTime);
         bool aesWithoutCrc = false;
         // Extra fields: zip64 sizes, the exact modification time, the Unicode name, AES.
@@ -244,12 +294,6 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
                     localHeader = U64(f), f += 8;
             } else if (id == 0x5455 && length >= 5 && (data[0] & 1)) {
                 mtime = FileTime::FromUnix(static_cast<qint32>(U32(data + 1)));
-            } else if (id == 0x7075 && length >= 5 && data[0] == 1 && !(flags & 0x0800)) {
-                const quint32 nameCrc = static_cast<quint32>(
-                    crc32(0, reinterpret_cast<const Bytef*>(name), static_cast<uInt>(nameLength)));
-                if (U32(data + 1) == nameCrc)
-                    rawName =
-                        QString::fromUtf8(reinterpret_cast<const char*>(data + 5), length - 5);
             } else if (id == 0x9901 && length >= 7) {
                 info.encryption = EncryptionName(data[4]);
                 method = U16(data + 5);
@@ -290,6 +334,8 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
         entries->push_back(std::move(le));
         p += recordLength;
     }
+    if (decoding)
+        *decoding = std::move(names);
     return true;
 }
 

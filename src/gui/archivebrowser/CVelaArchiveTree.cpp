@@ -1,6 +1,7 @@
 #include "archivebrowser/CVelaArchiveTree.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDir>
@@ -15,6 +16,7 @@
 #include "archive/ArchiveFamily.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archive/EntryList.h"
+#include "archive/NameEncoding.h"
 #include "archive/packer/CZipPacker.h"
 #include "archivebrowser/CArchiveAdding.h"
 #include "archivebrowser/CArchiveEditing.h"
@@ -536,7 +538,69 @@ void CVelaArchiveTree::contextMenuEvent(QContextMenuEvent* event) {
     CVelaClipboard::AddRoute(&menu, this, QStringLiteral("Unpack to"));
     menu.addSeparator();
     menu.addActions({m_rename, m_delete, m_createFolder, m_find, m_properties, m_email});
+    AddNameEncodingMenu(&menu, currentIndex());
     menu.exec(event->globalPos());
+}
+
+QModelIndex CVelaArchiveTree::ArchiveItemOf(const QModelIndex& item) const {
+    QModelIndex at = item;
+    while (at.isValid() && TreeModel()->Kind(at) != kDiskArchive) {
+        at = at.parent();
+    }
+    return at;
+}
+
+void CVelaArchiveTree::AddNameEncodingMenu(QMenu* menu, const QModelIndex& item) {
+    const QModelIndex archive = ArchiveItemOf(item);
+    if (!archive.isValid()) {
+        return;
+    }
+    const QString path = PathOfItem(archive);
+    const QString detected = vz::NameEncodings::Detected(path);
+    const QString choice = vz::NameEncodings::Choice(path);
+    const QString current = !choice.isEmpty()    ? choice
+                            : detected.isEmpty() ? QStringLiteral("UTF-8")
+                                                 : detected;
+    menu->addSeparator();
+    QMenu* sub = menu->addMenu(QStringLiteral("Name &Encoding"));
+    auto* group = new QActionGroup(sub);
+    const QPersistentModelIndex target(archive);
+    const auto add = [&](const QString& id, const QString& label) {
+        QAction* action = sub->addAction(label);
+        action->setCheckable(true);
+        action->setChecked(id == current);
+        group->addAction(action);
+        connect(action, &QAction::triggered, this,
+                [this, target, id] { SetNameEncoding(target, id); });
+    };
+    // The detected code page first, then every other one.
+    if (!detected.isEmpty()) {
+        add(detected, QStringLiteral("%1 (detected)").arg(vz::NameEncodingLabel(detected)));
+        sub->addSeparator();
+    }
+    for (const vz::NameEncodingOption& option : vz::OfferedNameEncodings()) {
+        if (option.id != detected) {
+            add(option.id, option.label);
+        }
+    }
+    if (!choice.isEmpty() && vz::NameEncodingLabel(choice) == choice && choice != detected) {
+        add(choice, choice);  // a code page chosen elsewhere (velazip-cli names any)
+    }
+}
+
+void CVelaArchiveTree::SetNameEncoding(const QModelIndex& archive, const QString& encoding) {
+    if (!archive.isValid()) {
+        return;
+    }
+    vz::NameEncodings::SetChoice(PathOfItem(archive), encoding);
+    // The archive's entries are listed again under their new names; what was selected
+    // inside may no longer exist.
+    setCurrentIndex(archive);
+    if (isExpanded(archive)) {
+        RefreshItem(archive);
+    } else {
+        expand(archive);
+    }
 }
 
 // ---- Editing inside zip archives, and properties ----

@@ -30,6 +30,7 @@ class CArchiveAdding;
 class CArchiveEditing;
 class CArchiveUnpacking;
 class QAction;
+class QMenu;
 
 class CVelaArchiveTree : public CVelaDragDropTree, public IItemListener {
     Q_OBJECT
@@ -80,6 +81,12 @@ public:
     CommandState CommandStateOf(const QModelIndex& item) const;
     // The action of a context-menu command (vz::cmd ids 32876 to 32880 and 32904).
     QAction* Command(int id) const;
+
+    // The code page of the entry names of `archive`, an archive item (archive/NameEncoding.h):
+    // the user's choice for the rest of the session; the archive is listed again at once.
+    void SetNameEncoding(const QModelIndex& archive, const QString& encoding);
+    // The archive item that holds `item` (itself for an archive), or an invalid index.
+    QModelIndex ArchiveItemOf(const QModelIndex& item) const;
 
     // The commands, on the selected item.
     void OnRename();
@@ -156,6 +163,9 @@ private:
     QIcon IconFor(const QModelIndex& item) const;
     void OnCurrentChanged(const QModelIndex& current);
     void UpdateCommands();
+    // The "Name Encoding" submenu of the archive that holds `item`: the detected code page
+    // first, then the others, the current one checked.
+    void AddNameEncodingMenu(QMenu* menu, const QModelIndex& item);
 
     QStringList m_extensions;
     QString m_rootPath;

@@ -267,8 +267,15 @@ struct CZipPacker::Impl : public vz::IPackSink {
     }
 
     vz::ZipNameIndex& Names() {
-        if (!names.Built())
-            names.Build(za);
+        if (!names.Built()) {
+            // Entries are matched by the names the listing shows: decoded alike.
+            vz::EntryNameDecoding decoding;
+            std::vector<vz::ListedEntry> listed;
+            QString unused;
+            if (!createPending)
+                vz::ListZipDirectory(ioPath, &listed, &unused, {}, &decoding);
+            names.Build(za, decoding);
+        }
         return names;
     }
 

@@ -44,18 +44,25 @@ void ZipNameIndex::Clear() {
     m_filesAnyCase.clear();
 }
 
-void ZipNameIndex::Build(zip_t* za) {
+void ZipNameIndex::Build(zip_t* za, const EntryNameDecoding& decoding) {
     Clear();
     const zip_int64_t count = zip_get_num_entries(za, 0);
     m_entries.reserve(static_cast<size_t>(std::max<zip_int64_t>(count, 0)));
     m_files.reserve(static_cast<qsizetype>(count));
     for (zip_int64_t i = 0; i < count; ++i) {
-        const char* raw = zip_get_name(za, static_cast<zip_uint64_t>(i), 0);
+        const char* raw = zip_get_name(za, static_cast<zip_uint64_t>(i), ZIP_FL_ENC_RAW);
         if (!raw)
             continue;  // deleted
+        // Names without the UTF-8 flag in the archive's code page, as the listing reads them;
+        // the others (flagged, or named by a Unicode path field) as libzip gives them.
+        const QByteArray bytes = QByteArray::fromRawData(raw, qstrlen(raw));
+        const QString text =
+            decoding.codePageNames.contains(bytes)
+                ? DecodeNameBytes(bytes, decoding.encoding)
+                : QString::fromUtf8(zip_get_name(za, static_cast<zip_uint64_t>(i), 0));
         // Names that the listing leaves out (absolute, or climbing out with "..") name no
         // entry here either: no edit reaches them, and they stay as they are.
-        const NormalisedName name = NormaliseEntryName(QString::fromUtf8(raw));
+        const NormalisedName name = NormaliseEntryName(text);
         if (name.Unsafe() || name.path.isEmpty())
             continue;
         Entry entry;

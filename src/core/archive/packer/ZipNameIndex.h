@@ -19,6 +19,8 @@
 #include <QString>
 #include <vector>
 
+#include "archive/NameEncoding.h"
+
 namespace vz {
 
 class ZipNameIndex {
@@ -35,7 +37,9 @@ public:
         AnyCase,
     };
 
-    void Build(zip_t* za);
+    // `decoding`: the archive's code page and its names without the UTF-8 flag, as the
+    // listing found them (ListZipDirectory).
+    void Build(zip_t* za, const EntryNameDecoding& decoding);
     bool Built() const { return m_built; }
     void Clear();
 
