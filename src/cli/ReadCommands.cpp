@@ -209,7 +209,7 @@ int List(Args args) {
             out += size;
             AppendTime(out, e.modified);
             out += ' ';
-            out += e.path.toUtf8();
+            out += vz::platform::DisplayPath(e.path).toUtf8();
             out += '\n';
         }
         fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
@@ -232,9 +232,9 @@ int List(Args args) {
     }
     QByteArray out;
     for (const ArchiveLevelFolder& f : level.folders)
-        out += f.name.toUtf8() + "/\n";
+        out += vz::platform::DisplayPath(f.name).toUtf8() + "/\n";
     for (const QString& f : level.files)
-        out += f.toUtf8() + '\n';
+        out += vz::platform::DisplayPath(f).toUtf8() + '\n';
     fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
     return kOk;
 }

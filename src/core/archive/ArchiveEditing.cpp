@@ -2,12 +2,14 @@
 
 #include "common/InnerPath.h"
 #include "common/Texts.h"
+#include "platform/FileSystem.h"
 
 namespace vz::archiveedit {
 
 fileops::RenameCheck CheckEntryName(const QString& oldInnerPath, const QString& typedName) {
     fileops::RenameCheck check;
-    check.verdict = fileops::CheckTypedName(typedName, &check.newName);
+    // The label shows bytes that are not UTF-8 escaped; typed so, they are those bytes.
+    check.verdict = fileops::CheckTypedName(platform::PathFromDisplay(typedName), &check.newName);
     if (check.verdict != fileops::RenameVerdict::Rename)
         return check;
     check.newPath = JoinPath(ParentPath(oldInnerPath), check.newName);

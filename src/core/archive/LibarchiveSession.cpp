@@ -9,7 +9,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
-#include <QStringDecoder>
 #include <algorithm>
 #include <limits>
 #include <mutex>
@@ -108,8 +107,8 @@ void CollectOldStyleRarParts(const QString& path, QStringList* volumes, QString*
 
 // The size a complete 7z set must have, from the signature header of its first volume.
 qint64 Expected7zSize(const QString& firstVolume) {
-    QFile f(firstVolume);
-    if (!f.open(QIODevice::ReadOnly))
+    QFile f;
+    if (!platform::OpenForReading(f, firstVolume))
         return -1;
     const QByteArray h = f.read(32);
     if (h.size() < 32 || !h.startsWith(QByteArray("7z\xBC\xAF\x27\x1C", 6)))
@@ -173,8 +172,8 @@ QString FilterMethodName(int filterCode) {
 }
 
 QString CabinetMethod(const QString& path) {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
+    QFile f;
+    if (!platform::OpenForReading(f, path))
         return QString();
     // The header, its reserved area and the folder records lie in the first few KiB.
     const QByteArray h = f.read(64 * 1024);
@@ -251,8 +250,8 @@ Rar5Encryption ScanRar5Encryption(const QStringList& volumes) {
     constexpr size_t kMaxScanned = 50'000'000;
     Rar5Encryption found;
     for (const QString& volume : volumes) {
-        QFile f(volume);
-        if (!f.open(QIODevice::ReadOnly))
+        QFile f;
+        if (!platform::OpenForReading(f, volume))
             return found;
         // A self-extracting archive has its signature after the program.
         const qint64 start = f.peek(1 << 20).indexOf(kSignature);
@@ -492,8 +491,8 @@ bool LibarchiveSession::Open(const QStringList& volumes, const FamilyTraits& tra
 }
 
 int LeadingFilter(const QString& path) {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
+    QFile f;
+    if (!platform::OpenForReading(f, path))
         return 0;
     const QByteArray head = f.read(6);
     struct Magic {

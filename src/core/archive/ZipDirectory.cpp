@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <zlib.h>
-#include <QFile>
 #include <QHash>
 #include <algorithm>
 #include <cstring>
@@ -13,6 +12,7 @@
 
 #include "archive/LibarchiveSession.h"
 #include "archive/NameEncoding.h"
+#include "platform/FileSystem.h"
 
 // The central directory is read directly: one read of the directory, one pass over its
 // records, every length checked against the bytes that are really there. Offsets are taken
@@ -71,7 +71,7 @@ quint64 U64(const uchar* p) {
 class File {
 public:
     explicit File(const QString& path)
-        : m_fd(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC)) {}
+        : m_fd(open(platform::EncodePath(path).constData(), O_RDONLY | O_CLOEXEC)) {}
     ~File() {
         if (m_fd >= 0)
             close(m_fd);

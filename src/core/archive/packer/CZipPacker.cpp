@@ -1066,10 +1066,10 @@ bool CZipPacker::RenameFile(const QString& oldInnerPath, const QString& newInner
                 QStringLiteral("Cannot rename %1 to %2: the archive %3 holds a file named %4.")
                     .arg(from, to, d->path, parent));
     }
-    const QByteArray name = target.toUtf8();
+    const StoredName name = StoredNameOf(target);
     if (!d->KeepParent(from, {static_cast<size_t>(pos)}, {target}) ||
-        zip_file_rename(d->za, static_cast<zip_uint64_t>(entry), name.constData(),
-                        ZIP_FL_ENC_UTF_8) != 0) {
+        zip_file_rename(d->za, static_cast<zip_uint64_t>(entry), name.bytes.constData(),
+                        name.flags) != 0) {
         const QString message =
             d->error.isEmpty() ? d->LibzipFailure(QStringLiteral("rename %1").arg(from)) : d->error;
         d->Discard();
@@ -1133,8 +1133,8 @@ bool CZipPacker::RenameFolder(const QString& oldInnerPath, const QString& newInn
             e.path.mid(from.size());
         if (e.folder)
             target += QLatin1Char('/');
-        const QByteArray name = target.toUtf8();
-        ok = zip_file_rename(d->za, e.index, name.constData(), ZIP_FL_ENC_UTF_8) == 0;
+        const StoredName name = StoredNameOf(target);
+        ok = zip_file_rename(d->za, e.index, name.bytes.constData(), name.flags) == 0;
     }
     if (!ok) {
         const QString message =
