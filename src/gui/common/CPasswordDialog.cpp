@@ -5,6 +5,8 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
+#include "platform/FileSystem.h"
+
 CPasswordDialog::CPasswordDialog(QWidget* parent)
     : QDialog(parent),
       m_archive(new QLabel(this)),
@@ -32,10 +34,14 @@ CPasswordDialog::CPasswordDialog(QWidget* parent)
 
 void CPasswordDialog::SetQuestion(const QString& archivePath, const QString& entryPath,
                                   bool retry) {
-    m_archive->setText(QStringLiteral("Archive: ") + archivePath);
+    m_archive->setText(QStringLiteral("Archive: ") + vz::platform::DisplayPath(archivePath));
+    // An archive whose names are encrypted asks before any entry is known.
     m_entry->setText(QStringLiteral("File: ") + entryPath);
+    m_entry->setVisible(!entryPath.isEmpty());
     m_prompt->setText(retry ? QStringLiteral("The password is not correct. Enter the password:")
-                            : QStringLiteral("The file is encrypted. Enter the password:"));
+                      : entryPath.isEmpty()
+                          ? QStringLiteral("The archive is encrypted. Enter the password:")
+                          : QStringLiteral("The file is encrypted. Enter the password:"));
 }
 
 QString CPasswordDialog::Prompt() const {
