@@ -819,12 +819,7 @@ struct CArchiveUnpacker::Impl {
 
             // A file with data.
             if (writer) {
-                ItemFacts incoming;
-                incoming.path = info.path;
-                incoming.size = info.size;
-                incoming.sizeKnown = info.sizeKnown;
-                incoming.modified = info.modified;
-                incoming.attributes = info.attributes;
+                const ItemFacts incoming = IncomingFacts(info);
                 const auto res = writer->BeginFile(comps, incoming);
                 if (res == DestinationWriter::Result::Skipped) {
                     // The user kept the file that is there: the one file asked for was found.

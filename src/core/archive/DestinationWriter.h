@@ -11,10 +11,22 @@
 #include <QStringList>
 #include <ctime>
 
+#include "archive/ArchiveEntry.h"
 #include "common/OperationObserver.h"
 #include "platform/AtomicReplace.h"
 
 namespace vz {
+
+// What an overwrite question tells of the entry that would replace a file.
+inline ItemFacts IncomingFacts(const ARCHIVEFILEFULLINFO& info) {
+    ItemFacts f;
+    f.path = info.path;
+    f.size = info.size;
+    f.sizeKnown = info.sizeKnown;
+    f.modified = info.modified;
+    f.attributes = info.attributes;
+    return f;
+}
 
 class DestinationWriter {
 public:

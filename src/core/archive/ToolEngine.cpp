@@ -479,12 +479,7 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
                 take = false;  // an earlier engine of this unpack wrote it
             bool writing = take && job.writer && !info.isSymlink;
             if (writing) {
-                ItemFacts incoming;
-                incoming.path = info.path;
-                incoming.size = info.size;
-                incoming.sizeKnown = info.sizeKnown;
-                incoming.modified = info.modified;
-                incoming.attributes = info.attributes;
+                const ItemFacts incoming = IncomingFacts(info);
                 switch (job.writer->BeginFile(comps, incoming)) {
                     case DestinationWriter::Result::Ok:
                         break;
