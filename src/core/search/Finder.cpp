@@ -4,9 +4,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <QDateTime>
-#include <QFileInfo>
-
 #include "archive/ArchiveClassifier.h"
 #include "archive/ArchiveFamily.h"
 #include "archive/CArchiveUnpacker.h"
@@ -83,7 +80,7 @@ bool MatchesMask(const QString& mask, const QString& name) {
 }
 
 int FormatCode(const QString& path, const QStringList& recognisedExtensions) {
-    if (QFileInfo(path).isFile())
+    if (platform::ReadFacts(path).isFile)
         return FormatCodeOfFile(path, recognisedExtensions);
     const QString file = SplitArchivePath(path).archivePath;
     return file.isEmpty() ? ArchiveFamily::None : FormatCodeOfFile(file, recognisedExtensions);
@@ -116,13 +113,13 @@ void CFinder::FindArchives(const QString& startPath) {
     Start(mode);
     if (mode == Mode::None)
         return;
-    const QFileInfo start(startPath);
-    if (start.isDir()) {
+    const platform::FileFacts start = platform::ReadFacts(startPath);
+    if (start.isFolder) {
         Walk(startPath);
         return;
     }
     QString file = startPath;
-    if (!start.isFile()) {
+    if (!start.isFile) {
         // An item path inside an archive: the search looks at that archive, below the folder
         // that the path names.
         const ArchivePathParts parts = SplitArchivePath(startPath);
@@ -142,7 +139,7 @@ void CFinder::FindArchives(const QString& startPath) {
 
 void CFinder::FindFiles(const QString& folder) {
     Start(Mode::DiskFiles);
-    if (QFileInfo(folder).isDir())
+    if (platform::ReadFacts(folder).isFolder)
         Walk(folder);
 }
 
@@ -221,9 +218,9 @@ void CFinder::AddDiskFile(const QString& path, const QString& name) {
     if (!record.created.known) {
         // No birth time on this file system: the time of the last change of the file's
         // facts stands in, as it does in the file properties.
-        const QDateTime changed = QFileInfo(path).metadataChangeTime();
-        if (changed.isValid())
-            record.created = FileTime::FromUnix(changed.toSecsSinceEpoch());
+        struct stat st {};
+        if (::stat(platform::EncodePath(path).constData(), &st) == 0)
+            record.created = FileTime::FromUnix(st.st_ctime);
     }
     Add(record);
 }
