@@ -113,8 +113,10 @@ private Q_SLOTS:
         std::vector<vzt::ZipItem> items{
             {QByteArray::fromPercentEncoding("%8E%E2%E7%F1%E2.txt"), "a"},
             {QByteArray::fromPercentEncoding("%8F%AB%A0%AD.txt"), "b"}};
-        for (vzt::ZipItem& i : items)
+        for (vzt::ZipItem& i : items) {
             i.utf8Flag = false;
+            i.madeBy = 0;  // written on Windows
+        }
         QVERIFY(vzt::WriteAll(zip, vzt::StoredZip(items)));
         QCOMPARE(Cli({"rename", zip + "/План.txt", "Смета.txt"}).exitCode, 0);
         QCOMPARE(Tested(zip), QString());

@@ -544,7 +544,7 @@ bool Known(const QString& path, QString* encoding) {
     return Remembered(r, key, now, encoding);
 }
 
-QString Resolve(const QString& path, const QList<QByteArray>& names) {
+QString Resolve(const QString& path, const QList<QByteArray>& names, const QString& written) {
     Registry& r = TheRegistry();
     const QString key = Key(path);
     Detection d = Stamp(path);
@@ -554,7 +554,7 @@ QString Resolve(const QString& path, const QList<QByteArray>& names) {
         if (Remembered(r, key, d, &detected))
             return r.choices.value(key, detected);
     }
-    d.encoding = DetectNameEncoding(names);
+    d.encoding = written.isEmpty() || names.isEmpty() ? DetectNameEncoding(names) : written;
     QMutexLocker lock(&r.mutex);
     r.detections.insert(key, d);
     return r.choices.value(key, d.encoding);

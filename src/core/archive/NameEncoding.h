@@ -65,8 +65,10 @@ quint64 ChoiceSerial();
 // remembered for this file as it is now (size and time). False when neither is known.
 bool Known(const QString& path, QString* encoding);
 // The decision for the archive whose undecided names are `names`: the choice, else the
-// detection (remembered for the file as it is now, and for Detected).
-QString Resolve(const QString& path, const QList<QByteArray>& names);
+// detection (remembered for the file as it is now, and for Detected). `written` names the
+// encoding when the archive itself tells how its names were written: detection is skipped.
+QString Resolve(const QString& path, const QList<QByteArray>& names,
+                const QString& written = QString());
 // What detection found for the archive (remembered), whatever the user chose; empty when the
 // archive has not been listed since it last changed or has nothing to decide.
 QString Detected(const QString& path);

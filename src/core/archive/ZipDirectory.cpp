@@ -56,6 +56,8 @@ constexpr quint32 kZip64EndSig = 0x06064b50;
 constexpr quint32 kCentralSig = 0x02014b50;
 constexpr int kEndSize = 22;
 constexpr int kCentralSize = 46;
+// The system that wrote an entry, the high byte of its "version made by".
+constexpr uchar kHostUnix = 3;
 
 quint16 U16(const uchar* p) {
     return static_cast<quint16>(p[0] | (p[1] << 8));
@@ -167,8 +169,10 @@ bool UnicodePathName(const uchar* name, int nameLength, const uchar* extra, int 
 
 // The names whose code page is to be decided: without the UTF-8 flag, not ASCII, and not
 // named by a Unicode path extra field. Stops quietly at damage (the listing reports it).
-QSet<QByteArray> UndecidedNames(const uchar* p, const uchar* end, quint64 count) {
+// `fromUnix` tells whether every one of them was written on a Unix system.
+QSet<QByteArray> UndecidedNames(const uchar* p, const uchar* end, quint64 count, bool* fromUnix) {
     QSet<QByteArray> names;
+    *fromUnix = true;
     QString unused;
     for (quint64 n = 0; n < count && end - p >= kCentralSize && U32(p) == kCentralSig; ++n) {
         const int nameLength = U16(p + 28), extraLength = U16(p + 30);
@@ -178,8 +182,10 @@ QSet<QByteArray> UndecidedNames(const uchar* p, const uchar* end, quint64 count)
         const uchar* name = p + kCentralSize;
         if (!(U16(p + 8) & 0x0800) &&
             std::any_of(name, name + nameLength, [](uchar c) { return c & 0x80; }) &&
-            !UnicodePathName(name, nameLength, name + nameLength, extraLength, &unused))
+            !UnicodePathName(name, nameLength, name + nameLength, extraLength, &unused)) {
             names.insert(QByteArray(reinterpret_cast<const char*>(name), nameLength));
+            *fromUnix = *fromUnix && p[5] == kHostUnix;
+        }
         p += recordLength;
     }
     return names;
@@ -242,8 +248,13 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
     const uchar* p = reinterpret_cast<const uchar*>(cd.constData());
     const uchar* end = p + cd.size();
     EntryNameDecoding names;
-    names.codePageNames = UndecidedNames(p, end, count);
-    names.encoding = NameEncodings::Resolve(path, names.codePageNames.values());
+    // A Unix tool stores the file system's own bytes, which a Unix disk takes back as they
+    // are: such names keep their bytes (shown escaped where they are not UTF-8), so a name
+    // comes out of the archive as it went in. Names written elsewhere are in a code page.
+    bool fromUnix = false;
+    names.codePageNames = UndecidedNames(p, end, count, &fromUnix);
+    names.encoding = NameEncodings::Resolve(path, names.codePageNames.values(),
+                                            fromUnix ? QStringLiteral("UTF-8") : QString());
     entries->reserve(static_cast<size_t>(std::min<quint64>(count, cdSize / kCentralSize)));
     DosTimeConverter times;
     constexpr quint64 kStopPollEntries = 4096;
@@ -306,15 +317,15 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
         le.skip = nn.Unsafe() || nn.path.isEmpty();
         if (nn.Unsafe())
             le.refusedName = rawName;
-        const int opsys = madeBy >> 8;
-        if (opsys == 3)
+        const bool madeOnUnix = (madeBy >> 8) == kHostUnix;
+        if (madeOnUnix)
             info.unixMode = external >> 16;  // Unix
         info.attributes = external & 0xFF;
         info.isFolder = nn.trailingSlash || (info.attributes & kDosDirectory) ||
                         S_ISDIR(info.unixMode & S_IFMT);
         if (info.isFolder)
             info.attributes |= kDosDirectory;
-        info.isSymlink = opsys == 3 && S_ISLNK(info.unixMode & S_IFMT);
+        info.isSymlink = madeOnUnix && S_ISLNK(info.unixMode & S_IFMT);
         info.sizeKnown = info.packedSizeKnown = true;
         if (!info.isFolder) {
             info.size = size;

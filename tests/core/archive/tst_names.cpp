@@ -2,6 +2,7 @@
 // by the user), and listing and unpacking read every name alike, decoded before it is split
 // at "\".
 
+#include <sys/stat.h>
 #include <zlib.h>
 
 #include <QTemporaryDir>
@@ -14,6 +15,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archive/NameEncoding.h"
+#include "platform/FileSystem.h"
 
 Q_DECLARE_METATYPE(std::vector<vzt::ZipItem>)
 
@@ -24,9 +26,11 @@ QByteArray B(const char* escaped) {
     return QByteArray::fromPercentEncoding(escaped);
 }
 
+// A name as a Windows tool writes it: in a code page, without the flag.
 vzt::ZipItem Unflagged(const char* escaped) {
     vzt::ZipItem item{B(escaped), "x"};
     item.utf8Flag = false;
+    item.madeBy = 0;
     return item;
 }
 
@@ -156,6 +160,32 @@ private Q_SLOTS:
         QFETCH(QString, locale);
         QFETCH(QString, expected);
         QCOMPARE(vz::DetectNameEncoding(names, locale), expected);
+    }
+
+    // A Unix tool stores a disk name's own bytes: they come back as they went in. The same
+    // bytes written on Windows are in a code page.
+    void writingSystem_data() {
+        QTest::addColumn<int>("madeBy");
+        QTest::addColumn<QByteArray>("onDisk");
+        QTest::newRow("Unix") << 3 << B("caf%E9.txt");
+        QTest::newRow("Windows") << 0 << QString("café.txt").toUtf8();
+    }
+    void writingSystem() {
+        QFETCH(int, madeBy);
+        QFETCH(QByteArray, onDisk);
+        QTemporaryDir dir;
+        const QString path = dir.filePath("disk.zip");
+        vzt::ZipItem item = Unflagged("caf%E9.txt");
+        item.madeBy = static_cast<quint8>(madeBy);
+        QVERIFY(vzt::WriteAll(path, vzt::StoredZip({item})));
+        auto u = vz::CreateUnpacker(vz::ClassifyPath(path, vzt::AllExtensions()));
+        QVERIFY(u && vz::OpenForFamily(*u, path));
+        const std::vector<ARCHIVEFILEFULLINFO>* all = nullptr;
+        QVERIFY(u->AllEntries(all) && all->size() == 1);
+        QCOMPARE(all->front().path, vz::platform::DecodePath(onDisk));
+        QVERIFY(u->UnpackArchive(dir.filePath("out")));
+        struct stat st {};
+        QCOMPARE(lstat(QFile::encodeName(dir.filePath("out/")) + onDisk, &st), 0);
     }
 };
 
