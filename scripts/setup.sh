@@ -20,6 +20,9 @@ packages=(
     zip unzip gcab genisoimage xorriso libarchive-tools bzip2 gzip xz-utils hyperfine
     # a real window under Xvfb, screenshots and synthetic input
     xvfb xauth xdotool imagemagick
+    # desktop integration: mail hand-off, default applications, checks of the installed files,
+    # and the Debian package
+    xdg-utils desktop-file-utils appstream dpkg-dev
     # fuzzing (clang with libFuzzer and the sanitizer runtimes)
     clang libclang-rt-14-dev
 )

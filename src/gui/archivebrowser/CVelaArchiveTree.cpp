@@ -33,6 +33,7 @@
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 #include "common/Texts.h"
+#include "desktop/CSendFileTo.h"
 #include "dragdrop/CVelaClipboard.h"
 #include "dragdrop/CVelaDataSource.h"
 #include "fileops/FileDelete.h"
@@ -122,7 +123,8 @@ CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
     m_find = vz::NewCommand(this, kArchiveFind, QStringLiteral("&Find"),
                             QStringLiteral("Find files in selected item"));
     m_properties = vz::NewCommand(this, kArchiveProperties, QStringLiteral("&Properties..."));
-    m_email = vz::NewCommand(this, kEmailArchive, QStringLiteral("&E-mail Archive"));
+    m_email = vz::NewCommand(this, kEmailArchive, QStringLiteral("&E-mail Archive"),
+                             QStringLiteral("E-mail selected archive"));
     m_rename->setShortcut(QKeySequence(Qt::Key_F2));
     m_delete->setShortcut(QKeySequence(QKeySequence::Delete));
     m_createFolder->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
@@ -135,6 +137,14 @@ CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
     connect(m_delete, &QAction::triggered, this, &CVelaArchiveTree::OnDelete);
     connect(m_createFolder, &QAction::triggered, this, &CVelaArchiveTree::OnCreateFolder);
     connect(m_properties, &QAction::triggered, this, &CVelaArchiveTree::OnProperties);
+    connect(m_email, &QAction::triggered, this, [this] {
+        const QModelIndex archive = ArchiveItemOf(currentIndex());
+        if (archive.isValid() && !CSendFileTo().Send(PathOfItem(archive))) {
+            vz::ShowError(this, QStringLiteral("E-mail Archive"),
+                          QStringLiteral("No mail program could be started. Install xdg-utils "
+                                         "and choose a default e-mail program."));
+        }
+    });
     CVelaClipboard::AddCommands(this);
     UpdateCommands();
 }
@@ -669,8 +679,8 @@ void CVelaArchiveTree::UpdateCommands() {
             break;
     }
     m_find->setEnabled(item.isValid() && findable);
-    // E-mailing an archive arrives with its own feature.
-    m_email->setEnabled(false);
+    // The archive that holds the item (an archive of a known family) is e-mailed.
+    m_email->setEnabled(CommandStateOf(item).properties);
 }
 
 void CVelaArchiveTree::StartLabelEdit(const QModelIndex& item, int mode,
