@@ -24,7 +24,9 @@ inline QString ArchivePath() {
     return QString::fromLatin1(kFolder) + QStringLiteral("/big100k.zip");
 }
 
+// Builds the archive unless it is there; says why on failure.
 inline bool BuildArchive() {
+    QDir().mkpath(QString::fromLatin1(kFolder));
     if (QFileInfo::exists(ArchivePath())) {
         return true;
     }
@@ -49,6 +51,9 @@ inline bool BuildArchive() {
     zip.start(QStringLiteral("zip"), {QStringLiteral("-qr"), ArchivePath(), QStringLiteral(".")});
     const bool ok = zip.waitForFinished(-1) && zip.exitCode() == 0;
     QDir(tree).removeRecursively();
+    if (!ok) {
+        std::fprintf(stderr, "could not build the archive with zip\n");
+    }
     return ok;
 }
 

@@ -26,9 +26,7 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     CVelaZipApp::Initialise(app);
     const int runs = argc > 1 ? std::max(1, atoi(argv[1])) : 3;
-    QDir().mkpath(QString::fromLatin1(kFolder));
     if (!BuildArchive()) {
-        std::fprintf(stderr, "could not build the archive with zip\n");
         return 1;
     }
 
