@@ -216,6 +216,14 @@ QString DefaultEntry(const QString& mimeType) {
 
 }  // namespace
 
+QStringList ArchiveExtensions() {
+    QStringList extensions;
+    for (const char* extension : kArchiveExtensions) {
+        extensions << QLatin1String(extension);
+    }
+    return extensions;
+}
+
 QString MimeTypeOfExtension(const QString& extension) {
     QString name = extension.toLower();
     if (name.startsWith(QLatin1Char('.'))) {
@@ -231,8 +239,8 @@ QString MimeTypeOfExtension(const QString& extension) {
 
 QByteArray DesktopEntry(const QString& program) {
     QStringList types;
-    for (const char* extension : kArchiveExtensions) {
-        const QString type = MimeTypeOfExtension(QLatin1String(extension));
+    for (const QString& extension : ArchiveExtensions()) {
+        const QString type = MimeTypeOfExtension(extension);
         if (!type.isEmpty() && !types.contains(type)) {
             types << type;
         }

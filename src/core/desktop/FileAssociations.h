@@ -17,6 +17,10 @@ namespace vz::desktop {
 
 inline constexpr char kDesktopEntryName[] = "velazip.desktop";
 
+// The extensions the program opens from the desktop, lower case without the dot: zip, then
+// the sixteen of the associations list (cab to iso).
+QStringList ArchiveExtensions();
+
 // The MIME type of files with `extension` (a leading dot and case do not matter); empty
 // when the database knows none.
 QString MimeTypeOfExtension(const QString& extension);
