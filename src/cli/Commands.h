@@ -16,5 +16,9 @@ int Add(Args args);
 int Rename(Args args);
 int Delete(Args args);
 int MakeFolder(Args args);
+int Associations(Args args);
+int Associate(Args args);
+int Release(Args args);
+int Email(Args args);
 
 }  // namespace cli

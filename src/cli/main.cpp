@@ -100,6 +100,18 @@ a failure or a Stop leaves the archive as it was.
   delete ARCHIVE/INNER     delete a file or a folder with everything below it
   mkdir ARCHIVE/INNER      make an empty folder
 
+Desktop (the user's default applications, in $XDG_CONFIG_HOME/mimeapps.list):
+  associations [EXT...]    print each extension (default: every archive type the program
+                           opens) with its MIME type and its default application; "*"
+                           marks those that open in Vela-ZIP Archiver
+  associate [--program PATH] EXT...
+                           make Vela-ZIP Archiver the default application of the
+                           extensions' types, writing its desktop entry velazip.desktop
+                           (PATH: the velazip program; default: the one beside velazip-cli)
+  release EXT...           take Vela-ZIP Archiver out of those defaults (the previous
+                           default is not restored)
+  email FILE               open a new mail message with FILE attached (xdg-email)
+
   --help                   this text
   --version                the version
 )";
@@ -109,10 +121,21 @@ struct Command {
     int (*run)(cli::Args);
 };
 const Command kCommands[] = {
-    {"classify", cli::Classify}, {"list", cli::List},     {"info", cli::Info},
-    {"extract", cli::Extract},   {"test", cli::Test},     {"create", cli::Create},
-    {"add", cli::Add},           {"rename", cli::Rename}, {"delete", cli::Delete},
-    {"mkdir", cli::MakeFolder},  {"find", cli::Find},
+    {"classify", cli::Classify},
+    {"list", cli::List},
+    {"info", cli::Info},
+    {"extract", cli::Extract},
+    {"test", cli::Test},
+    {"create", cli::Create},
+    {"add", cli::Add},
+    {"rename", cli::Rename},
+    {"delete", cli::Delete},
+    {"mkdir", cli::MakeFolder},
+    {"find", cli::Find},
+    {"associations", cli::Associations},
+    {"associate", cli::Associate},
+    {"release", cli::Release},
+    {"email", cli::Email},
 };
 
 }  // namespace

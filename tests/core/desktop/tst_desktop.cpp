@@ -3,10 +3,16 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <string_view>
 
 #include "desktop/CSendFileTo.h"
+#include "desktop/FileAssociations.h"
+
+using namespace vz::desktop;
 
 class TestDesktop : public QObject {
     Q_OBJECT
@@ -16,6 +22,29 @@ private:
     QByteArray m_path;
 
     // An executable script `name` in `folder` with the given body.
+    static bool WriteFile(const QString& path, const QByteArray& content) {
+        QFile file(path);
+        return QDir().mkpath(QFileInfo(path).absolutePath()) && file.open(QIODevice::WriteOnly) &&
+               file.write(content) == content.size();
+    }
+    static QByteArray ReadFile(const QString& path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    }
+    // What a desktop client names as the default of application/zip ("" when the client
+    // is not installed).
+    static QString ClientDefault(const QString& program, const QStringList& arguments) {
+        if (QStandardPaths::findExecutable(program).isEmpty()) {
+            return QString();
+        }
+        QProcess process;
+        process.start(program, arguments);
+        process.waitForFinished();
+        const QString first =
+            QString::fromUtf8(process.readAllStandardOutput()).section('\n', 0, 0);
+        return first.section(QLatin1Char(':'), -1).trimmed();
+    }
+
     static bool WriteScript(const QString& folder, const QString& name, const QByteArray& body) {
         QFile file(folder + QLatin1Char('/') + name);
         if (!file.open(QIODevice::WriteOnly)) {
@@ -30,6 +59,13 @@ private slots:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
         m_path = qgetenv("PATH");
+        // Another archiver installed system-wide; the MIME database stays the system's.
+        const QString system = m_dir.path() + QLatin1String("/sys");
+        QVERIFY(WriteFile(system + QLatin1String("/applications/other.desktop"),
+                          "[Desktop Entry]\nType=Application\nName=Other Archiver\n"
+                          "Name[de]=Anderer\nExec=true %f\nMimeType=application/zip;\n"));
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(system) + ":/usr/share");
+        qputenv("XDG_CONFIG_DIRS", QFile::encodeName(system));
     }
     void cleanup() { qputenv("PATH", m_path); }
 
@@ -70,6 +106,125 @@ private slots:
         lines.removeLast();
         expected.replaceInStrings(QStringLiteral("@"), root);
         QCOMPARE(lines, expected);
+    }
+
+    void associations_data() {
+        QTest::addColumn<QString>("program");
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("associated");
+        QTest::addColumn<QByteArray>("released");
+        QTest::addColumn<QString>("ownerAfter");
+        const QByteArray defaults = "[Default Applications]\n";
+        QTest::newRow("no file") << "bin/velazip" << QByteArray("<missing>")
+                                 << defaults + "application/zip=velazip.desktop;\n"
+                                 << defaults << QString();
+        QTest::newRow("others kept")
+            << "Vela ZIP/velazip"
+            << QByteArray(
+                   "# mine\n[Added Associations]\napplication/zip=other.desktop;\n\n"
+                   "[Default Applications]\napplication/x-tar=other.desktop;\n"
+                   "application/zip = other.desktop\n")
+            << QByteArray(
+                   "# mine\n[Added Associations]\napplication/zip=other.desktop;\n\n"
+                   "[Default Applications]\napplication/x-tar=other.desktop;\n"
+                   "application/zip=velazip.desktop;other.desktop;\n")
+            << QByteArray(
+                   "# mine\n[Added Associations]\napplication/zip=other.desktop;\n\n"
+                   "[Default Applications]\napplication/x-tar=other.desktop;\n"
+                   "application/zip=other.desktop;\n")
+            << "Other Archiver";
+        QTest::newRow("section missing, no final newline")
+            << "bin/velazip" << QByteArray("# c\n[Added Associations]\nx=y")
+            << QByteArray(
+                   "# c\n[Added Associations]\nx=y\n\n[Default Applications]\n"
+                   "application/zip=velazip.desktop;\n")
+            << QByteArray("# c\n[Added Associations]\nx=y\n\n[Default Applications]\n")
+            << QString();
+        QTest::newRow("end of the section, before the next")
+            << "bin/velazip"
+            << QByteArray(
+                   "[Default Applications]\napplication/x-tar=other.desktop;\n\n"
+                   "[Removed Associations]\napplication/zip=foo.desktop;\n")
+            << QByteArray(
+                   "[Default Applications]\napplication/x-tar=other.desktop;\n"
+                   "application/zip=velazip.desktop;\n\n"
+                   "[Removed Associations]\napplication/zip=foo.desktop;\n")
+            << QByteArray(
+                   "[Default Applications]\napplication/x-tar=other.desktop;\n\n"
+                   "[Removed Associations]\napplication/zip=foo.desktop;\n")
+            << QString();
+    }
+    void associations() {
+        QFETCH(QString, program);
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, associated);
+        QFETCH(QByteArray, released);
+        QFETCH(QString, ownerAfter);
+        const QString root = m_dir.path() + QLatin1String("/xdg-") +
+                             QString::fromLatin1(QTest::currentDataTag()).replace(' ', '-');
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(root + QLatin1String("/config")));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(root + QLatin1String("/data")));
+        const QString list = root + QLatin1String("/config/mimeapps.list");
+        const QString entry = root + QLatin1String("/data/applications/velazip.desktop");
+        if (before != "<missing>") {
+            QVERIFY(WriteFile(list, before));
+        }
+        // The desktop's clients skip entries whose program is missing.
+        program = root + QLatin1Char('/') + program;
+        QVERIFY(QDir().mkpath(QFileInfo(program).absolutePath()));
+        QVERIFY(WriteScript(QFileInfo(program).absolutePath(), QFileInfo(program).fileName(), ""));
+        const QStringList xdgMime{"query", "default", "application/zip"};
+        const QStringList gio{"mime", "application/zip"};
+
+        QString reason;
+        QVERIFY2(Associate(QStringLiteral(".ZIP"), program, &reason), qPrintable(reason));
+        QCOMPARE(ReadFile(list), associated);
+        QVERIFY(IsAssociated(QStringLiteral("zip")));
+        QCOMPARE(CurrentOwner(QStringLiteral("zip")), QStringLiteral("Vela-ZIP Archiver"));
+        QVERIFY(!IsAssociated(QStringLiteral("tar")));
+        for (const auto& [client, arguments] : {std::pair{"xdg-mime", xdgMime}, {"gio", gio}}) {
+            if (program.contains(' ') && client == std::string_view("xdg-mime")) {
+                continue;  // it takes the first word of Exec, quoted or not
+            }
+            const QString named = ClientDefault(QLatin1String(client), arguments);
+            QVERIFY2(named.isEmpty() || named == QLatin1String("velazip.desktop"),
+                     qPrintable(QLatin1String(client) + QLatin1String(": ") + named));
+        }
+        if (!QStandardPaths::findExecutable(QStringLiteral("desktop-file-validate")).isEmpty()) {
+            QProcess validate;
+            validate.start(QStringLiteral("desktop-file-validate"), {entry});
+            QVERIFY(validate.waitForFinished());
+            QVERIFY2(validate.exitCode() == 0 && validate.readAll().isEmpty(),
+                     ReadFile(entry).constData());
+        }
+        // Associating again changes nothing.
+        QVERIFY(Associate(QStringLiteral("zip"), program));
+        QCOMPARE(ReadFile(list), associated);
+
+        QVERIFY(Release(QStringLiteral("zip")));
+        QCOMPARE(ReadFile(list), released);
+        QVERIFY(!IsAssociated(QStringLiteral("zip")));
+        QCOMPARE(CurrentOwner(QStringLiteral("zip")), ownerAfter);
+        // Without another default the desktop may fall back to any entry for the type.
+        for (const auto& [client, arguments] : {std::pair{"xdg-mime", xdgMime}, {"gio", gio}}) {
+            const QString named = ClientDefault(QLatin1String(client), arguments);
+            QVERIFY2(
+                ownerAfter.isEmpty() || named.isEmpty() || named == QLatin1String("other.desktop"),
+                qPrintable(QLatin1String(client) + QLatin1String(": ") + named));
+        }
+        if (QStandardPaths::findExecutable(QStringLiteral("xdg-mime")).isEmpty() ||
+            QStandardPaths::findExecutable(QStringLiteral("gio")).isEmpty()) {
+            QSKIP("xdg-mime or gio is missing: the desktop's own reading was not checked");
+        }
+    }
+
+    void associationRefused() {
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_dir.path() + QLatin1String("/none")));
+        QString reason;
+        QVERIFY(
+            !Associate(QStringLiteral("no-such-type"), QStringLiteral("/bin/velazip"), &reason));
+        QVERIFY(!reason.isEmpty());
+        QVERIFY(!QFile::exists(m_dir.path() + QLatin1String("/none/mimeapps.list")));
     }
 
     void sendFileToRefuses() {
