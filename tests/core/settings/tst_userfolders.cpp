@@ -141,12 +141,14 @@ void TestUserFolders::buildRecords_data() {
     QTest::addColumn<QStringList>("shown");    // the entry folders' names
     using Roots = QList<Root>;
     QTest::newRow("marker order, cloud first")
-        << QStringList{"SpecialFolders/Videos",   "SpecialFolders/Documents",
+        << QStringList{"SpecialFolders/Videos",   "SpecialFolders/Pictures",
+                       "SpecialFolders/Music",    "SpecialFolders/Documents",
                        "CloudDrives/OneDrive",    "CloudDrives/Dropbox",
                        "CloudDrives/GoogleDrive", "SpecialFolders/downloads"}
-        << Roots{Root::Videos,  Root::Documents,   Root::OneDrive,
-                 Root::Dropbox, Root::GoogleDrive, Root::Downloads}
-        << QStringList{"Dropbox", "GoogleDrive", "OneDrive", "Documents", "downloads", "Videos"};
+        << Roots{Root::Videos,   Root::Pictures, Root::Music,       Root::Documents,
+                 Root::OneDrive, Root::Dropbox,  Root::GoogleDrive, Root::Downloads}
+        << QStringList{"Dropbox",   "GoogleDrive", "OneDrive", "Documents",
+                       "downloads", "Music",       "Pictures", "Videos"};
     QTest::newRow("unknown, disabled or vanished marker ignored")
         << QStringList{"CloudDrives/Box",      "CloudDrives/Music",       "CloudDrives/Dropbox",
                        "SpecialFolders/Music", "SpecialFolders/Pictures", "!SpecialFolders/Videos"}
