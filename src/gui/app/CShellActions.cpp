@@ -210,9 +210,7 @@ void CShellActions::Pack(bool ask, bool email) {
                                 CArchiveUnpacking::DetailsOf(result->reason, job));
             }
             if (result->added && email && !CSendFileTo().Send(path)) {
-                vz::ShowError(nullptr, QStringLiteral("E-mail Archive"),
-                              QStringLiteral("No mail program could be started. Install "
-                                             "xdg-utils and choose a default e-mail program."));
+                vz::ShowFailure(nullptr, vz::texts::EMailArchive());
                 return Finish(false);
             }
             Finish(result->added);

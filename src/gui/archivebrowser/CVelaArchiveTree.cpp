@@ -140,9 +140,7 @@ CVelaArchiveTree::CVelaArchiveTree(QWidget* parent)
     connect(m_email, &QAction::triggered, this, [this] {
         const QModelIndex archive = ArchiveItemOf(currentIndex());
         if (archive.isValid() && !CSendFileTo().Send(PathOfItem(archive))) {
-            vz::ShowError(this, QStringLiteral("E-mail Archive"),
-                          QStringLiteral("No mail program could be started. Install xdg-utils "
-                                         "and choose a default e-mail program."));
+            vz::ShowFailure(this, vz::texts::EMailArchive());
         }
     });
     CVelaClipboard::AddCommands(this);

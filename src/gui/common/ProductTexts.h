@@ -17,6 +17,13 @@ struct Failure {
     QString text;
 };
 
+// Handing an archive to the mail program failed (no xdg-email, or it could not start).
+inline Failure EMailArchive() {
+    return {QStringLiteral("E-mail Archive"),
+            QStringLiteral("No mail program could be started. Install xdg-utils and choose a "
+                           "default e-mail program.")};
+}
+
 inline Failure OpenArchive() {
     return {QStringLiteral("Error Opening Archive"), QStringLiteral("Cannot open the archive.")};
 }
