@@ -43,60 +43,6 @@ bool ReadFile(const QString& path, QByteArray* content) {
     return true;
 }
 
-bool WriteFile(const QString& path, const QByteArray& content, QString* reason) {
-    if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
-        if (reason) {
-            *reason = QStringLiteral("Cannot create the folder of %1.").arg(path);
-        }
-        return false;
-    }
-    platform::AtomicReplace replace;
-    bool ok = replace.Begin(path);
-    for (qsizetype done = 0; ok && done < content.size();) {
-        const ssize_t n = ::write(replace.Fd(), content.constData() + done,
-                                  static_cast<size_t>(content.size() - done));
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        ok = n > 0;
-        done += n;
-    }
-    if (ok && replace.Commit()) {
-        return true;
-    }
-    if (reason) {
-        *reason = QStringLiteral("Cannot write %1: %2").arg(path, replace.Reason());
-    }
-    return false;
-}
-
-// A desktop entry's Exec argument: quoted when it holds a reserved character, with the
-// quoting's and the string value's escapes, and "%" doubled.
-QString ExecArgument(const QString& path) {
-    static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
-    QString arg = path;
-    arg.replace(QLatin1Char('%'), QLatin1String("%%"));
-    bool quote = false;
-    for (const QChar c : path) {
-        quote = quote || reserved.contains(c);
-    }
-    if (!quote) {
-        return arg;
-    }
-    QString quoted;
-    for (const QChar c : arg) {
-        if (c == QLatin1Char('"') || c == QLatin1Char('`') || c == QLatin1Char('$') ||
-            c == QLatin1Char('\\')) {
-            quoted += QLatin1Char('\\');
-        }
-        quoted += c;
-    }
-    quoted.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    quoted.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    quoted.replace(QLatin1Char('\t'), QLatin1String("\\t"));
-    return QLatin1Char('"') + quoted + QLatin1Char('"');
-}
-
 // The value of `key` in `section` of a key file's text; `found` tells an empty value from
 // a missing key.
 QString ValueOf(const QByteArray& text, const QString& section, const QString& key,
@@ -216,6 +162,63 @@ QString DefaultEntry(const QString& mimeType) {
 
 }  // namespace
 
+bool WriteFile(const QString& path, const QByteArray& content, QString* reason, int mode) {
+    if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
+        if (reason) {
+            *reason = QStringLiteral("Cannot create the folder of %1.").arg(path);
+        }
+        return false;
+    }
+    platform::AtomicReplace replace;
+    bool ok = replace.Begin(path);
+    if (mode >= 0) {
+        replace.SetMode(static_cast<mode_t>(mode));
+    }
+    for (qsizetype done = 0; ok && done < content.size();) {
+        const ssize_t n = ::write(replace.Fd(), content.constData() + done,
+                                  static_cast<size_t>(content.size() - done));
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        ok = n > 0;
+        done += n;
+    }
+    if (ok && replace.Commit()) {
+        return true;
+    }
+    if (reason) {
+        *reason = QStringLiteral("Cannot write %1: %2").arg(path, replace.Reason());
+    }
+    return false;
+}
+
+// A desktop entry's Exec argument: quoted when it holds a reserved character, with the
+// quoting's and the string value's escapes, and "%" doubled.
+QString ExecArgument(const QString& path) {
+    static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
+    QString arg = path;
+    arg.replace(QLatin1Char('%'), QLatin1String("%%"));
+    bool quote = false;
+    for (const QChar c : path) {
+        quote = quote || reserved.contains(c);
+    }
+    if (!quote) {
+        return arg;
+    }
+    QString quoted;
+    for (const QChar c : arg) {
+        if (c == QLatin1Char('"') || c == QLatin1Char('`') || c == QLatin1Char('$') ||
+            c == QLatin1Char('\\')) {
+            quoted += QLatin1Char('\\');
+        }
+        quoted += c;
+    }
+    quoted.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
+    quoted.replace(QLatin1Char('\n'), QLatin1String("\\n"));
+    quoted.replace(QLatin1Char('\t'), QLatin1String("\\t"));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
 QStringList ArchiveExtensions() {
     QStringList extensions;
     for (const char* extension : kArchiveExtensions) {
@@ -237,7 +240,7 @@ QString MimeTypeOfExtension(const QString& extension) {
     return type.isDefault() ? QString() : type.name();
 }
 
-QByteArray DesktopEntry(const QString& program) {
+QStringList ArchiveMimeTypes() {
     QStringList types;
     for (const QString& extension : ArchiveExtensions()) {
         const QString type = MimeTypeOfExtension(extension);
@@ -245,6 +248,11 @@ QByteArray DesktopEntry(const QString& program) {
             types << type;
         }
     }
+    return types;
+}
+
+QByteArray DesktopEntry(const QString& program) {
+    const QStringList types = ArchiveMimeTypes();
     QString entry = QStringLiteral(
         "[Desktop Entry]\n"
         "Type=Application\n"

@@ -25,9 +25,19 @@ QStringList ArchiveExtensions();
 // when the database knows none.
 QString MimeTypeOfExtension(const QString& extension);
 
+// The MIME types of those extensions, each once, in their order.
+QStringList ArchiveMimeTypes();
+
 // The desktop entry of the program at `program` (a full path): it opens one file, and
 // lists the MIME types of the archive extensions the program opens.
 QByteArray DesktopEntry(const QString& program);
+
+// A desktop entry's Exec argument for `path`: quoted when it holds a reserved character, with
+// the quoting's and the string value's escapes, and "%" doubled.
+QString ExecArgument(const QString& path);
+// Replaces the file at `path` with `content` in one step, making its folder first; `mode`
+// (when not -1) is the file's mode. False with `reason` when it cannot be written.
+bool WriteFile(const QString& path, const QByteArray& content, QString* reason, int mode = -1);
 
 // Makes velazip.desktop the default application of the extension's type, writing the
 // desktop entry for `program` first when it is missing or names another program. False
