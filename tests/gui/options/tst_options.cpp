@@ -28,6 +28,7 @@
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
 #include "desktop/FileAssociations.h"
+#include "desktop/ShellMenus.h"
 #include "settings/CSettingsStore.h"
 #include "settings/UserFolders.h"
 
@@ -278,7 +279,7 @@ private slots:
                })
             << false;
         QTest::newRow("History") << "History" << Edit([](COptions& d) {
-            SetText(d, QStringLiteral("History"), QStringLiteral("07"), 0);
+            SetText(d, QStringLiteral("History"), QStringLiteral("7"), 0);
             SetText(d, QStringLiteral("History"), QStringLiteral("20"), 1);
         }) << Expect([](const CSettingsRecord& r) {
             return r.ArchiveHistoryStepsShown == 7 && r.FileHistoryStepsShown == 20;
@@ -350,7 +351,11 @@ private slots:
         QVERIFY(vzt::MakeTree(folder, {{"a.rar", "Rar!"}, {"b.tar", {}}, {"c.txt", "c"}}));
         CMainFrame frame({folder});
         CVelaArchiveTree* tree = frame.ArchiveTree();
-        const auto shown = [&] { return Labels(tree->TreeModel(), tree->Locate(folder, true)); };
+        const auto shown = [&] {
+            const QModelIndex item = tree->Locate(folder, true);
+            tree->expand(item);
+            return Labels(tree->TreeModel(), item);
+        };
         QCOMPARE(shown(), (QStringList{"a.rar", "b.tar"}));
         for (const bool on : {false, true}) {
             m_edit = [on](COptions& d) {

@@ -160,7 +160,8 @@ COptions::COptions(CSettingsRecord& settings, QWidget* parent)
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(m_tree, &QTreeWidget::currentItemChanged, this, &COptions::OnCurrentItemChanged);
 
-    m_tree->setFixedWidth(m_tree->sizeHintForColumn(0) + 2 * m_tree->indentation());
+    m_tree->resizeColumnToContents(0);
+    m_tree->setFixedWidth(m_tree->columnWidth(0) + m_tree->frameWidth() * 2 + 8);
     auto* panes = new QHBoxLayout;
     panes->addWidget(m_tree);
     panes->addWidget(m_stack, 1);
