@@ -10,6 +10,7 @@
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "app/options/CAddArchivesOptions.h"
 #include "app/options/CAddAssOptions.h"
@@ -160,10 +161,21 @@ COptions::COptions(CSettingsRecord& settings, QWidget* parent)
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(m_tree, &QTreeWidget::currentItemChanged, this, &COptions::OnCurrentItemChanged);
 
-    m_tree->resizeColumnToContents(0);
-    m_tree->setFixedWidth(m_tree->columnWidth(0) + m_tree->frameWidth() * 2 + 8);
+    // The whole tree shows, without scrolling.
+    int width = 0;
+    int rows = 0;
+    for (QTreeWidgetItemIterator it(m_tree); *it != nullptr; ++it, ++rows) {
+        const int depth = (*it)->parent() != nullptr ? 2 : 1;
+        width = std::max(width, m_tree->fontMetrics().horizontalAdvance((*it)->text(0)) +
+                                    depth * m_tree->indentation());
+    }
+    m_tree->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_tree->setFixedWidth(width + m_tree->frameWidth() * 2 + 16);
+    m_tree->setMinimumHeight(rows * (m_tree->fontMetrics().height() + 4) +
+                             m_tree->frameWidth() * 2);
     auto* panes = new QHBoxLayout;
     panes->addWidget(m_tree);
+    m_stack->setMinimumWidth(m_stack->fontMetrics().horizontalAdvance(QLatin1Char('x')) * 72);
     panes->addWidget(m_stack, 1);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(panes, 1);
