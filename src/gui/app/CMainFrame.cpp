@@ -41,6 +41,7 @@
 #include "common/InnerPath.h"
 #include "common/MessageBox.h"
 #include "common/ModalDialog.h"
+#include "filebrowser/CCloudDriveItem.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "finder/CFindSearch.h"
 #include "finder/CFinderPane.h"
@@ -73,6 +74,8 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     setObjectName(QStringLiteral("MainFrame"));
     // The settings are read once, before any browser exists.
     CSettingsStore::Load(m_settings);
+    // The cloud-drive and special-folder roots, before the File Browser lists its roots.
+    CCloudDriveItem::RebuildRecords(m_settings);
     // The window's place and size from the last run, before the panes take their shares of
     // it.
     const QByteArray geometry = CLayoutProfile::WindowGeometry();

@@ -11,6 +11,8 @@
 
 #include <QString>
 
+struct CSettingsRecord;
+
 class CCloudDriveItem {
 public:
     CCloudDriveItem() = default;
@@ -21,6 +23,10 @@ public:
     // The cloud-drive and special-folder roots of the File Browser and its drives list, in
     // display order; the tree's root items point at these records.
     static std::vector<std::unique_ptr<CCloudDriveItem>>& Records();
+    // Replaces the records and the two master switches of CAppFlags with those the settings
+    // and the marker links give now (cloud drives first). Called by the main frame at start,
+    // before any browser exists: tree items of an earlier frame would point at old records.
+    static void RebuildRecords(const CSettingsRecord& settings);
 
     QString name;         // which root this is: "OneDrive", "Documents", ...
     QString folderPath;   // the real folder that the root shows

@@ -16,6 +16,8 @@
 
 #include "TestSupport.h"
 #include "app/CFileDock.h"
+#include "app/CFileView.h"
+#include "app/CMainFrame.h"
 #include "app/CVelaZipApp.h"
 #include "archive/CArchiveUnpacker.h"
 #include "common/CAppFlags.h"
@@ -27,6 +29,8 @@
 #include "filebrowser/CListDrives.h"
 #include "filebrowser/CVelaFileTree.h"
 #include "platform/FileSystem.h"
+#include "settings/CSettingsStore.h"
+#include "settings/UserFolders.h"
 
 class TestFileTree : public QObject {
     Q_OBJECT
@@ -193,30 +197,40 @@ void TestFileTree::removableRootIsNotRead() {
 }
 
 void TestFileTree::cloudRootsComeAfterTheDrives() {
-    QVERIFY(vzt::MakeTree(m_root, {{"Documents/report.txt", "r"}, {"marker/", {}}}));
-    auto& records = CCloudDriveItem::Records();
-    records.push_back(std::make_unique<CCloudDriveItem>(QStringLiteral("Documents"),
-                                                        m_root + QStringLiteral("/Documents"),
-                                                        m_root + QStringLiteral("/marker")));
-    CAppFlags::Instance().specialFoldersShown = true;
-
-    FillWith(m_root);
-    CVelaTreeModel* model = m_tree->TreeModel();
-    QCOMPARE(model->rowCount(), 2);
-    QModelIndex cloud = model->index(1, 0);
-    QCOMPARE(model->Label(cloud), QStringLiteral("Documents"));
-    QCOMPARE(m_tree->CloudDriveOf(cloud), records.back().get());
-    // The expander is decided by the (empty) entry folder, not by the folder shown.
-    QVERIFY(!model->hasChildren(cloud));
-
-    QVERIFY(vzt::WriteAll(m_root + QStringLiteral("/marker/x"), "x"));
-    FillWith(m_root);
-    cloud = model->index(1, 0);
-    QVERIFY(model->hasChildren(cloud));
-    m_tree->expand(cloud);
-    QCOMPARE(m_tree->PathOfItem(model->index(0, 0, cloud)),
-             m_root + QStringLiteral("/Documents/report.txt"));
-    records.clear();
+    namespace uf = vz::userfolders;
+    // Switched on in an earlier run: a Dropbox link, and a Documents marker that is an empty
+    // folder rather than a link.
+    CSettingsRecord settings;
+    CSettingsStore::Load(settings);
+    uf::SetSetting(settings, uf::Root::Documents, true, m_root + QStringLiteral("/Documents"));
+    uf::SetSetting(settings, uf::Root::Dropbox, true, m_root + QStringLiteral("/Box"));
+    CSettingsStore::Save(settings, CSettingsStore::SaveMode::CurrentValues);
+    QVERIFY(vzt::MakeTree(m_root, {{"Documents/report.txt", "r"}, {"Box/x", "x"}}));
+    QVERIFY(uf::MakeLink(settings.AppDataFolder, uf::Root::Dropbox, m_root + "/Box"));
+    QVERIFY(QDir().mkpath(uf::MarkerLink(settings.AppDataFolder, uf::Root::Documents)));
+    {
+        CMainFrame frame({});
+        CVelaFileTree* tree = frame.FileView()->Dock()->Tree();
+        CVelaTreeModel* model = tree->TreeModel();
+        CListDrives* drives = frame.FileView()->Dock()->DrivesButton()->List();
+        const int rows = model->rowCount();
+        QVERIFY(rows > 2 && drives->count() > 2);
+        QStringList shown;
+        for (int row = rows - 2; row < rows; ++row) {
+            const QModelIndex root = model->index(row, 0);
+            QCOMPARE(model->Kind(root), quint8(CVelaFileTree::kCloudRoot));
+            // The expander is decided by the entry folder, not by the folder shown.
+            shown << model->Label(root) + (model->hasChildren(root) ? "+" : "");
+        }
+        QCOMPARE(shown, QStringList({"Box+", "Documents"}));
+        QCOMPARE(drives->itemText(drives->count() - 2), QStringLiteral("Box"));
+        QCOMPARE(drives->itemText(drives->count() - 1), QStringLiteral("Documents"));
+        const QModelIndex box = model->index(rows - 2, 0);
+        tree->expand(box);
+        QCOMPARE(tree->PathOfItem(model->index(0, 0, box)), m_root + QStringLiteral("/Box/x"));
+    }
+    CCloudDriveItem::Records().clear();
+    CAppFlags::Instance() = CAppFlags();
 }
 
 void TestFileTree::statusTexts() {
