@@ -94,9 +94,10 @@ void CArchiveUnpacking::Run(CJob& job, CArchiveUnpacker& unpacker, const QString
     unpacker.CloseArchive();
 }
 
-void CArchiveUnpacking::ShowFailure(const Outcome& outcome, const QString& details) const {
+void CArchiveUnpacking::ShowFailure(QWidget* parent, const Outcome& outcome,
+                                    const QString& details) {
     if (!outcome.opened) {
-        vz::ShowFailure(m_tree, vz::texts::OpenArchive(), details);
+        vz::ShowFailure(parent, vz::texts::OpenArchive(), details);
         return;
     }
     if (outcome.ok || outcome.cancelled) {
@@ -104,28 +105,25 @@ void CArchiveUnpacking::ShowFailure(const Outcome& outcome, const QString& detai
     }
     switch (outcome.what) {
         case What::Archive:
-            vz::ShowFailure(m_tree,
+            vz::ShowFailure(parent,
                             vz::texts::Unpack(vz::texts::UnpackWhat::Archive, outcome.archivePath),
                             details);
             break;
         case What::Folder:
-            vz::ShowFailure(m_tree,
+            vz::ShowFailure(parent,
                             vz::texts::Unpack(vz::texts::UnpackWhat::Folder, outcome.sourcePath),
                             details);
             break;
         case What::File:
-            vz::ShowFailure(m_tree,
+            vz::ShowFailure(parent,
                             vz::texts::Unpack(vz::texts::UnpackWhat::File, outcome.sourcePath),
                             details);
             break;
     }
 }
 
-namespace {
-
-// The core's reason of a failure, then what it reported about single entries (the reason
-// is the first of those when an entry failed: each line once).
-QString DetailsOf(const QString& reason, const CJob& job) {
+// The reason is the first of the reported lines when an entry failed: each line once.
+QString CArchiveUnpacking::DetailsOf(const QString& reason, const CJob& job) {
     const QString reported = job.Reasons();
     QStringList lines;
     if (!reported.isEmpty()) {
@@ -137,7 +135,14 @@ QString DetailsOf(const QString& reason, const CJob& job) {
     return lines.join(QLatin1Char('\n'));
 }
 
-}  // namespace
+INIUNPACK CArchiveUnpacking::IniOf(const CSettingsRecord& settings) {
+    INIUNPACK ini;
+    ini.UnpackFilesWithoutPaths = settings.UnpackFilesWithoutPaths;
+    ini.UnpackFoldersWithoutPaths = settings.UnpackFoldersWithoutPaths;
+    ini.UnpackArchivesWithoutPaths = settings.UnpackArchivesWithoutPaths;
+    ini.AskBeforeOverwriting = settings.AskBeforeOverwriting;
+    return ini;
+}
 
 bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destination, int family,
                                IItemListener* fileTree) {
@@ -151,11 +156,7 @@ bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destina
     }
 
     const CSettingsRecord& settings = m_tree->Settings();
-    INIUNPACK ini;
-    ini.UnpackFilesWithoutPaths = settings.UnpackFilesWithoutPaths;
-    ini.UnpackFoldersWithoutPaths = settings.UnpackFoldersWithoutPaths;
-    ini.UnpackArchivesWithoutPaths = settings.UnpackArchivesWithoutPaths;
-    ini.AskBeforeOverwriting = settings.AskBeforeOverwriting;
+    const INIUNPACK ini = IniOf(settings);
 
     // Without per-item refresh the File Browser shows one file as it is written, and the
     // items of an archive or a folder once, at the end.
@@ -188,7 +189,7 @@ bool CArchiveUnpacking::Unpack(const QString& sourcePath, const QString& destina
                     appFlags.refreshNow = false;
                 }
             }
-            ShowFailure(*outcome, DetailsOf(outcome->reason, job));
+            ShowFailure(m_tree, *outcome, DetailsOf(outcome->reason, job));
         });
     return true;
 }
@@ -230,12 +231,12 @@ bool CArchiveUnpacking::OpenFromArchive(const QString& itemPath) {
                     vz::OpenWithDefaultApplication(copy, m_tree,
                                                    [this, outcome](const QString& reason) {
                                                        outcome->ok = false;
-                                                       ShowFailure(*outcome, reason);
+                                                       ShowFailure(m_tree, *outcome, reason);
                                                    });
                     return;
                 }
             }
-            ShowFailure(*outcome, DetailsOf(outcome->reason, job));
+            ShowFailure(m_tree, *outcome, DetailsOf(outcome->reason, job));
         });
     return true;
 }

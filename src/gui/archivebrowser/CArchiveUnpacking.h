@@ -18,6 +18,8 @@
 
 class CVelaArchiveTree;
 class IItemListener;
+class QWidget;
+struct CSettingsRecord;
 
 class CArchiveUnpacking {
 public:
@@ -46,7 +48,7 @@ public:
     // this returns; the path of the copy in `renderedPath`. A whole archive gives nothing.
     bool UnpackForDragOut(const QString& itemPath, QString* renderedPath);
 
-private:
+    // The pieces of an unpack job, for the file managers' menu items as well.
     enum class What { Archive, Folder, File };
     struct Outcome {
         bool opened = false;
@@ -64,7 +66,13 @@ private:
     static void Run(CJob& job, CArchiveUnpacker& unpacker, const QString& destination,
                     const INIUNPACK& ini, IItemListener* listener, Outcome& outcome);
     // On the user-interface thread, after the job: the failure box, if one is due.
-    void ShowFailure(const Outcome& outcome, const QString& details) const;
+    static void ShowFailure(QWidget* parent, const Outcome& outcome, const QString& details);
+    // The core's reason of a failure, then what the job reported about single entries.
+    static QString DetailsOf(const QString& reason, const CJob& job);
+    // The "Unpack" settings as the unpacking record.
+    static INIUNPACK IniOf(const CSettingsRecord& settings);
+
+private:
     CJob::Setup JobSetup() const;
     bool DoubleClickOpening() const;
 

@@ -1,9 +1,11 @@
-// Desktop integration: handing an archive to the mail program, and archive types' default
-// application in a private XDG tree, checked with the desktop's own clients where present.
+// Desktop integration: handing an archive to the mail program, archive types' default
+// application and the file managers' context menus in a private XDG tree, checked with the
+// desktop's own clients where present.
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -11,6 +13,7 @@
 
 #include "desktop/CSendFileTo.h"
 #include "desktop/FileAssociations.h"
+#include "desktop/ShellMenus.h"
 
 using namespace vz::desktop;
 
@@ -225,6 +228,161 @@ private slots:
             !Associate(QStringLiteral("no-such-type"), QStringLiteral("/bin/velazip"), &reason));
         QVERIFY(!reason.isEmpty());
         QVERIFY(!QFile::exists(m_dir.path() + QLatin1String("/none/mimeapps.list")));
+    }
+
+    void shellMenus_data() {
+        QTest::addColumn<bool>("onlyExtractHere");  // the other seven items off
+        QTest::addColumn<bool>("cascaded");
+        QTest::addColumn<bool>("icons");
+        QTest::addColumn<QStringList>("expected");  // under the data folder
+        const QString sub = QStringLiteral("nautilus/scripts/Vela-ZIP Archiver/");
+        QStringList all{"kio/servicemenus/velazip-add.desktop",
+                        "kio/servicemenus/velazip-extract.desktop"};
+        const char* const scripts[] = {"Add to archive...",
+                                       "Add to archive <file name>.zip",
+                                       "Add to archive and e-mail...",
+                                       "Add to archive <file name>.zip and e-mail",
+                                       "Extract to...",
+                                       "Extract here",
+                                       "Extract to <folder name>",
+                                       "Extract here using file names for folders"};
+        const char* const actions[] = {
+            "add-to-archive", "add-to-zip",   "add-to-archive-and-email", "add-to-zip-and-email",
+            "extract-to",     "extract-here", "extract-to-folder",        "extract-each-to-folder"};
+        for (int i = 0; i < 8; ++i) {
+            all << sub + QLatin1String(scripts[i])
+                << QStringLiteral("nemo/actions/velazip-%1-%2.nemo_action")
+                       .arg(i + 1)
+                       .arg(actions[i]);
+        }
+        QTest::newRow("all, cascaded, icons") << false << true << true << all;
+        QStringList some = all.filter(QRegularExpression("desktop$|Extract here$|extract-here\\."));
+        some.replaceInStrings(sub, QStringLiteral("nautilus/scripts/"));
+        QTest::newRow("flat, no icons, one item") << true << false << false << some;
+    }
+    void shellMenus() {
+        QFETCH(bool, onlyExtractHere);
+        QFETCH(bool, cascaded);
+        QFETCH(bool, icons);
+        QFETCH(QStringList, expected);
+        const QString data = m_dir.path() + QLatin1String("/menus-") +
+                             QString::fromLatin1(QTest::currentDataTag()).replace(' ', '-');
+        qputenv("XDG_DATA_HOME", QFile::encodeName(data));
+        // Other programs' entries, in the folders and the sub-menu folder name of ours.
+        const QStringList foreign{"kio/servicemenus/other.desktop", "nautilus/scripts/Mine",
+                                  "nautilus/scripts/Vela-ZIP Archiver/Mine too",
+                                  "nemo/actions/other.nemo_action"};
+        for (const QString& file : foreign) {
+            QVERIFY(WriteFile(data + QLatin1Char('/') + file, "#!/bin/sh\n"));
+        }
+        CSettingsRecord settings;
+        settings.CascadedMenu = cascaded;
+        settings.ShowIcons = icons;
+        if (onlyExtractHere) {
+            settings.AddToArchive = settings.AddToArchiveFileName = false;
+            settings.AddToArchiveAndEMail = settings.AddToArchiveFileNameAndEMail = false;
+            settings.ExtractTo = settings.ExtractToFolderName = false;
+            settings.ExtractHereUsingFileNamesForFolders = false;
+        }
+        const QString program = m_dir.path() + QLatin1String("/it's a \"$HOME\" `x` %f/velazip");
+        expected.sort();
+        for (int pass = 0; pass < 2; ++pass) {  // the second overwrites the first
+            QString reason;
+            QVERIFY2(RegisterShellMenus(program, settings, &reason), qPrintable(reason));
+            QStringList files = ShellMenuFiles();
+            files.replaceInStrings(data + QLatin1Char('/'), QString());
+            files.sort();
+            QCOMPARE(files, expected);
+        }
+        QVERIFY(ShellMenusRegistered(program));
+        QVERIFY(!ShellMenusRegistered(program + QLatin1String("2")));
+        const QByteArray add =
+            ReadFile(data + QLatin1String("/kio/servicemenus/velazip-add.desktop"));
+        QCOMPARE(add.contains("\nX-KDE-Submenu=Vela-ZIP Archiver\n"), cascaded);
+        QCOMPARE(add.contains("\nIcon=velazip\n"), icons);
+        QCOMPARE(ReadFile(data + QLatin1String("/nemo/actions/velazip-6-extract-here.nemo_action"))
+                     .contains("\nIcon-Name=velazip\n"),
+                 icons);
+        QVERIFY(QFileInfo(data + QLatin1Char('/') + expected.first()).isExecutable());
+        if (!QStandardPaths::findExecutable(QStringLiteral("desktop-file-validate")).isEmpty()) {
+            for (const QString& file : expected.filter(QStringLiteral(".desktop"))) {
+                QProcess validate;
+                validate.start(QStringLiteral("desktop-file-validate"),
+                               {data + QLatin1Char('/') + file});
+                QVERIFY(validate.waitForFinished());
+                QVERIFY2(validate.exitCode() == 0 && validate.readAll().isEmpty(),
+                         ReadFile(data + QLatin1Char('/') + file).constData());
+            }
+        }
+
+        QVERIFY(UnregisterShellMenus());
+        QVERIFY(ShellMenuFiles().isEmpty());
+        QVERIFY(!ShellMenusRegistered(program));
+        for (const QString& file : foreign) {
+            QVERIFY2(QFile::exists(data + QLatin1Char('/') + file), qPrintable(file));
+        }
+        QVERIFY(
+            QFile::remove(data + QLatin1String("/nautilus/scripts/Vela-ZIP Archiver/Mine too")));
+        QVERIFY(RegisterShellMenus(program, settings) && UnregisterShellMenus());
+        QVERIFY(!QFileInfo::exists(data + QLatin1String("/nautilus/scripts/Vela-ZIP Archiver")));
+        // A foreign script where ours would go is neither replaced nor removed.
+        settings.CascadedMenu = false;
+        settings.ExtractHere = true;
+        QVERIFY(WriteFile(data + QLatin1String("/nautilus/scripts/Extract here"), "#!/bin/sh\n"));
+        QString reason;
+        QVERIFY(!RegisterShellMenus(program, settings, &reason));
+        QVERIFY(reason.contains(QLatin1String("Extract here")));
+        QCOMPARE(ReadFile(data + QLatin1String("/nautilus/scripts/Extract here")),
+                 QByteArray("#!/bin/sh\n"));
+    }
+
+    // The command lines, run as the file managers run them, hand hostile names to the
+    // program untouched: the Nautilus script with the names as its arguments, Dolphin's Exec
+    // with each %F path quoted for the shell.
+    void shellMenuCommands() {
+        const QString data = m_dir.path() + QLatin1String("/commands");
+        qputenv("XDG_DATA_HOME", QFile::encodeName(data));
+        const QString bin = m_dir.path() + QLatin1String("/bin it's \"$PATH\" `a`\\ %F");
+        QVERIFY(QDir().mkpath(bin));
+        const QString record = m_dir.path() + QLatin1String("/command-args");
+        QVERIFY(WriteScript(bin, QStringLiteral("velazip"),
+                            "printf '%s\\0' \"$@\" > '" + QFile::encodeName(record) + "'\n"));
+        const QString program = bin + QLatin1String("/velazip");
+        QVERIFY(RegisterShellMenus(program, CSettingsRecord()));
+        const QStringList names{"a b",       "it's", "q\"uote", "$HOME",
+                                "new\nline", "-n",   "%F",      "back\\slash"};
+        auto recorded = [&] {
+            QStringList args = QString::fromUtf8(ReadFile(record)).split(QChar(0));
+            args.removeLast();
+            return args;
+        };
+
+        QProcess script;
+        script.setWorkingDirectory(m_dir.path());
+        script.start(data + QLatin1String("/nautilus/scripts/Vela-ZIP Archiver/Extract here"),
+                     names);
+        QVERIFY(script.waitForFinished() && script.exitCode() == 0);
+        QCOMPARE(recorded(), QStringList{"--extract-here"} + names);
+
+        QString exec;
+        for (const QByteArray& line :
+             ReadFile(data + QLatin1String("/kio/servicemenus/velazip-add.desktop")).split('\n')) {
+            if (line.startsWith("Exec=") && line.contains("--add-to-zip ")) {
+                exec = QString::fromUtf8(line.mid(5));
+            }
+        }
+        // The string value's escapes, then the field codes, as a desktop reads them.
+        exec.replace(QLatin1String("\\\\"), QLatin1String("\\"));
+        QString quoted;
+        for (const QString& name : names) {
+            quoted +=
+                QLatin1String(" '") + QString(name).replace('\'', "'\\''") + QLatin1Char('\'');
+        }
+        exec.replace(QLatin1String(" %F"), quoted).replace(QLatin1String("%%"), QLatin1String("%"));
+        QProcess shell;
+        shell.start(QStringLiteral("/bin/sh"), {"-c", exec});
+        QVERIFY(shell.waitForFinished() && shell.exitCode() == 0);
+        QCOMPARE(recorded(), QStringList{"--add-to-zip"} + names);
     }
 
     void sendFileToRefuses() {
