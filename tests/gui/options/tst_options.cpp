@@ -192,6 +192,14 @@ private slots:
             << dragImage << true << QStringList() << "DraggingImageForModeClearType=1";
         QTest::newRow("cancel") << dragImage << false << QStringList()
                                 << "DraggingImageForModeClearType=2";
+        QTest::newRow("menus cannot be written: told, and the rest saved") << Edit([](COptions& d) {
+            // The user's data folder is a plain file.
+            vzt::WriteAll(qEnvironmentVariable("XDG_DATA_HOME"), "x");
+            QWidget* page = d.Page(QStringLiteral("Shell Extension"));
+            Find<QCheckBox>(page, "Activate Vela-ZIP Archiver shell extension")->click();
+            Find<QCheckBox>(page, QStringLiteral("Show icons"))->click();
+        }) << true << QStringList{QStringLiteral("Cannot modify the registry.")}
+                                                                           << "ShowIcons=No";
         const QString documents = Folder(QStringLiteral("My Documents"));
         QTest::newRow("documents on: restart notice")
             << Edit([documents](COptions& d) {
