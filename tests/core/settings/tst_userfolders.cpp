@@ -13,6 +13,7 @@
 
 using namespace vz::userfolders;
 using Files = QMap<QString, QByteArray>;  // below the home folder
+const QString kGoogleDb = QStringLiteral(".local/share/Google/Drive/sync_config.db");
 
 class TestUserFolders : public QObject {
     Q_OBJECT
@@ -35,77 +36,65 @@ private slots:
 };
 
 void TestUserFolders::lookUps_data() {
+    // A sync_config.db given as SQL text is made as a database from it.
     QTest::addColumn<Root>("root");
     QTest::addColumn<Files>("files");
-    QTest::addColumn<QByteArray>("googleSql");  // makes sync_config.db when set
-    QTest::addColumn<QString>("found");         // "~" is the home folder
+    QTest::addColumn<QString>("found");  // "~" is the home folder
     const QString hostDb = ".config/Dropbox/host.db", dotHostDb = ".dropbox/host.db";
-    // Second lines: "/home/u/Dropbox", then "/a" (padding ends the data, the config wins).
-    QTest::newRow("host.db CR LF")
-        << Root::Dropbox << Files{{hostDb, "6f\r\nL2hvbWUvdS9Ecm9wYm94\r\n"}} << QByteArray()
-        << "/home/u/Dropbox";
+    // Second lines: "/a" (padding ends the data, the config's host.db wins), "/ab/a", "/ab/".
     QTest::newRow("host.db padding")
-        << Root::Dropbox << Files{{hostDb, "k\nL2E=L2Fi\n"}, {dotHostDb, "k\nL2Fi\n"}}
-        << QByteArray() << "/a";
+        << Root::Dropbox << Files{{hostDb, "k\nL2E=L2Fi\n"}, {dotHostDb, "k\nL2Fi\n"}} << "/a";
     QTest::newRow("host.db group of 3")
-        << Root::Dropbox << Files{{dotHostDb, "k\nL2FiL2E\nLw"}} << QByteArray() << "/ab/a";
+        << Root::Dropbox << Files{{dotHostDb, "k\nL2FiL2E\nLw"}} << "/ab/a";
     QTest::newRow("host.db group of 2, no line break")
-        << Root::Dropbox << Files{{hostDb, "k\nL2FiLw"}} << QByteArray() << "/ab/";
-    QTest::newRow("host.db lone character")
-        << Root::Dropbox << Files{{hostDb, "k\nL2FiL\n"}} << QByteArray() << "/ab";
-    QTest::newRow("host.db not UTF-8") << Root::Dropbox << Files{{hostDb, "k\nL2Nh6Q==\n"}}
-                                       << QByteArray() << vz::platform::DecodePath("/ca\xe9");
-    QTest::newRow("host.db garbage")
-        << Root::Dropbox << Files{{hostDb, "k\n!!L2Fi\n"}} << QByteArray() << "";
-    QTest::newRow("host.db one line")
-        << Root::Dropbox << Files{{hostDb, "L2Fi\n"}} << QByteArray() << "";
+        << Root::Dropbox << Files{{hostDb, "k\nL2FiLw"}} << "/ab/";
+    QTest::newRow("host.db CR LF, not UTF-8")
+        << Root::Dropbox << Files{{hostDb, "k\r\nL2Nh6Q==\r\n"}}
+        << vz::platform::DecodePath("/ca\xe9");
+    QTest::newRow("host.db garbage") << Root::Dropbox << Files{{hostDb, "k\n!L2Fi\n"}} << "";
+    QTest::newRow("host.db one line") << Root::Dropbox << Files{{hostDb, "L2Fi\n"}} << "";
     const QString config = ".config/onedrive/config";
     QTest::newRow("OneDrive quoted ~")
         << Root::OneDrive << Files{{config, "# sync_dir = \"/x\"\nsync_dir = \"~/Od\"\n"}}
-        << QByteArray() << "~/Od";
+        << "~/Od";
     QTest::newRow("OneDrive single quotes, last wins")
         << Root::OneDrive << Files{{config, "sync_dir = \"/a\"\r\n sync_dir='/One Drive' \r\n"}}
-        << QByteArray() << "/One Drive";
+        << "/One Drive";
     QTest::newRow("OneDrive unquoted, comment")
-        << Root::OneDrive << Files{{config, "sync_dir = ~ # mine"}} << QByteArray() << "~";
+        << Root::OneDrive << Files{{config, "sync_dir = ~ # mine"}} << "~";
     QTest::newRow("OneDrive other keys, default folder")
         << Root::OneDrive << Files{{config, "sync_dir_permissions = \"700\""}, {"OneDrive/", {}}}
-        << QByteArray() << "~/OneDrive";
-    QTest::newRow("OneDrive none") << Root::OneDrive << Files{} << QByteArray() << "";
+        << "~/OneDrive";
     const QByteArray table = "create table data (entry_key text, data_value text);";
-    QTest::newRow("Google Drive")
-        << Root::GoogleDrive << Files{}
-        << table + "insert into data values ('x', 'y'), ('local_sync_root_path', '\\\\?\\/g/é');"
-        << "/g/é";
+    QTest::newRow("Google Drive") << Root::GoogleDrive
+                                  << Files{{kGoogleDb,
+                                            table + "insert into data values ('x', 'y'), "
+                                                    "('local_sync_root_path', '\\\\?\\/g/é');"}}
+                                  << "/g/é";
     QTest::newRow("Google Drive no table")
-        << Root::GoogleDrive << Files{} << QByteArray("create table t (a);") << "";
+        << Root::GoogleDrive << Files{{kGoogleDb, "create table t (a);"}} << "";
     QTest::newRow("Google Drive not a database")
-        << Root::GoogleDrive
-        << Files{{".local/share/Google/Drive/sync_config.db", QByteArray(4096, 'x')}}
-        << QByteArray() << "";
+        << Root::GoogleDrive << Files{{kGoogleDb, QByteArray(4096, 'x')}} << "";
     const QString dirs = ".config/user-dirs.dirs";
     QTest::newRow("Downloads moved")
         << Root::Downloads << Files{{dirs, "XDG_DOWNLOAD_DIR=\"$HOME/Dl\"\n"}, {"Dl/", {}}}
-        << QByteArray() << "~/Dl";
+        << "~/Dl";
     QTest::newRow("Music is home")
-        << Root::Music << Files{{dirs, "XDG_MUSIC_DIR=\"$HOME/\"\n"}} << QByteArray() << "";
-    QTest::newRow("Pictures missing") << Root::Pictures << Files{} << QByteArray() << "";
-    QTest::newRow("Videos default")
-        << Root::Videos << Files{{"Videos/", {}}} << QByteArray() << "~/Videos";
+        << Root::Music << Files{{dirs, "XDG_MUSIC_DIR=\"$HOME/\"\n"}} << "";
+    QTest::newRow("Pictures missing") << Root::Pictures << Files{} << "";
+    QTest::newRow("Videos default") << Root::Videos << Files{{"Videos/", {}}} << "~/Videos";
 }
 
 void TestUserFolders::lookUps() {
     QFETCH(Root, root);
     QFETCH(Files, files);
-    QFETCH(QByteArray, googleSql);
     QFETCH(QString, found);
     QVERIFY(vzt::MakeTree(m_home, files));
-    if (!googleSql.isEmpty()) {
-        const QString folder = m_home + QStringLiteral("/.local/share/Google/Drive");
+    if (files.value(kGoogleDb).startsWith("create")) {
+        const QByteArray path = (m_home + '/' + kGoogleDb).toUtf8();
         sqlite3* db = nullptr;
-        QVERIFY(QDir().mkpath(folder) &&
-                sqlite3_open((folder + "/sync_config.db").toUtf8(), &db) == SQLITE_OK);
-        QCOMPARE(sqlite3_exec(db, googleSql, nullptr, nullptr, nullptr), SQLITE_OK);
+        QVERIFY(QFile::remove(path) && sqlite3_open(path, &db) == SQLITE_OK);
+        QCOMPARE(sqlite3_exec(db, files[kGoogleDb], nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(db);
     }
     QCOMPARE(LookUp(root), found.startsWith('~') ? found.replace(0, 1, m_home) : found);
@@ -113,7 +102,6 @@ void TestUserFolders::lookUps() {
 
 void TestUserFolders::linksAreMadeAndRemoved() {
     const QString link = MarkerLink(m_appData, Root::GoogleDrive);
-    QCOMPARE(link, m_appData + "/Vela Systems/Vela-ZIP Archiver/CloudDrives/GoogleDrive");
     // Made with the marker folders above it; a second call replaces the first link.
     QVERIFY(MakeLink(m_appData, Root::GoogleDrive, QStringLiteral("/first")));
     QVERIFY(MakeLink(m_appData, Root::GoogleDrive, m_home));
@@ -136,41 +124,38 @@ void TestUserFolders::linksAreMadeAndRemoved() {
 void TestUserFolders::buildRecords_data() {
     // Links in the program folder to user folders named after them; "!" removes the user
     // folder afterwards; a marker without "/" is a plain file.
-    QTest::addColumn<QStringList>("markers");
-    QTest::addColumn<QList<Root>>("enabled");  // each with the user folder of its link name
-    QTest::addColumn<QStringList>("shown");    // the entry folders' names
-    using Roots = QList<Root>;
+    QTest::addColumn<QString>("markers");
+    QTest::addColumn<QString>("enabled");  // each with the user folder of its link name
+    QTest::addColumn<QString>("shown");    // the entry folders' names
     QTest::newRow("marker order, cloud first")
-        << QStringList{"SpecialFolders/Videos",   "SpecialFolders/Pictures",
-                       "SpecialFolders/Music",    "SpecialFolders/Documents",
-                       "CloudDrives/OneDrive",    "CloudDrives/Dropbox",
-                       "CloudDrives/GoogleDrive", "SpecialFolders/downloads"}
-        << Roots{Root::Videos,   Root::Pictures, Root::Music,       Root::Documents,
-                 Root::OneDrive, Root::Dropbox,  Root::GoogleDrive, Root::Downloads}
-        << QStringList{"Dropbox",   "GoogleDrive", "OneDrive", "Documents",
-                       "downloads", "Music",       "Pictures", "Videos"};
+        << "SpecialFolders/Videos SpecialFolders/Pictures SpecialFolders/Music "
+           "SpecialFolders/Documents CloudDrives/OneDrive CloudDrives/Dropbox "
+           "CloudDrives/GoogleDrive SpecialFolders/downloads"
+        << "Videos Pictures Music Documents OneDrive Dropbox GoogleDrive Downloads"
+        << "Dropbox GoogleDrive OneDrive Documents downloads Music Pictures Videos";
     QTest::newRow("unknown, disabled or vanished marker ignored")
-        << QStringList{"CloudDrives/Box",      "CloudDrives/Music",       "CloudDrives/Dropbox",
-                       "SpecialFolders/Music", "SpecialFolders/Pictures", "!SpecialFolders/Videos"}
-        << Roots{Root::Music, Root::OneDrive, Root::Videos} << QStringList{"Music"};
-    QTest::newRow("marker folder is a file")
-        << QStringList{"CloudDrives/Dropbox", "SpecialFolders"} << Roots{Root::Dropbox, Root::Music}
-        << QStringList{"Dropbox"};
+        << "CloudDrives/Box CloudDrives/Music CloudDrives/Dropbox SpecialFolders/Music "
+           "SpecialFolders/Pictures !SpecialFolders/Videos"
+        << "Music OneDrive Videos"
+        << "Music";
+    QTest::newRow("marker folder is a file") << "CloudDrives/Dropbox SpecialFolders"
+                                             << "Dropbox Music"
+                                             << "Dropbox";
 }
 
 void TestUserFolders::buildRecords() {
-    QFETCH(QStringList, markers);
-    QFETCH(QList<Root>, enabled);
+    QFETCH(QString, markers);
+    QFETCH(QString, enabled);
     CSettingsRecord settings;
     settings.AppDataFolder = m_appData;
     const QString program = m_appData + QStringLiteral("/Vela Systems/Vela-ZIP Archiver/");
     const QString users = m_home + QStringLiteral("/users/");
-    for (const Root root : enabled) {
-        const QString folder = users + QLatin1String(InfoOf(root).linkName);
-        SetSetting(settings, root, true, folder);
+    for (const RootInfo& info : AllRoots()) {
+        const QString folder = users + QLatin1String(info.linkName);
+        SetSetting(settings, info.root, enabled.split(' ').contains(info.linkName), folder);
         QVERIFY(QDir().mkpath(folder));
     }
-    for (QString marker : markers) {
+    for (QString marker : markers.split(' ')) {
         const bool vanishes = marker.startsWith('!');
         marker.remove('!');
         const QString user = users + vz::platform::FileNameOf(marker);
@@ -187,7 +172,7 @@ void TestUserFolders::buildRecords() {
         QCOMPARE(record.folderPath, UserFolderSetting(settings, record.root));
         shown << vz::platform::FileNameOf(record.entryFolder);
     }
-    QTEST(shown, "shown");
+    QTEST(shown.join(' '), "shown");
 }
 
 QTEST_GUILESS_MAIN(TestUserFolders)
