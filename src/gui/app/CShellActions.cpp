@@ -42,31 +42,27 @@ QString PathOfArgument(const QByteArray& argument) {
 
 CShellActions::Request CShellActions::Parse(const QList<QByteArray>& arguments) {
     Request request;
-    for (const QByteArray& argument : arguments) {
-        if (argument == "--help" || argument == "-h") {
+    // Qt's own options (-platform offscreen, -style ...) may come before an action option.
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString argument = QString::fromUtf8(arguments[i]);
+        if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
             request.kind = Request::Kind::Help;
             return request;
         }
-    }
-    if (arguments.isEmpty()) {
-        return request;
-    }
-    const QString first = QString::fromUtf8(arguments.first());
-    if (vz::desktop::ActionOfOption(first, &request.action)) {
-        request.kind = Request::Kind::Action;
-        for (qsizetype i = 1; i < arguments.size(); ++i) {
-            request.paths << PathOfArgument(arguments[i]);
+        if (vz::desktop::ActionOfOption(argument, &request.action)) {
+            request.kind = Request::Kind::Action;
+            for (qsizetype j = i + 1; j < arguments.size(); ++j) {
+                request.paths << PathOfArgument(arguments[j]);
+            }
+            if (request.paths.isEmpty()) {
+                request.kind = Request::Kind::Usage;
+                request.error = QStringLiteral("%1 needs at least one file.").arg(argument);
+            }
+            return request;
         }
-        if (request.paths.isEmpty()) {
+        if (argument.startsWith(QLatin1String("--"))) {
             request.kind = Request::Kind::Usage;
-            request.error = QStringLiteral("%1 needs at least one file.").arg(first);
-        }
-        return request;
-    }
-    for (const QByteArray& argument : arguments) {
-        if (argument.startsWith("--")) {
-            request.kind = Request::Kind::Usage;
-            request.error = QStringLiteral("Unknown option %1.").arg(QString::fromUtf8(argument));
+            request.error = QStringLiteral("Unknown option %1.").arg(argument);
             return request;
         }
     }
@@ -228,13 +224,17 @@ void CShellActions::Extract() {
     const QString firstFolder = vz::platform::FolderOf(archives.first());
     QString common;
     switch (m_request.action) {
-        case ShellAction::ExtractTo:
-            common = QFileDialog::getExistingDirectory(nullptr, QStringLiteral("Extract to"),
-                                                       firstFolder, QFileDialog::ShowDirsOnly);
-            if (common.isEmpty()) {
+        case ShellAction::ExtractTo: {
+            // The folder chooser, as a dialog of its own so that it runs like every other.
+            QFileDialog chooser(nullptr, QStringLiteral("Extract to"), firstFolder);
+            chooser.setFileMode(QFileDialog::Directory);
+            chooser.setOption(QFileDialog::ShowDirsOnly);
+            if (vz::ExecModal(chooser) != QDialog::Accepted || chooser.selectedFiles().isEmpty()) {
                 return Finish(false);
             }
+            common = chooser.selectedFiles().first();
             break;
+        }
         case ShellAction::ExtractToFolderName:
             common = firstFolder + QLatin1Char('/') + pack::ProposedArchiveName(archives.first());
             break;

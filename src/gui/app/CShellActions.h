@@ -31,9 +31,10 @@ public:
         QStringList paths;  // full paths (file URIs and relative names resolved)
         QString error;      // why the command line was refused (Usage)
     };
-    // "--help"/"-h" anywhere asks for the usage; an action option must come first and be
-    // followed by at least one file, all of which are taken as files; another argument
-    // starting with "--" is refused. Anything else is left to the window (and to Qt).
+    // An action option must be followed by at least one file, and everything after it is
+    // taken as a file (a file named "-h" too); before it, "--help" or "-h" asks for the
+    // usage and another argument starting with "--" is refused. Anything else is left to the window
+    // (and to Qt).
     static Request Parse(const QList<QByteArray>& arguments);
     static QString Usage();
 
