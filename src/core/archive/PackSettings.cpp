@@ -78,6 +78,27 @@ INIPACK FillIniPack(const CSettingsRecord& settings, bool newArchive, const Pack
     return ini;
 }
 
+const QStringList& MethodTexts() {
+    static const QStringList texts{QStringLiteral("DEFLATE"), QStringLiteral("BZIP2")};
+    return texts;
+}
+
+const QStringList& LevelTexts() {
+    static const QStringList texts{
+        QStringLiteral("0 - store"),   QStringLiteral("1 - best speed"),
+        QStringLiteral("2"),           QStringLiteral("3"),
+        QStringLiteral("4"),           QStringLiteral("5"),
+        QStringLiteral("6 - default"), QStringLiteral("7"),
+        QStringLiteral("8"),           QStringLiteral("9 - best compression")};
+    return texts;
+}
+
+const QStringList& EncryptionMethodTexts() {
+    static const QStringList texts{QStringLiteral("Zip 2.0"), QStringLiteral("AES-128"),
+                                   QStringLiteral("AES-192"), QStringLiteral("AES-256")};
+    return texts;
+}
+
 QString ProposedArchiveName(const QString& sourcePath) {
     QString name = sourcePath;
     while (name.size() > 1 && name.endsWith(QLatin1Char('/'))) {

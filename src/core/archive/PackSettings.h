@@ -6,6 +6,7 @@
 // archive.
 
 #include <QString>
+#include <QStringList>
 
 #include "archive/packer/CZipPacker.h"
 #include "common/Texts.h"
@@ -20,6 +21,13 @@ constexpr int kAskMethod = -1;
 constexpr int kAskEncryptionMethod = -1;
 // The level the dialog shows when the level is asked (or stored out of range).
 constexpr int kDefaultLevel = 6;
+
+// What the lists of the dialogs show, by the index the settings store: the compression
+// methods (0 DEFLATE, 1 BZIP2), the levels 0 to 9 and the encryption methods ("Zip 2.0",
+// "AES-128", "AES-192", "AES-256").
+const QStringList& MethodTexts();
+const QStringList& LevelTexts();
+const QStringList& EncryptionMethodTexts();
 
 // The zip method number of a method index: 0 gives 8 (DEFLATE), anything else 12 (BZIP2).
 int ZipMethodNumber(int methodIndex);

@@ -28,6 +28,7 @@
 #include "app/CVelaSplitter.h"
 #include "app/CVelaZipApp.h"
 #include "app/VisualStyles.h"
+#include "app/options/COptions.h"
 #include "archive/ArchiveClassifier.h"
 #include "archivebrowser/CVelaArchiveTree.h"
 #include "bookmarks/BookmarkMenus.h"
@@ -139,17 +140,7 @@ CMainFrame::CMainFrame(const QStringList& arguments, QWidget* parent) : QMainWin
     CreateBookmarkCommands();
     CreateFinderCommands();
 
-    if (!m_settings.EnableShowTooltipForToolbars) {
-        auto* blocker = new TooltipBlocker(this);
-        m_archiveView->Dock()->Toolbar()->installEventFilter(blocker);
-        m_fileView->Dock()->Toolbar()->installEventFilter(blocker);
-        for (QToolBar* toolbar : {static_cast<QToolBar*>(m_archiveView->Dock()->Toolbar()),
-                                  m_fileView->Dock()->Toolbar()}) {
-            for (QWidget* button : toolbar->findChildren<QWidget*>()) {
-                button->installEventFilter(blocker);
-            }
-        }
-    }
+    ApplyToolbarTooltips();
     archiveTree->setFocus();
 }
 
@@ -606,9 +597,8 @@ void CMainFrame::CreateMenus() {
     help->addSeparator();
     help->addAction(about);
 
-    for (QAction* later : {options, helpTopics}) {
-        later->setEnabled(false);
-    }
+    connect(options, &QAction::triggered, this, &CMainFrame::OnOptions);
+    helpTopics->setEnabled(false);
 
     // F6 and Shift+F6 move between the panes.
     auto* next = new QShortcut(QKeySequence(Qt::Key_F6), this);
@@ -809,6 +799,52 @@ bool CMainFrame::BusyCheck() {
     // A search's window is its own, so its Stop is asked for here.
     vz::finder::RequestStopOfSearch();
     return CJob::RequestStopOfRunning();
+}
+
+void CMainFrame::ApplyToolbarTooltips() {
+    if (m_tooltipBlocker == nullptr) {
+        m_tooltipBlocker = new TooltipBlocker(this);
+    }
+    const bool block = !m_settings.EnableShowTooltipForToolbars;
+    for (QToolBar* toolbar : {static_cast<QToolBar*>(m_archiveView->Dock()->Toolbar()),
+                              m_fileView->Dock()->Toolbar()}) {
+        QList<QWidget*> widgets = toolbar->findChildren<QWidget*>();
+        widgets << toolbar;
+        for (QWidget* widget : widgets) {
+            if (block) {
+                widget->installEventFilter(m_tooltipBlocker);
+            } else {
+                widget->removeEventFilter(m_tooltipBlocker);
+            }
+        }
+    }
+}
+
+void CMainFrame::OnOptions() {
+    if (BusyCheck()) {
+        return;
+    }
+    COptions dialog(m_settings, this);
+    if (vz::ExecModal(dialog) != QDialog::Accepted) {
+        return;
+    }
+    // What takes effect at once: the toolbar tooltips, the history menus' lengths and the
+    // archive types the Archive Browser opens (what it shows is read again).
+    ApplyToolbarTooltips();
+    Link(kArchive).history.SetStepsShown(m_settings.ArchiveHistoryStepsShown);
+    Link(kFile).history.SetStepsShown(m_settings.FileHistoryStepsShown);
+    CVelaArchiveTree* archiveTree = ArchiveTree();
+    if (archiveTree->ArchiveExtensions() != m_settings.EnabledExtensions) {
+        archiveTree->SetArchiveExtensions(m_settings.EnabledExtensions);
+        archiveTree->Refresh();
+    }
+    if (dialog.NeedsRestart()) {
+        vz::ShowMessageBox(
+            this, vz::texts::ProductName(),
+            QStringLiteral(
+                "For correct work with new options it is recommended to restart Vela-ZIP Archiver"),
+            QMessageBox::Information);
+    }
 }
 
 void CMainFrame::OnAbout() {

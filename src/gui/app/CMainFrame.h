@@ -73,6 +73,9 @@ public:
     // Run before closing and before the options: when a job runs, asks it to stop (its
     // interrupt question) and returns true (the command is then refused).
     bool BusyCheck();
+    // "&Options...": refused while a job runs; after OK what takes effect at once is applied,
+    // and a change that needs it asks for a restart.
+    void OnOptions();
 
     void OnAbout();
     // Opens the product's home page in the default browser.
@@ -148,6 +151,8 @@ private:
     void CreateClient(bool placed);
     void CreateMenus();
     void UpdateFinderCommands();
+    // The toolbars' tooltips follow EnableShowTooltipForToolbars.
+    void ApplyToolbarTooltips();
     void UpdateLookMarks();
     void FocusNextPane(int step);
     // Connects the finders' commands and result panes to the browsers.
@@ -169,6 +174,7 @@ private:
     CFileView* m_fileView = nullptr;
     CFinderPane* m_fileFinderView = nullptr;
     QLabel* m_statusLabel = nullptr;
+    QObject* m_tooltipBlocker = nullptr;
     QActionGroup* m_looks = nullptr;
     std::array<HistoryLink, 2> m_histories;
     // The icons of history items, each once; an item keeps its number in this list.

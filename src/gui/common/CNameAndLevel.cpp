@@ -45,13 +45,9 @@ CNameAndLevel::CNameAndLevel(QWidget* parent)
     setWindowTitle(QStringLiteral("Name and Compression Settings"));
     setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
 
-    m_method->addItems({QStringLiteral("DEFLATE"), QStringLiteral("BZIP2")});
-    m_level->addItems({QStringLiteral("0 - store"), QStringLiteral("1 - best speed"),
-                       QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4"),
-                       QStringLiteral("5"), QStringLiteral("6 - default"), QStringLiteral("7"),
-                       QStringLiteral("8"), QStringLiteral("9 - best compression")});
-    m_encryptionMethod->addItems({QStringLiteral("Zip 2.0"), QStringLiteral("AES-128"),
-                                  QStringLiteral("AES-192"), QStringLiteral("AES-256")});
+    m_method->addItems(vz::pack::MethodTexts());
+    m_level->addItems(vz::pack::LevelTexts());
+    m_encryptionMethod->addItems(vz::pack::EncryptionMethodTexts());
     m_password->setEchoMode(QLineEdit::Password);
     m_confirm->setEchoMode(QLineEdit::Password);
 

@@ -345,12 +345,13 @@ private slots:
                             kHomePage,
                             kLookWindows,
                             kAddFileBookmark,
+                            kOptions,
                             kSyncWithFileBrowser,
                             kSyncWithArchiveBrowser};
         for (const int id :
              on + QList<int>{kArchiveHistoryBack, kFileHistoryForward, kFileHistoryClear,
-                             kArchiveBookmarksManager, kOptions, kHelpTopics,
-                             kArchiveHistoryBackButton, kFileBookmarksButton}) {
+                             kArchiveBookmarksManager, kHelpTopics, kArchiveHistoryBackButton,
+                             kFileBookmarksButton}) {
             QAction* action = vz::FindCommand(&frame, id);
             QVERIFY2(action != nullptr && action->isEnabled() == on.contains(id),
                      qPrintable(QString::number(id)));
