@@ -261,6 +261,7 @@ struct CArchiveUnpacker::Impl {
     std::unique_ptr<SevenZipTool> sevenZip;
     std::unique_ptr<UnarEntryReader> unar;
     bool headersEncrypted = false;  // libarchive's first header failed on encryption
+    bool listedByLsar = false;      // a RAR archive whose headers are encrypted
     // How the names were decoded, and the count of the user's choices then: a new choice for
     // this archive lists it again.
     EntryNameDecoding names;
@@ -394,6 +395,8 @@ struct CArchiveUnpacker::Impl {
         choicesSeen = NameEncodings::ChoiceSerial();
         if (sevenZip)
             return ListWithSevenZipTool();
+        if (listedByLsar)
+            return ListWithUnar();
         if (traits->listWithLibzip && volumes.size() == 1) {
             QString err;
             if (ListZipDirectory(volumes.first(), &entries, &err, StopPoll(), &names))
@@ -427,6 +430,34 @@ struct CArchiveUnpacker::Impl {
         sevenZip = std::move(tool);
         q->m_error.clear();
         return true;
+    }
+    // Opens a RAR 5 archive whose headers are encrypted: lsar lists it once the password is
+    // known (asked on the first listing), unar unpacks it.
+    bool OpenWithUnar() {
+        if (traits->family != ArchiveFamily::Rar || !rar5.headers || stopped ||
+            !MissingTool("lsar").isEmpty() || !MissingTool("unar").isEmpty())
+            return false;
+        unar = std::make_unique<UnarEntryReader>(volumes.first());
+        listedByLsar = true;
+        q->m_error.clear();
+        return true;
+    }
+    bool ListWithUnar() {
+        passwords.SetObserver(observer, q->m_path);
+        switch (unar->List(passwords, StopPoll(), &entries)) {
+            case UnarEntryReader::Status::Ok:
+                return listed = true;
+            case UnarEntryReader::Status::Cancelled:
+                q->m_cancelled = true;
+                return Fail(QStringLiteral("The listing was cancelled."));
+            case UnarEntryReader::Status::WrongPassword:
+                return Fail(QStringLiteral("Cannot open the archive %1: its headers are "
+                                           "encrypted, and a password is required.")
+                                .arg(Where()));
+            case UnarEntryReader::Status::Failed:
+                break;
+        }
+        return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(Where(), unar->Error()));
     }
     // Turns an open 7z archive over to 7zz (libarchive listed it but cannot decrypt or
     // decode its data); false when 7zz is not there.
@@ -639,8 +670,9 @@ struct CArchiveUnpacker::Impl {
             observer->Report(message);
     }
 
-    // An unpack or a test through 7zz, from the entry `st.resumeAt` on.
-    void RunWithSevenZipTool(const Selection& sel, DestinationWriter* writer, PassState& st) {
+    // An unpack or a test through 7zz (or, for a RAR archive listed by lsar, unar), from the
+    // entry `st.resumeAt` on.
+    void RunWithTool(const Selection& sel, DestinationWriter* writer, PassState& st) {
         if (!EnsureListed()) {
             st.cancelled = q->m_cancelled;
             if (!st.cancelled)
@@ -666,7 +698,10 @@ struct CArchiveUnpacker::Impl {
         job.passwords = &passwords;
         job.report = [&](const QString& message) { Report(st, message); };
         job.madeFiles = &st.madeFiles;
-        sevenZip->Unpack(job);
+        if (sevenZip)
+            sevenZip->Unpack(job);
+        else
+            unar->Unpack(job);
         st.cancelled = st.cancelled || job.cancelled;
     }
 
@@ -1086,13 +1121,13 @@ struct CArchiveUnpacker::Impl {
             SwitchToSevenZipTool();
         q->m_error.clear();
         PassState st;
-        if (sevenZip) {
-            RunWithSevenZipTool(sel, writer.get(), st);
+        if (sevenZip || listedByLsar) {
+            RunWithTool(sel, writer.get(), st);
         } else {
             while (RunPass(sel, writer.get(), st) == PassEnd::Restart) {
             }
             if (st.useSevenZipTool)
-                RunWithSevenZipTool(sel, writer.get(), st);
+                RunWithTool(sel, writer.get(), st);
         }
         if (gzipCheck.valid()) {
             endCheck = st.cancelled || st.failed;  // its verdict no longer matters
@@ -1170,7 +1205,7 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     if (!ok && d->stopped)
         d->Fail(QStringLiteral("The listing was stopped."));
     else if (!ok)
-        ok = d->Probe() || d->ProbeLocalHeaders() || d->OpenWithSevenZipTool();
+        ok = d->Probe() || d->ProbeLocalHeaders() || d->OpenWithSevenZipTool() || d->OpenWithUnar();
     if (!ok) {
         d->open = false;
         d->volumes.clear();
@@ -1274,6 +1309,7 @@ bool CArchiveUnpacker::CloseArchive() {
     d->sevenZip.reset();
     d->unar.reset();
     d->headersEncrypted = false;
+    d->listedByLsar = false;
     d->entries.clear();
     d->entries.shrink_to_fit();
     d->volumes.clear();
