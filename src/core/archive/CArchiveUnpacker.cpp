@@ -888,6 +888,7 @@ struct CArchiveUnpacker::Impl {
             uLong crc = crc32(0L, Z_NULL, 0);
             bool wrongPassword = false;
             bool libzipOpenFailed = false;  // not for the password: the method, say
+            bool viaSevenZip = false;
             QString libzipError;
             if (fromLibzip) {
                 switch (
@@ -901,30 +902,41 @@ struct CArchiveUnpacker::Impl {
                         dataFailed = wrongPassword = true;
                         break;
                     case ZipEntryData::Status::Failed:
-                        dataFailed = libzipOpenFailed = true;
+                        // A method libzip cannot decode under encryption: 7zz reads it.
+                        viaSevenZip = viaLibzip.MethodUnsupported() && MissingTool("7zz").isEmpty();
+                        dataFailed = libzipOpenFailed = !viaSevenZip;
                         libzipError = viaLibzip.Error();
                         break;
                 }
                 libzipBuffer.resize(1 << 18);
             }
-            if (viaUnar) {
-                if (!unar)
+            if (viaUnar || viaSevenZip) {
+                auto sink = [&](const char* data, size_t size) {
+                    if (writer && !writer->Write(data, size, written))
+                        return false;
+                    written += static_cast<qint64>(size);
+                    st.bytesDone += size;
+                    if (checkCrc)
+                        crc = crc32_z(crc, reinterpret_cast<const Bytef*>(data), size);
+                    return true;
+                };
+                QString toolError;
+                if (viaUnar && !unar)
                     unar = std::make_unique<UnarEntryReader>(volumes.first());
-                const auto status =
-                    unar->Read(info.path, 0, info.size, passwords, observer,
-                               [&](const char* data, size_t size) {
-                                   if (writer && !writer->Write(data, size, written))
-                                       return false;
-                                   written += static_cast<qint64>(size);
-                                   st.bytesDone += size;
-                                   return true;
-                               });
-                st.cancelled = status == UnarEntryReader::Status::Cancelled;
-                wrongPassword = status == UnarEntryReader::Status::WrongPassword;
-                dataFailed = status != UnarEntryReader::Status::Ok;
-                libzipError = unar->Error().isEmpty() && writer ? writer->Error() : unar->Error();
+                const ToolStatus status =
+                    viaUnar ? unar->Read(info.path, 0, info.size, passwords, observer, sink)
+                            : ReadZipEntryWithSevenZip(volumes.first(), info.path, info.size,
+                                                       passwords, observer, sink, &toolError);
+                if (viaUnar)
+                    toolError = unar->Error();
+                st.cancelled = status == ToolStatus::Cancelled;
+                wrongPassword = status == ToolStatus::WrongPassword;
+                // 7zz tested the password: its failure is the data's.
+                libzipOpenFailed = viaSevenZip && status == ToolStatus::Failed;
+                dataFailed = status != ToolStatus::Ok;
+                libzipError = toolError.isEmpty() && writer ? writer->Error() : toolError;
             }
-            while (!viaUnar && !dataFailed && !st.cancelled) {
+            while (!viaUnar && !viaSevenZip && !dataFailed && !st.cancelled) {
                 const void* buffer = nullptr;
                 size_t size = 0;
                 la_int64_t offset = 0;

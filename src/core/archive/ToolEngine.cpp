@@ -685,6 +685,72 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
     }
 }
 
+// ---- zip entries through 7zz ----
+
+ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& innerPath,
+                                    quint64 size, PasswordBook& passwords,
+                                    IOperationObserver* observer,
+                                    const std::function<bool(const char*, size_t)>& sink,
+                                    QString* error) {
+    auto stop = [observer] { return observer && observer->StopRequested(); };
+    passwords.SetCurrentEntry(innerPath);
+    std::deque<std::string> tries = passwords.Known();
+    std::vector<char> buffer(kChunk);
+    for (;;) {
+        std::string password;
+        if (!tries.empty()) {
+            password = tries.front();
+            tries.pop_front();
+        } else {
+            const char* answer = passwords.Ask();
+            if (!answer)
+                return passwords.Cancelled() ? ToolStatus::Cancelled : ToolStatus::WrongPassword;
+            password = answer;
+        }
+        Child child;
+        // -spd: the name is a name, not a wildcard.
+        if (!child.Start(
+                "7zz",
+                {"x", "-so", "-bd", "-sccUTF-8", "-tzip", "-spd", "--", archivePath, innerPath},
+                QByteArray::fromStdString(password) + '\n', error))
+            return ToolStatus::Failed;
+        quint64 got = 0;
+        bool sinkFailed = false;
+        for (;;) {
+            const qint64 n = child.Read(buffer.data(), kChunk, stop);
+            if (n < 0)
+                return child.TimedOut() ? (*error = SilenceError("7zz"), ToolStatus::Failed)
+                                        : ToolStatus::Cancelled;
+            if (n == 0)
+                break;
+            got += static_cast<quint64>(n);
+            if (!sinkFailed && !sink(buffer.data(), static_cast<size_t>(n)))
+                sinkFailed = true;
+        }
+        const int code = child.Finish(stop);
+        if (code < 0 && !child.TimedOut())
+            return ToolStatus::Cancelled;
+        if (sinkFailed) {
+            error->clear();
+            return ToolStatus::Failed;
+        }
+        if (code == 0 && got == size) {
+            passwords.Remember(QString::fromStdString(password));
+            return ToolStatus::Ok;
+        }
+        // 7zz tests the password before it writes anything.
+        if (got > 0 || !SaysWrongPassword(child.Errors())) {
+            *error = child.TimedOut() ? SilenceError("7zz") : child.Complaint();
+            if (error->isEmpty())
+                *error = QStringLiteral("its data is damaged");
+            return ToolStatus::Failed;
+        }
+        passwords.Forget();
+        if (passwords.Exhausted())
+            return ToolStatus::WrongPassword;
+    }
+}
+
 // ---- encrypted RAR entries through unar ----
 
 UnarEntryReader::~UnarEntryReader() {

@@ -77,6 +77,18 @@ private:
     bool m_cancelled = false;
 };
 
+// How reading one entry through a tool ended.
+enum class ToolStatus { Ok, WrongPassword, Failed, Cancelled };
+
+// One encrypted zip entry's data through 7zz, for a method that libzip cannot decode under
+// encryption (LZMA, PPMd, XZ, Zstandard under AES). The password goes on 7zz's standard
+// input; a wrong one is asked again. The entry's whole size must come out.
+ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& innerPath,
+                                    quint64 size, PasswordBook& passwords,
+                                    IOperationObserver* observer,
+                                    const std::function<bool(const char*, size_t)>& sink,
+                                    QString* error);
+
 // Encrypted RAR entries' data through unar, and the listing of a RAR archive whose headers
 // are encrypted through lsar. An entry is named by its position among the archive's
 // entries as lsar lists them (found by name on first use).
@@ -84,7 +96,7 @@ class UnarEntryReader {
 public:
     explicit UnarEntryReader(const QString& archivePath) : m_path(archivePath) {}
     ~UnarEntryReader();
-    enum class Status { Ok, WrongPassword, Failed, Cancelled };
+    using Status = ToolStatus;
     // Lists an archive whose headers are encrypted, asking for the password until lsar
     // reads them with it.
     Status List(PasswordBook& passwords, const std::function<bool()>& stop,
