@@ -1214,10 +1214,15 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
               ListZipDirectory(path, &d->entries, &err, d->StopPoll(), &d->names);
     d->listed = ok;
-    if (!ok && d->stopped)
+    if (!ok && d->stopped) {
         d->Fail(QStringLiteral("The listing was stopped."));
-    else if (!ok)
-        ok = d->Probe() || d->ProbeLocalHeaders() || d->OpenWithSevenZipTool() || d->OpenWithUnar();
+    } else if (!ok) {
+        // A 7z whose headers are encrypted goes to 7zz at once: libarchive cannot read them.
+        d->headersEncrypted =
+            d->Is7z() && d->volumes.size() == 1 && SevenZipHeadersEncrypted(d->volumes.first());
+        ok = (d->headersEncrypted && d->OpenWithSevenZipTool()) || d->Probe() ||
+             d->ProbeLocalHeaders() || d->OpenWithSevenZipTool() || d->OpenWithUnar();
+    }
     if (!ok) {
         d->open = false;
         d->volumes.clear();

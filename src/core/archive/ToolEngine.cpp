@@ -405,6 +405,32 @@ QString MissingTool(const char* program) {
 
 // ---- 7z through 7zz ----
 
+bool SevenZipHeadersEncrypted(const QString& path) {
+    // The signature header: signature, version, its CRC, then where the next header lies
+    // (after these 32 bytes) and its size.
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray start = f.read(32);
+    if (start.size() != 32 || !start.startsWith(QByteArray("7z\xBC\xAF\x27\x1C", 6)))
+        return false;
+    auto le64 = [&start](int at) {
+        quint64 v = 0;
+        for (int i = 7; i >= 0; --i)
+            v = (v << 8) | static_cast<uchar>(start[at + i]);
+        return v;
+    };
+    const quint64 offset = le64(12), size = le64(20);
+    // An encoded header is small: the description of the stream that holds the real one.
+    constexpr quint64 kMaxEncodedHeader = 4096;
+    if (size == 0 || size > kMaxEncodedHeader || offset > quint64(f.size()) ||
+        !f.seek(32 + qint64(offset)))
+        return false;
+    const QByteArray next = f.read(qint64(size));
+    // kEncodedHeader, whose coders include 7-Zip's AES-256 (method ID 06 F1 07 01).
+    return next.startsWith('\x17') && next.contains(QByteArray("\x06\xF1\x07\x01", 4));
+}
+
 SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
                                                const std::function<bool()>& stop) {
     m_entries.clear();
@@ -415,7 +441,28 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
     if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
                      password.isNull() ? QByteArray() : password + '\n', &m_error))
         return Outcome::Failed;
-    QByteArray out;
+    // The records are parsed while 7zz is still reading the archive.
+    SltRecord record;
+    auto flush = [&] {
+        if (!record.empty)
+            m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
+        record = SltRecord();
+    };
+    auto parseLine = [&](const char* line, qsizetype size) {
+        if (size > 0 && line[size - 1] == '\r')
+            --size;
+        const QByteArray text = QByteArray::fromRawData(line, size);
+        const qsizetype eq = text.indexOf(" = ");
+        if (eq <= 0)
+            return;
+        const QByteArray key = text.left(eq);
+        if (key == "Path")
+            flush();
+        record.Set(key, text.mid(eq + 3));
+    };
+    QByteArray pending;  // a line not ended yet
+    qint64 total = 0;
+    bool asksPassword = false;
     std::vector<char> buffer(kChunk);
     for (;;) {
         const qint64 n = child.Read(buffer.data(), kChunk, stop);
@@ -424,51 +471,39 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
                 m_error = SilenceError("7zz");
                 return Outcome::Failed;
             }
+            m_entries.clear();
             m_cancelled = true;
             m_error = QStringLiteral("The listing was stopped.");
             return Outcome::Stopped;
         }
         if (n == 0)
             break;
-        out.append(buffer.data(), static_cast<int>(n));
-        if (out.size() > kListingCap) {
+        total += n;
+        if (total > kListingCap) {
+            m_entries.clear();
             m_error = QStringLiteral("its listing is larger than %1 MB").arg(kListingCap >> 20);
             return Outcome::Failed;
         }
+        pending.append(buffer.data(), static_cast<qsizetype>(n));
+        qsizetype at = 0;
+        for (qsizetype end; (end = pending.indexOf('\n', at)) >= 0; at = end + 1)
+            parseLine(pending.constData() + at, end - at);
+        asksPassword = asksPassword || pending.contains("Enter password");
+        pending.remove(0, at);
     }
+    parseLine(pending.constData(), pending.size());
+    flush();
     const int code = child.Finish(stop);
     if (code != 0) {
+        m_entries.clear();
         // Without a password 7zz asks for one and meets the end of its input.
-        if (SaysWrongPassword(child.Errors()) || out.contains("Enter password"))
+        if (SaysWrongPassword(child.Errors()) || asksPassword)
             return Outcome::WrongPassword;
         m_error = child.Complaint();
         if (m_error.isEmpty())
             m_error = QStringLiteral("7zz failed (exit code %1)").arg(code);
         return Outcome::Failed;
     }
-    SltRecord record;
-    auto flush = [&] {
-        if (!record.empty)
-            m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
-        record = SltRecord();
-    };
-    for (qsizetype at = 0; at < out.size();) {
-        qsizetype end = out.indexOf('\n', at);
-        if (end < 0)
-            end = out.size();
-        QByteArray line = out.mid(at, end - at);
-        at = end + 1;
-        if (line.endsWith('\r'))
-            line.chop(1);
-        const int eq = line.indexOf(" = ");
-        if (eq <= 0)
-            continue;
-        const QByteArray key = line.left(eq);
-        if (key == "Path")
-            flush();
-        record.Set(key, line.mid(eq + 3));
-    }
-    flush();
     m_listed = true;
     return Outcome::Ok;
 }

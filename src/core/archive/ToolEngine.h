@@ -29,6 +29,11 @@ class DestinationWriter;
 // Why a tool cannot run, naming the Debian package that brings it; empty when it can.
 QString MissingTool(const char* program);
 
+// Whether a 7z archive's headers are encrypted, from its first bytes and its encoded
+// header (cheaper than a failed open by libarchive). False for a ".001" volume set, whose
+// header lies in the last volume, and for anything that is not such a 7z.
+bool SevenZipHeadersEncrypted(const QString& path);
+
 // An unpack (or, without a writer, a test) that an engine runs for the unpacker.
 struct ToolUnpackJob {
     const std::vector<ListedEntry>* entries = nullptr;  // in archive order
