@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+#include <string_view>
+
 #include <QDate>
 #include <QDir>
 #include <QElapsedTimer>
@@ -177,8 +179,8 @@ quint32 UnixModeOf(const QString& text) {
 struct SltRecord {
     QByteArray path, attributes, folder, size, packed, crc, modified, encrypted, method;
     bool empty = true;
-    void Set(const QByteArray& key, const QByteArray& value) {
-        static const std::pair<const char*, QByteArray SltRecord::*> kKeys[] = {
+    void Set(std::string_view key, std::string_view value) {
+        static constexpr std::pair<std::string_view, QByteArray SltRecord::*> kKeys[] = {
             {"Path", &SltRecord::path},          {"Attributes", &SltRecord::attributes},
             {"Folder", &SltRecord::folder},      {"Size", &SltRecord::size},
             {"Packed Size", &SltRecord::packed}, {"CRC", &SltRecord::crc},
@@ -187,7 +189,7 @@ struct SltRecord {
         };
         for (const auto& [name, field] : kKeys)
             if (key == name) {
-                this->*field = value;
+                this->*field = QByteArray(value.data(), static_cast<qsizetype>(value.size()));
                 empty = false;
                 return;
             }
@@ -198,12 +200,20 @@ struct SltRecord {
 bool ParseSltTime(const QByteArray& t, qint64* seconds) {
     if (t.size() < 19)
         return false;
-    auto num = [&](int at, int len) { return t.mid(at, len).toInt(); };
+    auto num = [&](int at, int len) {
+        int v = 0;
+        for (int i = at; i < at + len; ++i) {
+            if (t[i] < '0' || t[i] > '9')
+                return -1;
+            v = v * 10 + (t[i] - '0');
+        }
+        return v;
+    };
     const QDate date(num(0, 4), num(5, 2), num(8, 2));
-    if (!date.isValid())
+    const int h = num(11, 2), m = num(14, 2), sec = num(17, 2);
+    if (!date.isValid() || h < 0 || m < 0 || sec < 0)
         return false;
-    *seconds =
-        (date.toJulianDay() - 2440588) * 86400 + num(11, 2) * 3600 + num(14, 2) * 60 + num(17, 2);
+    *seconds = (date.toJulianDay() - 2440588) * 86400 + h * 3600 + m * 60 + sec;
     return true;
 }
 
@@ -451,14 +461,14 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
     auto parseLine = [&](const char* line, qsizetype size) {
         if (size > 0 && line[size - 1] == '\r')
             --size;
-        const QByteArray text = QByteArray::fromRawData(line, size);
-        const qsizetype eq = text.indexOf(" = ");
-        if (eq <= 0)
+        const std::string_view text(line, static_cast<size_t>(size));
+        const size_t eq = text.find(" = ");
+        if (eq == std::string_view::npos || eq == 0)
             return;
-        const QByteArray key = text.left(eq);
+        const std::string_view key = text.substr(0, eq);
         if (key == "Path")
             flush();
-        record.Set(key, text.mid(eq + 3));
+        record.Set(key, text.substr(eq + 3));
     };
     QByteArray pending;  // a line not ended yet
     qint64 total = 0;
