@@ -787,7 +787,8 @@ ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& i
         if (got > 0 || !SaysWrongPassword(child.Errors())) {
             *error = child.TimedOut() ? SilenceError("7zz") : child.Complaint();
             if (error->isEmpty())
-                *error = QStringLiteral("its data is damaged");
+                *error = got == 0 && code == 0 ? QStringLiteral("7zz does not find it by its name")
+                                               : QStringLiteral("its data is damaged");
             return ToolStatus::Failed;
         }
         passwords.Forget();
