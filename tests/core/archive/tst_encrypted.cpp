@@ -71,18 +71,16 @@ private Q_SLOTS:
         QTest::newRow("7z name leading outside, refused")
             << "cd src && 7zz a -spf -mhe=on -pSECRET ../x.7z ../outside.txt a.txt"
             << "x.7z" << 6 << QStringList{"SECRET"} << 1 << 1 << false << QStringList{"a.txt"};
-        // libzip decrypts AES but decodes only Store and Deflate beneath it.
+        // libzip decrypts AES but decodes neither beneath it (LZMA and BZip2 are in the safety
+        // test's password rows).
         const QStringList withText = all + QStringList{"src/d/n.txt"};
-        for (const char* method : {"LZMA", "PPMd", "XZ", "BZip2"})
+        for (const char* method : {"PPMd", "XZ"})
             QTest::addRow("zip AES over %s", method)
                 << QString(
                        "seq 20000 > src/d/n.txt && 7zz a -tzip -mem=AES256 -mm=%1 -pSECRET "
                        "x.zip src")
                        .arg(method)
                 << "x.zip" << 1 << QStringList{"SECRET"} << 0 << 1 << true << withText;
-        QTest::newRow("zip AES over LZMA, wrong then right")
-            << "seq 20000 > src/d/n.txt && 7zz a -tzip -mem=AES256 -mm=LZMA -pSECRET x.zip src"
-            << "x.zip" << 1 << QStringList{"bad", "SECRET"} << 0 << 2 << true << withText;
         QTest::newRow("RAR 5, a password per entry")
             << "@rar5_encrypted.rar"
             << "rar5_encrypted.rar" << 4 << QStringList{"password", "password2"} << 0 << 2 << true
