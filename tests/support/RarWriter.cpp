@@ -1,6 +1,10 @@
 #include "RarWriter.h"
 
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 #include <zlib.h>
+
+#include <QCryptographicHash>
 #include <QFile>
 
 namespace vzt {
@@ -141,6 +145,138 @@ QStringList WriteStoredRarVolumes(const QString& basePath, const std::vector<Rar
         paths << p;
     }
     return paths;
+}
+
+}  // namespace vzt
+
+// ---- RAR 5 with encrypted headers ----
+
+namespace vzt {
+namespace {
+
+void PutVint(QByteArray& b, quint64 v) {
+    do {
+        b.append(static_cast<char>((v & 0x7F) | (v > 0x7F ? 0x80 : 0)));
+        v >>= 7;
+    } while (v);
+}
+
+// CRC32, the size of what follows, then the header: type, flags, fields.
+QByteArray Rar5Header(const QByteArray& header) {
+    QByteArray sized;
+    PutVint(sized, static_cast<quint64>(header.size()));
+    sized.append(header);
+    QByteArray out;
+    Put32(out, Crc32(sized));
+    return out + sized;
+}
+
+constexpr int kKdfLog = 15;  // 2^15 rounds of PBKDF2, rar's own default
+
+QByteArray Pbkdf2(const QByteArray& password, const QByteArray& salt, int rounds) {
+    QByteArray key(32, '\0');
+    PKCS5_PBKDF2_HMAC(password.constData(), static_cast<int>(password.size()),
+                      reinterpret_cast<const unsigned char*>(salt.constData()),
+                      static_cast<int>(salt.size()), rounds, EVP_sha256(), 32,
+                      reinterpret_cast<unsigned char*>(key.data()));
+    return key;
+}
+
+// The 12 bytes that tell a right password: 8 folded from the key chain 32 rounds further,
+// then 4 of their SHA-256.
+QByteArray CheckValue(const QByteArray& password, const QByteArray& salt) {
+    const QByteArray v2 = Pbkdf2(password, salt, (1 << kKdfLog) + 32);
+    QByteArray check(8, '\0');
+    for (int i = 0; i < 32; ++i)
+        check[i % 8] = static_cast<char>(check[i % 8] ^ v2[i]);
+    return check + QCryptographicHash::hash(check, QCryptographicHash::Sha256).left(4);
+}
+
+QByteArray AesCbc(const QByteArray& key, const QByteArray& iv, QByteArray data) {
+    data.append(QByteArray((16 - data.size() % 16) % 16, '\0'));
+    QByteArray out(data.size(), '\0');
+    EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
+    int n = 0;
+    EVP_EncryptInit_ex(ctx, EVP_aes_256_cbc(), nullptr,
+                       reinterpret_cast<const unsigned char*>(key.constData()),
+                       reinterpret_cast<const unsigned char*>(iv.constData()));
+    EVP_CIPHER_CTX_set_padding(ctx, 0);
+    EVP_EncryptUpdate(ctx, reinterpret_cast<unsigned char*>(out.data()), &n,
+                      reinterpret_cast<const unsigned char*>(data.constData()),
+                      static_cast<int>(data.size()));
+    EVP_CIPHER_CTX_free(ctx);
+    return out;
+}
+
+QByteArray Random(int n) {
+    QByteArray b(n, '\0');
+    RAND_bytes(reinterpret_cast<unsigned char*>(b.data()), n);
+    return b;
+}
+
+}  // namespace
+
+bool WriteHeaderEncryptedRar5(const QString& path, const std::vector<RarItem>& items,
+                              const QByteArray& password) {
+    const QByteArray salt = Random(16);
+    const QByteArray key = Pbkdf2(password, salt, 1 << kKdfLog);
+    QByteArray out("Rar!\x1a\x07\x01\x00", 8);
+    QByteArray crypt;
+    PutVint(crypt, 4);  // the archive encryption header
+    PutVint(crypt, 0);
+    PutVint(crypt, 0);       // AES-256
+    PutVint(crypt, 0x0001);  // with the password check
+    crypt.append(static_cast<char>(kKdfLog));
+    crypt.append(salt + CheckValue(password, salt));
+    out.append(Rar5Header(crypt));
+    // Every later header: its IV, then the header encrypted.
+    auto sealed = [&](const QByteArray& header) {
+        const QByteArray iv = Random(16);
+        return iv + AesCbc(key, iv, Rar5Header(header));
+    };
+    QByteArray main;
+    PutVint(main, 1);
+    PutVint(main, 0);
+    PutVint(main, 0);
+    out.append(sealed(main));
+    for (const RarItem& item : items) {
+        // The file's own encryption record: the same salt and key, an IV of its own.
+        const QByteArray iv = Random(16);
+        QByteArray record;
+        PutVint(record, 1);  // file encryption
+        PutVint(record, 0);
+        PutVint(record, 0x0001);
+        record.append(static_cast<char>(kKdfLog));
+        record.append(salt + iv + CheckValue(password, salt).left(12));
+        QByteArray extra;
+        PutVint(extra, static_cast<quint64>(record.size()));
+        extra.append(record);
+        const QByteArray data = item.folder ? QByteArray() : AesCbc(key, iv, item.data);
+        QByteArray h;
+        PutVint(h, 2);
+        PutVint(h, 0x0001 | 0x0002);
+        PutVint(h, static_cast<quint64>(extra.size()));
+        PutVint(h, static_cast<quint64>(data.size()));
+        PutVint(h, item.folder ? 0x0001 | 0x0002 : 0x0002 | 0x0004);
+        PutVint(h, static_cast<quint64>(item.data.size()));
+        PutVint(h, item.folder ? 0x10 : 0x20);  // Windows attributes
+        Put32(h, static_cast<quint32>(item.mtime));
+        if (!item.folder)
+            Put32(h, Crc32(item.data));
+        PutVint(h, 0);  // stored
+        PutVint(h, 0);  // Windows
+        const QByteArray name = item.name.toUtf8();
+        PutVint(h, static_cast<quint64>(name.size()));
+        h.append(name + extra);
+        out.append(sealed(h) + data);
+    }
+    QByteArray end;
+    PutVint(end, 5);
+    PutVint(end, 0);
+    PutVint(end, 0);
+    out.append(sealed(end));
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(out) == out.size();
 }
 
 }  // namespace vzt

@@ -28,3 +28,12 @@ QStringList WriteStoredRarVolumes(const QString& basePath, const std::vector<Rar
                                   int volumeDataSize);
 
 }  // namespace vzt
+
+namespace vzt {
+
+// Writes a RAR 5 archive of stored files whose headers and data are encrypted with
+// `password` (AES-256, as "rar a -hp" does), so that nothing is listed without it.
+bool WriteHeaderEncryptedRar5(const QString& path, const std::vector<RarItem>& items,
+                              const QByteArray& password);
+
+}  // namespace vzt

@@ -261,6 +261,7 @@ struct CArchiveUnpacker::Impl {
     std::unique_ptr<SevenZipTool> sevenZip;
     std::unique_ptr<UnarEntryReader> unar;
     bool headersEncrypted = false;  // libarchive's first header failed on encryption
+    bool listedByLsar = false;      // a RAR archive whose headers are encrypted
     // How the names were decoded, and the count of the user's choices then: a new choice for
     // this archive lists it again.
     EntryNameDecoding names;
@@ -394,6 +395,8 @@ struct CArchiveUnpacker::Impl {
         choicesSeen = NameEncodings::ChoiceSerial();
         if (sevenZip)
             return ListWithSevenZipTool();
+        if (listedByLsar)
+            return ListWithUnar();
         if (traits->listWithLibzip && volumes.size() == 1) {
             QString err;
             if (ListZipDirectory(volumes.first(), &entries, &err, StopPoll(), &names))
@@ -427,6 +430,34 @@ struct CArchiveUnpacker::Impl {
         sevenZip = std::move(tool);
         q->m_error.clear();
         return true;
+    }
+    // Opens a RAR 5 archive whose headers are encrypted: lsar lists it once the password is
+    // known (asked on the first listing), unar unpacks it.
+    bool OpenWithUnar() {
+        if (traits->family != ArchiveFamily::Rar || !rar5.headers || stopped ||
+            !MissingTool("lsar").isEmpty() || !MissingTool("unar").isEmpty())
+            return false;
+        unar = std::make_unique<UnarEntryReader>(volumes.first());
+        listedByLsar = true;
+        q->m_error.clear();
+        return true;
+    }
+    bool ListWithUnar() {
+        passwords.SetObserver(observer, q->m_path);
+        switch (unar->List(passwords, StopPoll(), &entries)) {
+            case UnarEntryReader::Status::Ok:
+                return listed = true;
+            case UnarEntryReader::Status::Cancelled:
+                q->m_cancelled = true;
+                return Fail(QStringLiteral("The listing was cancelled."));
+            case UnarEntryReader::Status::WrongPassword:
+                return Fail(QStringLiteral("Cannot open the archive %1: its headers are "
+                                           "encrypted, and a password is required.")
+                                .arg(Where()));
+            case UnarEntryReader::Status::Failed:
+                break;
+        }
+        return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(Where(), unar->Error()));
     }
     // Turns an open 7z archive over to 7zz (libarchive listed it but cannot decrypt or
     // decode its data); false when 7zz is not there.
@@ -639,8 +670,9 @@ struct CArchiveUnpacker::Impl {
             observer->Report(message);
     }
 
-    // An unpack or a test through 7zz, from the entry `st.resumeAt` on.
-    void RunWithSevenZipTool(const Selection& sel, DestinationWriter* writer, PassState& st) {
+    // An unpack or a test through 7zz (or, for a RAR archive listed by lsar, unar), from the
+    // entry `st.resumeAt` on.
+    void RunWithTool(const Selection& sel, DestinationWriter* writer, PassState& st) {
         if (!EnsureListed()) {
             st.cancelled = q->m_cancelled;
             if (!st.cancelled)
@@ -666,7 +698,10 @@ struct CArchiveUnpacker::Impl {
         job.passwords = &passwords;
         job.report = [&](const QString& message) { Report(st, message); };
         job.madeFiles = &st.madeFiles;
-        sevenZip->Unpack(job);
+        if (sevenZip)
+            sevenZip->Unpack(job);
+        else
+            unar->Unpack(job);
         st.cancelled = st.cancelled || job.cancelled;
     }
 
@@ -853,6 +888,7 @@ struct CArchiveUnpacker::Impl {
             uLong crc = crc32(0L, Z_NULL, 0);
             bool wrongPassword = false;
             bool libzipOpenFailed = false;  // not for the password: the method, say
+            bool viaSevenZip = false;
             QString libzipError;
             if (fromLibzip) {
                 switch (
@@ -866,30 +902,41 @@ struct CArchiveUnpacker::Impl {
                         dataFailed = wrongPassword = true;
                         break;
                     case ZipEntryData::Status::Failed:
-                        dataFailed = libzipOpenFailed = true;
+                        // A method libzip cannot decode under encryption: 7zz reads it.
+                        viaSevenZip = viaLibzip.MethodUnsupported() && MissingTool("7zz").isEmpty();
+                        dataFailed = libzipOpenFailed = !viaSevenZip;
                         libzipError = viaLibzip.Error();
                         break;
                 }
                 libzipBuffer.resize(1 << 18);
             }
-            if (viaUnar) {
-                if (!unar)
+            if (viaUnar || viaSevenZip) {
+                auto sink = [&](const char* data, size_t size) {
+                    if (writer && !writer->Write(data, size, written))
+                        return false;
+                    written += static_cast<qint64>(size);
+                    st.bytesDone += size;
+                    if (checkCrc)
+                        crc = crc32_z(crc, reinterpret_cast<const Bytef*>(data), size);
+                    return true;
+                };
+                QString toolError;
+                if (viaUnar && !unar)
                     unar = std::make_unique<UnarEntryReader>(volumes.first());
-                const auto status =
-                    unar->Read(info.path, 0, info.size, passwords, observer,
-                               [&](const char* data, size_t size) {
-                                   if (writer && !writer->Write(data, size, written))
-                                       return false;
-                                   written += static_cast<qint64>(size);
-                                   st.bytesDone += size;
-                                   return true;
-                               });
-                st.cancelled = status == UnarEntryReader::Status::Cancelled;
-                wrongPassword = status == UnarEntryReader::Status::WrongPassword;
-                dataFailed = status != UnarEntryReader::Status::Ok;
-                libzipError = unar->Error().isEmpty() && writer ? writer->Error() : unar->Error();
+                const ToolStatus status =
+                    viaUnar ? unar->Read(info.path, 0, info.size, passwords, observer, sink)
+                            : ReadZipEntryWithSevenZip(volumes.first(), info.path, info.size,
+                                                       passwords, observer, sink, &toolError);
+                if (viaUnar)
+                    toolError = unar->Error();
+                st.cancelled = status == ToolStatus::Cancelled;
+                wrongPassword = status == ToolStatus::WrongPassword;
+                // 7zz tested the password: its failure is the data's.
+                libzipOpenFailed = viaSevenZip && status == ToolStatus::Failed;
+                dataFailed = status != ToolStatus::Ok;
+                libzipError = toolError.isEmpty() && writer ? writer->Error() : toolError;
             }
-            while (!viaUnar && !dataFailed && !st.cancelled) {
+            while (!viaUnar && !viaSevenZip && !dataFailed && !st.cancelled) {
                 const void* buffer = nullptr;
                 size_t size = 0;
                 la_int64_t offset = 0;
@@ -1086,13 +1133,13 @@ struct CArchiveUnpacker::Impl {
             SwitchToSevenZipTool();
         q->m_error.clear();
         PassState st;
-        if (sevenZip) {
-            RunWithSevenZipTool(sel, writer.get(), st);
+        if (sevenZip || listedByLsar) {
+            RunWithTool(sel, writer.get(), st);
         } else {
             while (RunPass(sel, writer.get(), st) == PassEnd::Restart) {
             }
             if (st.useSevenZipTool)
-                RunWithSevenZipTool(sel, writer.get(), st);
+                RunWithTool(sel, writer.get(), st);
         }
         if (gzipCheck.valid()) {
             endCheck = st.cancelled || st.failed;  // its verdict no longer matters
@@ -1167,10 +1214,15 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
               ListZipDirectory(path, &d->entries, &err, d->StopPoll(), &d->names);
     d->listed = ok;
-    if (!ok && d->stopped)
+    if (!ok && d->stopped) {
         d->Fail(QStringLiteral("The listing was stopped."));
-    else if (!ok)
-        ok = d->Probe() || d->ProbeLocalHeaders() || d->OpenWithSevenZipTool();
+    } else if (!ok) {
+        // A 7z whose headers are encrypted goes to 7zz at once: libarchive cannot read them.
+        d->headersEncrypted =
+            d->Is7z() && d->volumes.size() == 1 && SevenZipHeadersEncrypted(d->volumes.first());
+        ok = (d->headersEncrypted && d->OpenWithSevenZipTool()) || d->Probe() ||
+             d->ProbeLocalHeaders() || d->OpenWithSevenZipTool() || d->OpenWithUnar();
+    }
     if (!ok) {
         d->open = false;
         d->volumes.clear();
@@ -1274,6 +1326,7 @@ bool CArchiveUnpacker::CloseArchive() {
     d->sevenZip.reset();
     d->unar.reset();
     d->headersEncrypted = false;
+    d->listedByLsar = false;
     d->entries.clear();
     d->entries.shrink_to_fit();
     d->volumes.clear();

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+#include <string_view>
+
 #include <QDate>
 #include <QDir>
 #include <QElapsedTimer>
@@ -177,8 +179,8 @@ quint32 UnixModeOf(const QString& text) {
 struct SltRecord {
     QByteArray path, attributes, folder, size, packed, crc, modified, encrypted, method;
     bool empty = true;
-    void Set(const QByteArray& key, const QByteArray& value) {
-        static const std::pair<const char*, QByteArray SltRecord::*> kKeys[] = {
+    void Set(std::string_view key, std::string_view value) {
+        static constexpr std::pair<std::string_view, QByteArray SltRecord::*> kKeys[] = {
             {"Path", &SltRecord::path},          {"Attributes", &SltRecord::attributes},
             {"Folder", &SltRecord::folder},      {"Size", &SltRecord::size},
             {"Packed Size", &SltRecord::packed}, {"CRC", &SltRecord::crc},
@@ -187,7 +189,7 @@ struct SltRecord {
         };
         for (const auto& [name, field] : kKeys)
             if (key == name) {
-                this->*field = value;
+                this->*field = QByteArray(value.data(), static_cast<qsizetype>(value.size()));
                 empty = false;
                 return;
             }
@@ -198,12 +200,20 @@ struct SltRecord {
 bool ParseSltTime(const QByteArray& t, qint64* seconds) {
     if (t.size() < 19)
         return false;
-    auto num = [&](int at, int len) { return t.mid(at, len).toInt(); };
+    auto num = [&](int at, int len) {
+        int v = 0;
+        for (int i = at; i < at + len; ++i) {
+            if (t[i] < '0' || t[i] > '9')
+                return -1;
+            v = v * 10 + (t[i] - '0');
+        }
+        return v;
+    };
     const QDate date(num(0, 4), num(5, 2), num(8, 2));
-    if (!date.isValid())
+    const int h = num(11, 2), m = num(14, 2), sec = num(17, 2);
+    if (!date.isValid() || h < 0 || m < 0 || sec < 0)
         return false;
-    *seconds =
-        (date.toJulianDay() - 2440588) * 86400 + num(11, 2) * 3600 + num(14, 2) * 60 + num(17, 2);
+    *seconds = (date.toJulianDay() - 2440588) * 86400 + h * 3600 + m * 60 + sec;
     return true;
 }
 
@@ -250,11 +260,147 @@ ListedEntry EntryOf7zRecord(const SltRecord& r, quint64 order) {
     return e;
 }
 
+// One entry of lsar's JSON listing.
+ListedEntry EntryOfLsarRecord(const QJsonObject& o, quint64 order) {
+    auto number = [&o](const char* key, bool* known = nullptr) {
+        const QJsonValue v = o.value(QLatin1String(key));
+        if (known)
+            *known = v.isDouble();
+        return static_cast<quint64>(v.toDouble());
+    };
+    ListedEntry e;
+    ARCHIVEFILEFULLINFO& info = e.info;
+    const QString raw = o.value(QStringLiteral("XADFileName")).toString();
+    const NormalisedName n = NormaliseEntryName(raw);
+    info.path = n.path;
+    e.skip = n.Unsafe() || n.path.isEmpty();
+    if (n.Unsafe())
+        e.refusedName = raw;
+    info.isFolder = number("XADIsDirectory") != 0 || n.trailingSlash;
+    info.isSymlink = !info.isFolder && number("XADIsLink") != 0;
+    info.attributes = static_cast<quint32>(number("XADWindowsFileAttributes")) &
+                      (kDosReadOnly | kDosHidden | kDosSystem | kDosArchive);
+    if (info.isFolder)
+        info.attributes |= kDosDirectory;
+    bool known = false;
+    const quint32 permissions = static_cast<quint32>(number("XADPosixPermissions", &known));
+    if (known)
+        info.unixMode = (permissions & 07777) | (info.isFolder    ? S_IFDIR
+                                                 : info.isSymlink ? S_IFLNK
+                                                                  : S_IFREG);
+    info.size = number("XADFileSize", &info.sizeKnown);
+    info.sizeKnown = info.sizeKnown || info.isFolder;
+    info.packedSize = number("XADCompressedSize", &info.packedSizeKnown);
+    info.crc = static_cast<quint32>(number("RAR5CRC32", &info.crcKnown));
+    if (!info.crcKnown)
+        info.crc = static_cast<quint32>(number("RARCRC32", &info.crcKnown));
+    // "2024-03-22 17:59:09 +0000": lsar runs in UTC.
+    qint64 seconds = 0;
+    if (ParseSltTime(o.value(QStringLiteral("XADLastModificationDate")).toString().toLatin1(),
+                     &seconds))
+        info.modified = FileTime::FromUnix(seconds);
+    info.encrypted = number("XADIsEncrypted") != 0;
+    if (info.encrypted && o.contains(QStringLiteral("RAR5EncryptionSalt")))
+        info.encryption = QStringLiteral("AES-256");
+    if (!info.isFolder)
+        info.method = o.value(QStringLiteral("XADCompressionName")).toString();
+    e.passOrder = order;
+    return e;
+}
+
 // 7zz reads only a 7z archive (it would read an ELF program, an image ... as well), or a
 // set of them by its ".001" volume.
 QString TypeSwitch(const QString& path) {
     return path.endsWith(QLatin1String(".001")) ? QStringLiteral("-t7z.split")
                                                 : QStringLiteral("-t7z");
+}
+
+// The steps of one entry that every engine shares: folders made, names refused, files
+// begun and finished through the destination writer.
+
+void MakeFolderEntry(ToolUnpackJob& job, const ListedEntry& e,
+                     const std::function<void(const QString&)>& report) {
+    if (e.skip || !job.writer)
+        return;
+    const QStringList comps = job.map(e);
+    if (comps.isEmpty())
+        return;
+    if (job.writer->MakeFolder(comps, e.info.unixMode, e.info.modified) !=
+        DestinationWriter::Result::Ok)
+        report(job.writer->Error());
+    else if (job.listener)
+        job.listener->ItemAdded(job.writer->FullPath(comps));
+}
+
+QString RefusalText(const ListedEntry& e, const QString& archive) {
+    return QStringLiteral("Refused %1 in %2: %3.")
+        .arg(e.refusedName, archive,
+             NormaliseEntryName(e.refusedName).control
+                 ? QStringLiteral("the name holds a control character")
+                 : QStringLiteral("the name leads outside the destination"));
+}
+
+// Whether a selected file is taken, and where it goes (`comps`); begins writing it.
+enum class Begun { Take, Leave, Cancelled };
+Begun BeginEntry(ToolUnpackJob& job, const ListedEntry& e, const QString& archive,
+                 QStringList* comps, bool* writing,
+                 const std::function<void(const QString&)>& report) {
+    *writing = false;
+    if (e.skip) {
+        if (!e.refusedName.isEmpty())
+            report(RefusalText(e, archive));
+        return Begun::Leave;
+    }
+    *comps = job.writer ? job.map(e) : QStringList();
+    if (job.writer && comps->isEmpty())
+        return Begun::Leave;
+    if (job.madeFiles && job.madeFiles->contains(e.info.path.toLower()))
+        return Begun::Leave;  // an earlier engine of this unpack wrote it
+    if (!job.writer || e.info.isSymlink)
+        return Begun::Take;
+    switch (job.writer->BeginFile(*comps, IncomingFacts(e.info))) {
+        case DestinationWriter::Result::Ok:
+            *writing = true;
+            return Begun::Take;
+        case DestinationWriter::Result::Skipped:
+            return Begun::Leave;
+        case DestinationWriter::Result::Cancelled:
+            job.cancelled = true;
+            return Begun::Cancelled;
+        case DestinationWriter::Result::Failed:
+            report(job.writer->Error());
+            return Begun::Leave;
+    }
+    return Begun::Leave;
+}
+
+// Commits a file whose data checked out, or makes the link; false when the user cancelled.
+bool FinishEntry(ToolUnpackJob& job, const ListedEntry& e, const QStringList& comps,
+                 const QByteArray& linkTarget, const std::function<void(const QString&)>& report) {
+    if (!job.writer)
+        return true;
+    if (e.info.isSymlink) {
+        const auto res =
+            job.writer->MakeSymlink(comps, QString::fromUtf8(linkTarget), e.info.modified);
+        if (res == DestinationWriter::Result::Cancelled) {
+            job.cancelled = true;
+            return false;
+        }
+        if (res == DestinationWriter::Result::Failed)
+            report(job.writer->Error());
+        else if (res == DestinationWriter::Result::Ok && job.listener)
+            job.listener->ItemAdded(job.writer->FullPath(comps));
+        return true;
+    }
+    if (job.writer->CommitFile(e.info.unixMode, e.info.modified) != DestinationWriter::Result::Ok) {
+        report(job.writer->Error());
+        return true;
+    }
+    if (job.madeFiles)
+        job.madeFiles->insert(e.info.path.toLower(), comps);
+    if (job.listener)
+        job.listener->ItemAdded(job.writer->FullPath(comps));
+    return true;
 }
 
 }  // namespace
@@ -269,6 +415,32 @@ QString MissingTool(const char* program) {
 
 // ---- 7z through 7zz ----
 
+bool SevenZipHeadersEncrypted(const QString& path) {
+    // The signature header: signature, version, its CRC, then where the next header lies
+    // (after these 32 bytes) and its size.
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray start = f.read(32);
+    if (start.size() != 32 || !start.startsWith(QByteArray("7z\xBC\xAF\x27\x1C", 6)))
+        return false;
+    auto le64 = [&start](int at) {
+        quint64 v = 0;
+        for (int i = 7; i >= 0; --i)
+            v = (v << 8) | static_cast<uchar>(start[at + i]);
+        return v;
+    };
+    const quint64 offset = le64(12), size = le64(20);
+    // An encoded header is small: the description of the stream that holds the real one.
+    constexpr quint64 kMaxEncodedHeader = 4096;
+    if (size == 0 || size > kMaxEncodedHeader || offset > quint64(f.size()) ||
+        !f.seek(32 + qint64(offset)))
+        return false;
+    const QByteArray next = f.read(qint64(size));
+    // kEncodedHeader, whose coders include 7-Zip's AES-256 (method ID 06 F1 07 01).
+    return next.startsWith('\x17') && next.contains(QByteArray("\x06\xF1\x07\x01", 4));
+}
+
 SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
                                                const std::function<bool()>& stop) {
     m_entries.clear();
@@ -279,7 +451,28 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
     if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
                      password.isNull() ? QByteArray() : password + '\n', &m_error))
         return Outcome::Failed;
-    QByteArray out;
+    // The records are parsed while 7zz is still reading the archive.
+    SltRecord record;
+    auto flush = [&] {
+        if (!record.empty)
+            m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
+        record = SltRecord();
+    };
+    auto parseLine = [&](const char* line, qsizetype size) {
+        if (size > 0 && line[size - 1] == '\r')
+            --size;
+        const std::string_view text(line, static_cast<size_t>(size));
+        const size_t eq = text.find(" = ");
+        if (eq == std::string_view::npos || eq == 0)
+            return;
+        const std::string_view key = text.substr(0, eq);
+        if (key == "Path")
+            flush();
+        record.Set(key, text.substr(eq + 3));
+    };
+    QByteArray pending;  // a line not ended yet
+    qint64 total = 0;
+    bool asksPassword = false;
     std::vector<char> buffer(kChunk);
     for (;;) {
         const qint64 n = child.Read(buffer.data(), kChunk, stop);
@@ -288,51 +481,39 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
                 m_error = SilenceError("7zz");
                 return Outcome::Failed;
             }
+            m_entries.clear();
             m_cancelled = true;
             m_error = QStringLiteral("The listing was stopped.");
             return Outcome::Stopped;
         }
         if (n == 0)
             break;
-        out.append(buffer.data(), static_cast<int>(n));
-        if (out.size() > kListingCap) {
+        total += n;
+        if (total > kListingCap) {
+            m_entries.clear();
             m_error = QStringLiteral("its listing is larger than %1 MB").arg(kListingCap >> 20);
             return Outcome::Failed;
         }
+        pending.append(buffer.data(), static_cast<qsizetype>(n));
+        qsizetype at = 0;
+        for (qsizetype end; (end = pending.indexOf('\n', at)) >= 0; at = end + 1)
+            parseLine(pending.constData() + at, end - at);
+        asksPassword = asksPassword || pending.contains("Enter password");
+        pending.remove(0, at);
     }
+    parseLine(pending.constData(), pending.size());
+    flush();
     const int code = child.Finish(stop);
     if (code != 0) {
+        m_entries.clear();
         // Without a password 7zz asks for one and meets the end of its input.
-        if (SaysWrongPassword(child.Errors()) || out.contains("Enter password"))
+        if (SaysWrongPassword(child.Errors()) || asksPassword)
             return Outcome::WrongPassword;
         m_error = child.Complaint();
         if (m_error.isEmpty())
             m_error = QStringLiteral("7zz failed (exit code %1)").arg(code);
         return Outcome::Failed;
     }
-    SltRecord record;
-    auto flush = [&] {
-        if (!record.empty)
-            m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
-        record = SltRecord();
-    };
-    for (qsizetype at = 0; at < out.size();) {
-        qsizetype end = out.indexOf('\n', at);
-        if (end < 0)
-            end = out.size();
-        QByteArray line = out.mid(at, end - at);
-        at = end + 1;
-        if (line.endsWith('\r'))
-            line.chop(1);
-        const int eq = line.indexOf(" = ");
-        if (eq <= 0)
-            continue;
-        const QByteArray key = line.left(eq);
-        if (key == "Path")
-            flush();
-        record.Set(key, line.mid(eq + 3));
-    }
-    flush();
     m_listed = true;
     return Outcome::Ok;
 }
@@ -448,52 +629,19 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
             const ListedEntry& e = entries[i];
             const ARCHIVEFILEFULLINFO& info = e.info;
             if (info.isFolder) {
-                if (static_cast<int>(i) < resumeAt || e.skip || !job.selects(e) || !job.writer)
-                    continue;
-                const QStringList comps = job.map(e);
-                if (comps.isEmpty())
-                    continue;
-                if (job.writer->MakeFolder(comps, info.unixMode, info.modified) !=
-                    DestinationWriter::Result::Ok)
-                    report(job.writer->Error());
-                else if (job.listener)
-                    job.listener->ItemAdded(job.writer->FullPath(comps));
+                if (static_cast<int>(i) >= resumeAt && job.selects(e))
+                    MakeFolderEntry(job, e, report);
                 continue;
             }
             // Every file's data passes through the stream; only the selected ones are kept.
             bool take = static_cast<int>(i) >= resumeAt && job.selects(e);
-            if (take && e.skip) {
-                if (!e.refusedName.isEmpty())
-                    report(
-                        QStringLiteral("Refused %1 in %2: %3.")
-                            .arg(e.refusedName, m_path,
-                                 NormaliseEntryName(e.refusedName).control
-                                     ? QStringLiteral("the name holds a control character")
-                                     : QStringLiteral("the name leads outside the destination")));
-                take = false;
-            }
-            const QStringList comps = take && job.writer ? job.map(e) : QStringList();
-            if (take && job.writer && comps.isEmpty())
-                take = false;
-            if (take && job.madeFiles && job.madeFiles->contains(info.path.toLower()))
-                take = false;  // an earlier engine of this unpack wrote it
-            bool writing = take && job.writer && !info.isSymlink;
-            if (writing) {
-                const ItemFacts incoming = IncomingFacts(info);
-                switch (job.writer->BeginFile(comps, incoming)) {
-                    case DestinationWriter::Result::Ok:
-                        break;
-                    case DestinationWriter::Result::Skipped:
-                        writing = take = false;
-                        break;
-                    case DestinationWriter::Result::Cancelled:
-                        job.cancelled = true;
-                        return false;
-                    case DestinationWriter::Result::Failed:
-                        report(job.writer->Error());
-                        writing = take = false;
-                        break;
-                }
+            QStringList comps;
+            bool writing = false;
+            if (take) {
+                const Begun begun = BeginEntry(job, e, m_path, &comps, &writing, report);
+                if (begun == Begun::Cancelled)
+                    return false;
+                take = begun == Begun::Take;
             }
             if (take && job.observer)
                 job.observer->Progress(total ? static_cast<int>(done * 100 / total) : 0, info.path);
@@ -560,30 +708,8 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
             }
             if (info.encrypted)
                 passwords.Remember(QString::fromUtf8(password));
-            if (!job.writer)
-                continue;
-            if (info.isSymlink) {
-                const auto res =
-                    job.writer->MakeSymlink(comps, QString::fromUtf8(linkTarget), info.modified);
-                if (res == DestinationWriter::Result::Cancelled) {
-                    job.cancelled = true;
-                    return false;
-                }
-                if (res == DestinationWriter::Result::Failed)
-                    report(job.writer->Error());
-                else if (res == DestinationWriter::Result::Ok && job.listener)
-                    job.listener->ItemAdded(job.writer->FullPath(comps));
-                continue;
-            }
-            if (job.writer->CommitFile(info.unixMode, info.modified) !=
-                DestinationWriter::Result::Ok) {
-                report(job.writer->Error());
-                continue;
-            }
-            if (job.madeFiles)
-                job.madeFiles->insert(info.path.toLower(), comps);
-            if (job.listener)
-                job.listener->ItemAdded(job.writer->FullPath(comps));
+            if (!FinishEntry(job, e, comps, linkTarget, report))
+                return false;
         }
         if (retry)
             continue;
@@ -604,6 +730,73 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
     }
 }
 
+// ---- zip entries through 7zz ----
+
+ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& innerPath,
+                                    quint64 size, PasswordBook& passwords,
+                                    IOperationObserver* observer,
+                                    const std::function<bool(const char*, size_t)>& sink,
+                                    QString* error) {
+    auto stop = [observer] { return observer && observer->StopRequested(); };
+    passwords.SetCurrentEntry(innerPath);
+    std::deque<std::string> tries = passwords.Known();
+    std::vector<char> buffer(kChunk);
+    for (;;) {
+        std::string password;
+        if (!tries.empty()) {
+            password = tries.front();
+            tries.pop_front();
+        } else {
+            const char* answer = passwords.Ask();
+            if (!answer)
+                return passwords.Cancelled() ? ToolStatus::Cancelled : ToolStatus::WrongPassword;
+            password = answer;
+        }
+        Child child;
+        // -spd: the name is a name, not a wildcard.
+        if (!child.Start(
+                "7zz",
+                {"x", "-so", "-bd", "-sccUTF-8", "-tzip", "-spd", "--", archivePath, innerPath},
+                QByteArray::fromStdString(password) + '\n', error))
+            return ToolStatus::Failed;
+        quint64 got = 0;
+        bool sinkFailed = false;
+        for (;;) {
+            const qint64 n = child.Read(buffer.data(), kChunk, stop);
+            if (n < 0)
+                return child.TimedOut() ? (*error = SilenceError("7zz"), ToolStatus::Failed)
+                                        : ToolStatus::Cancelled;
+            if (n == 0)
+                break;
+            got += static_cast<quint64>(n);
+            if (!sinkFailed && !sink(buffer.data(), static_cast<size_t>(n)))
+                sinkFailed = true;
+        }
+        const int code = child.Finish(stop);
+        if (code < 0 && !child.TimedOut())
+            return ToolStatus::Cancelled;
+        if (sinkFailed) {
+            error->clear();
+            return ToolStatus::Failed;
+        }
+        if (code == 0 && got == size) {
+            passwords.Remember(QString::fromStdString(password));
+            return ToolStatus::Ok;
+        }
+        // 7zz tests the password before it writes anything.
+        if (got > 0 || !SaysWrongPassword(child.Errors())) {
+            *error = child.TimedOut() ? SilenceError("7zz") : child.Complaint();
+            if (error->isEmpty())
+                *error = got == 0 && code == 0 ? QStringLiteral("7zz does not find it by its name")
+                                               : QStringLiteral("its data is damaged");
+            return ToolStatus::Failed;
+        }
+        passwords.Forget();
+        if (passwords.Exhausted())
+            return ToolStatus::WrongPassword;
+    }
+}
+
 // ---- encrypted RAR entries through unar ----
 
 UnarEntryReader::~UnarEntryReader() {
@@ -611,8 +804,8 @@ UnarEntryReader::~UnarEntryReader() {
         QDir(m_folder).removeRecursively();
 }
 
-bool UnarEntryReader::Index() {
-    if (m_indexed)
+bool UnarEntryReader::MakeLink() {
+    if (!m_link.isEmpty())
         return true;
     // unar takes a name with a number in it ("rar5_x.rar") for one volume of a set and
     // looks for its siblings ("rar4_x.rar" beside it becomes the first volume, and parsing
@@ -624,37 +817,169 @@ bool UnarEntryReader::Index() {
     }
     dir.setAutoRemove(false);
     m_folder = dir.path();
-    m_link = m_folder + QStringLiteral("/archive.rar");
-    if (!QFile::link(QFileInfo(m_path).absoluteFilePath(), m_link)) {
+    const QString link = m_folder + QStringLiteral("/archive.rar");
+    if (!QFile::link(QFileInfo(m_path).absoluteFilePath(), link)) {
         m_error = QStringLiteral("cannot make a link in %1").arg(m_folder);
         return false;
     }
+    m_link = link;
+    return true;
+}
+
+UnarEntryReader::Status UnarEntryReader::RunLsar(const std::string* password,
+                                                 const std::function<bool()>& stop,
+                                                 QJsonArray* contents) {
+    if (!MakeLink())
+        return Status::Failed;
     Child child;
-    if (!child.Start("lsar", {"-j", "--", m_link}, QByteArray(), &m_error))
-        return false;
+    QStringList args{"-j"};
+    if (password)  // lsar takes it only as an argument
+        args << "-p" << QString::fromStdString(*password);
+    if (!child.Start("lsar", args << "--" << m_link, QByteArray(), &m_error))
+        return Status::Failed;
     QByteArray out;
     std::vector<char> buffer(kChunk);
-    for (qint64 n; (n = child.Read(buffer.data(), kChunk, nullptr)) > 0;) {
+    for (qint64 n; (n = child.Read(buffer.data(), kChunk, stop)) != 0;) {
+        if (n < 0)
+            return child.TimedOut() ? (m_error = SilenceError("lsar"), Status::Failed)
+                                    : Status::Cancelled;
         out.append(buffer.data(), static_cast<int>(n));
         if (out.size() > kListingCap) {
             m_error = QStringLiteral("its listing is larger than %1 MB").arg(kListingCap >> 20);
-            return false;
+            return Status::Failed;
         }
     }
-    if (child.Finish(nullptr) != 0) {
+    const int code = child.Finish(stop);
+    if (code < 0 && !child.TimedOut())
+        return Status::Cancelled;
+    const QJsonObject listing = QJsonDocument::fromJson(out).object();
+    // Error 15 is a wrong password; without one lsar says that it needs one.
+    constexpr int kLsarPasswordError = 15;
+    if (listing.value(QStringLiteral("lsarError")).toInt() == kLsarPasswordError ||
+        child.Errors().contains(QLatin1String("requires a password")))
+        return Status::WrongPassword;
+    if (code != 0) {
         m_error = child.TimedOut() ? SilenceError("lsar") : child.Complaint();
-        return false;
+        if (m_error.isEmpty())
+            m_error = QStringLiteral("lsar failed (exit code %1)").arg(code);
+        return Status::Failed;
     }
-    const QJsonArray contents =
-        QJsonDocument::fromJson(out).object().value(QStringLiteral("lsarContents")).toArray();
-    for (const QJsonValue& v : contents) {
+    *contents = listing.value(QStringLiteral("lsarContents")).toArray();
+    m_names.clear();
+    for (const QJsonValue& v : *contents) {
         const QJsonObject o = v.toObject();
         m_names.emplace_back(
             NormaliseEntryName(o.value(QStringLiteral("XADFileName")).toString()).path,
             o.value(QStringLiteral("XADIndex")).toInt(-1));
     }
     m_indexed = true;
-    return true;
+    return Status::Ok;
+}
+
+bool UnarEntryReader::Index() {
+    QJsonArray contents;
+    return m_indexed || RunLsar(nullptr, nullptr, &contents) == Status::Ok;
+}
+
+UnarEntryReader::Status UnarEntryReader::List(PasswordBook& passwords,
+                                              const std::function<bool()>& stop,
+                                              std::vector<ListedEntry>* entries) {
+    // Those known beforehand first, then what the user answers.
+    std::deque<std::string> tries = passwords.Known();
+    for (;;) {
+        std::string password;
+        if (!tries.empty()) {
+            password = tries.front();
+            tries.pop_front();
+        } else {
+            const char* answer = passwords.Ask();
+            if (!answer)
+                return passwords.Cancelled() ? Status::Cancelled : Status::WrongPassword;
+            password = answer;
+        }
+        QJsonArray contents;
+        const Status status = RunLsar(&password, stop, &contents);
+        if (status == Status::WrongPassword) {
+            passwords.Forget();
+            continue;
+        }
+        if (status != Status::Ok)
+            return status;
+        passwords.Remember(QString::fromStdString(password));
+        entries->clear();
+        for (const QJsonValue& v : contents)
+            entries->push_back(EntryOfLsarRecord(v.toObject(), entries->size()));
+        return Status::Ok;
+    }
+}
+
+bool UnarEntryReader::Unpack(ToolUnpackJob& job) {
+    const std::vector<ListedEntry>& entries = *job.entries;
+    bool failed = false;
+    auto report = [&](const QString& message) {
+        failed = true;
+        job.report(message);
+    };
+    quint64 total = 0, done = 0;
+    for (const ListedEntry& e : entries)
+        if (!e.info.isFolder && job.selects(e))
+            total += e.info.size;
+    QHash<QString, int> seen;  // how often each name came before: unar knows entries by index
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const ListedEntry& e = entries[i];
+        const int occurrence = seen[e.info.path]++;
+        if (static_cast<int>(i) < job.resumeAt || !job.selects(e))
+            continue;
+        if (e.info.isFolder) {
+            MakeFolderEntry(job, e, report);
+            continue;
+        }
+        QStringList comps;
+        bool writing = false;
+        const Begun begun = BeginEntry(job, e, m_path, &comps, &writing, report);
+        if (begun == Begun::Cancelled)
+            return false;
+        if (begun == Begun::Leave)
+            continue;
+        if (job.observer)
+            job.observer->Progress(total ? static_cast<int>(done * 100 / total) : 0, e.info.path);
+        QByteArray linkTarget;
+        qint64 offset = 0;
+        bool writeFailed = false;
+        const Status status = Read(e.info.path, occurrence, e.info.size, *job.passwords,
+                                   job.observer, [&](const char* data, size_t n) {
+                                       if (e.info.isSymlink && linkTarget.size() < 65536)
+                                           linkTarget.append(data, static_cast<int>(n));
+                                       if (writing && !job.writer->Write(data, n, offset))
+                                           return !(writeFailed = true);
+                                       offset += static_cast<qint64>(n);
+                                       return true;
+                                   });
+        done += e.info.size;
+        if (status != Status::Ok && writing)
+            job.writer->AbortFile();
+        if (status == Status::Cancelled) {
+            job.cancelled = true;
+            return false;
+        }
+        if (writeFailed) {
+            report(job.writer->Error());
+            return false;  // a full disk fails every further file as well
+        }
+        if (status != Status::Ok) {
+            report(QStringLiteral("Cannot unpack %1 from %2: %3.")
+                       .arg(e.info.path, m_path,
+                            status == Status::WrongPassword
+                                ? QStringLiteral("the password is wrong")
+                                : m_error));
+            continue;
+        }
+        if (!FinishEntry(job, e, comps, linkTarget, report))
+            return false;
+    }
+    if (job.observer)
+        job.observer->Progress(100, QString());
+    return !failed;
 }
 
 UnarEntryReader::Status UnarEntryReader::Read(

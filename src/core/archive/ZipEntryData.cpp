@@ -17,6 +17,7 @@ ZipEntryData::~ZipEntryData() {
 ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, qint64 directoryIndex,
                                          const QString& innerPath, PasswordBook& passwords) {
     End();
+    m_methodUnsupported = false;
     if (!m_zip) {
         int code = 0;
         m_zip = zip_open(platform::EncodePath(archivePath).constData(), ZIP_RDONLY, &code);
@@ -63,11 +64,11 @@ ZipEntryData::Status ZipEntryData::Begin(const QString& archivePath, qint64 dire
         return Status::Cancelled;
     if (passwordError())
         return Status::WrongPassword;
-    m_error = zip_error_code_zip(zip_get_error(m_zip)) == ZIP_ER_COMPNOTSUPP
-                  ? QStringLiteral(
-                        "its compression method cannot be read together with its "
-                        "encryption here (libzip has no decoder for it)")
-                  : QString::fromUtf8(zip_strerror(m_zip));
+    m_methodUnsupported = zip_error_code_zip(zip_get_error(m_zip)) == ZIP_ER_COMPNOTSUPP;
+    m_error = m_methodUnsupported ? QStringLiteral(
+                                        "its compression method cannot be read together with its "
+                                        "encryption here (libzip has no decoder for it)")
+                                  : QString::fromUtf8(zip_strerror(m_zip));
     return Status::Failed;
 }
 

@@ -33,12 +33,16 @@ public:
     // Whether the last Read failed on libzip's CRC check (which it also makes where an AES
     // entry records no CRC).
     bool CrcError() const { return m_crcError; }
+    // Whether Begin failed because libzip has no decoder for the entry's method under its
+    // encryption.
+    bool MethodUnsupported() const { return m_methodUnsupported; }
 
 private:
     zip_t* m_zip = nullptr;
     zip_file_t* m_file = nullptr;
     QString m_error;
     bool m_crcError = false;
+    bool m_methodUnsupported = false;
 };
 
 }  // namespace vz

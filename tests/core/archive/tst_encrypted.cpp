@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "RarWriter.h"
 #include "TestObserver.h"
 #include "TestSupport.h"
 #include "archive/CArchiveUnpacker.h"
@@ -37,7 +38,8 @@ private Q_SLOTS:
     }
 
     void unpack_data() {
-        QTest::addColumn<QString>("make");  // a command run in the folder, or a shared sample
+        QTest::addColumn<QString>(
+            "make");  // a command run in the folder, a shared sample, or "-hp"
         QTest::addColumn<QString>("archive");
         QTest::addColumn<int>("family");
         QTest::addColumn<QStringList>("answers");
@@ -69,10 +71,29 @@ private Q_SLOTS:
         QTest::newRow("7z name leading outside, refused")
             << "cd src && 7zz a -spf -mhe=on -pSECRET ../x.7z ../outside.txt a.txt"
             << "x.7z" << 6 << QStringList{"SECRET"} << 1 << 1 << false << QStringList{"a.txt"};
+        // libzip decrypts AES but decodes neither beneath it (LZMA and BZip2 are in the safety
+        // test's password rows).
+        const QStringList withText = all + QStringList{"src/d/n.txt"};
+        for (const char* method : {"PPMd", "XZ"})
+            QTest::addRow("zip AES over %s", method)
+                << QString(
+                       "seq 20000 > src/d/n.txt && 7zz a -tzip -mem=AES256 -mm=%1 -pSECRET "
+                       "x.zip src")
+                       .arg(method)
+                << "x.zip" << 1 << QStringList{"SECRET"} << 0 << 1 << true << withText;
         QTest::newRow("RAR 5, a password per entry")
             << "@rar5_encrypted.rar"
             << "rar5_encrypted.rar" << 4 << QStringList{"password", "password2"} << 0 << 2 << true
             << QStringList{"a.txt", "b.txt", "c.txt", "d.txt"};
+        QTest::newRow("RAR 5 names encrypted")
+            << "-hp"
+            << "x.rar" << 4 << QStringList{"SECRET"} << 1 << 1 << true << all;
+        QTest::newRow("RAR 5 names encrypted, wrong then right")
+            << "-hp"
+            << "x.rar" << 4 << QStringList{"bad", "SECRET"} << 2 << 2 << true << all;
+        QTest::newRow("RAR 5 names encrypted, cancel")
+            << "-hp"
+            << "x.rar" << 4 << QStringList{} << 1 << 1 << false << QStringList{};
         QTest::newRow("RAR 4 encryption: the plain entries only")
             << "@rar4_encrypted.rar"
             << "rar4_encrypted.rar" << 4 << QStringList{"password"} << 0 << 0 << false
@@ -97,6 +118,13 @@ private Q_SLOTS:
             // Beside its siblings, as it lies in the samples' folder.
             for (const char* name : {"rar4_encrypted.rar", "rar5_encrypted.rar"})
                 QVERIFY(QFile::copy(vzt::SharedTestData() + "/rar/" + name, dir.filePath(name)));
+        } else if (make == "-hp") {  // no free tool writes RAR
+            QVERIFY(vzt::WriteHeaderEncryptedRar5(dir.filePath(archive),
+                                                  {{"src", {}, true},
+                                                   {"src/a.txt", "alpha"},
+                                                   {"src/d", {}, true},
+                                                   {"src/d/b.bin", big}},
+                                                  "SECRET"));
         } else {
             QVERIFY2(vzt::Shell(make + " >/dev/null", dir.path()).Ok(), qPrintable(make));
         }

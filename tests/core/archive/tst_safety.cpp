@@ -417,26 +417,24 @@ private Q_SLOTS:
 
     void passwords_data() {
         QTest::addColumn<QString>("command");
-        QTest::addColumn<bool>("readable");
         const QString aes = "7zz a -bso0 -tzip -mem=AES256 -psecret x.zip a.txt b.bin";
-        QTest::newRow("zip 2.0") << "zip -q -P secret x.zip a.txt b.bin" << true;
-        QTest::newRow("aes-256") << aes << true;
+        QTest::newRow("zip 2.0") << "zip -q -P secret x.zip a.txt b.bin";
+        QTest::newRow("aes-256") << aes;
         // Read through libzip, which checks a CRC that AES entries do not record.
-        QTest::newRow("aes-256 over bzip2") << aes + " -mm=BZip2" << true;
-        // libzip 1.7 has no LZMA: said once, without asking for passwords in vain.
-        QTest::newRow("aes-256 over lzma") << "seq 20000 > b.bin && " + aes + " -mm=LZMA" << false;
+        QTest::newRow("aes-256 over bzip2") << aes + " -mm=BZip2";
+        // libzip 1.7 has no LZMA under AES: 7zz reads it, the password on its input.
+        QTest::newRow("aes-256 over lzma") << "seq 20000 > b.bin && " + aes + " -mm=LZMA";
     }
     void passwords() {
         QFETCH(QString, command);
-        QFETCH(bool, readable);
         QTemporaryDir dir;
         const QByteArray bin = vzt::RandomBytes(100000, 9);
         QVERIFY(vzt::MakeTree(dir.path(), {{"a.txt", "hello"}, {"b.bin", bin}}));
         QVERIFY(vzt::Shell(command, dir.path()).Ok());
+        const QByteArray original = vzt::ReadAll(dir.filePath("b.bin"));  // the command may make it
         QString zip = dir.filePath("x.zip");
         int asked = 0;
         bool cancelled = false;
-        QString reports;
         const auto unpack = [&](const QString& dest, std::deque<QString> passwords) {
             TestObserver o;
             o.passwords = std::move(passwords);
@@ -444,16 +442,8 @@ private Q_SLOTS:
             const bool ok = u && u->UnpackArchive(dir.filePath(dest));
             asked = o.passwordQuestions;
             cancelled = u && u->WasCancelled();
-            reports = o.reports.join('\n');
-            return ok && vzt::ReadAll(dir.filePath(dest + "/b.bin")) == bin;
+            return ok && vzt::ReadAll(dir.filePath(dest + "/b.bin")) == original;
         };
-        if (!readable) {
-            QVERIFY(!unpack("d0", {"secret", "secret"}));
-            QCOMPARE(asked, 1);
-            QVERIFY2(reports.contains("cannot be read together with its encryption"),
-                     qPrintable(reports));
-            return;
-        }
         QVERIFY(unpack("d1", {"wrong", "secret"}));  // a wrong answer: asked again
         QCOMPARE(asked, 2);
         QVERIFY(unpack("d4", {}) && asked == 0);      // remembered for the archive
