@@ -15,6 +15,9 @@ namespace {
 constexpr qint64 kSector = 2048;
 constexpr int kFirstDescriptor = 16;
 constexpr int kMaxDescriptors = 64;
+constexpr qint64 kPiece = 32 * kSector;
+// Far more than the directories of a full disc of small files.
+constexpr qint64 kMaxDirectoryBytes = qint64(512) << 20;
 
 quint32 Le32(const uchar* p) {
     return p[0] | (p[1] << 8) | (p[2] << 16) | (static_cast<quint32>(p[3]) << 24);
@@ -32,39 +35,47 @@ public:
 
     bool Walk(quint32 rootBlock, quint32 rootLength, QString* reason) {
         std::deque<Area> directories{{rootBlock, 0, rootLength}};
+        m_seenDirectories.insert(rootBlock);
         bool first = true;
         while (!directories.empty()) {
             const Area dir = directories.front();
             directories.pop_front();
-            if (m_seenDirectories.contains(dir.block) || dir.length > *m_budget)
+            if (dir.length > *m_budget)
                 continue;
-            m_seenDirectories.insert(dir.block);
             *m_budget -= dir.length;
-            const QByteArray extent = Read(dir.block * kSector, dir.length);
-            const auto* data = reinterpret_cast<const uchar*>(extent.constData());
-            for (qint64 at = 0; at < extent.size();) {
-                const int length = data[at];
-                // A record never crosses a sector: a zero length pads to the next one.
-                if (length == 0 || at % kSector + length > kSector) {
-                    at = (at / kSector + 1) * kSector;
-                    continue;
+            // Read a piece of whole sectors at a time: a record never crosses a sector.
+            for (qint64 piece = 0; piece < dir.length; piece += kPiece) {
+                const QByteArray sectors =
+                    Read(dir.block * kSector + piece, std::min<qint64>(kPiece, dir.length - piece));
+                const auto* data = reinterpret_cast<const uchar*>(sectors.constData());
+                for (qint64 at = 0; at < sectors.size();) {
+                    const int length = data[at];
+                    // A zero length (or one that would cross the sector) pads to the next.
+                    if (length == 0 || at % kSector + length > kSector) {
+                        at = (at / kSector + 1) * kSector;
+                        continue;
+                    }
+                    if (length < 34 || at + length > sectors.size())
+                        break;
+                    const uchar* record = data + at;
+                    const int nameLength = record[32];
+                    const int suStart = 33 + nameLength + (nameLength % 2 == 0 ? 1 : 0);
+                    const bool self = nameLength == 1 && record[33] == 0;
+                    if (first && self)
+                        ReadSkip(record + suStart, length - suStart);
+                    first = false;
+                    if (suStart + m_skip < length &&
+                        !FollowChain(record + suStart + m_skip, length - suStart - m_skip, reason))
+                        return false;
+                    const bool parent = nameLength == 1 && record[33] == 1;
+                    const quint32 block = Le32(record + 2);
+                    if ((record[25] & 0x02) && !self && !parent &&
+                        !m_seenDirectories.contains(block)) {
+                        m_seenDirectories.insert(block);
+                        directories.push_back({block, 0, Le32(record + 10)});
+                    }
+                    at += length;
                 }
-                if (length < 34 || at + length > extent.size())
-                    break;
-                const uchar* record = data + at;
-                const int nameLength = record[32];
-                const int suStart = 33 + nameLength + (nameLength % 2 == 0 ? 1 : 0);
-                const bool self = nameLength == 1 && record[33] == 0;
-                if (first && self)
-                    ReadSkip(record + suStart, length - suStart);
-                first = false;
-                if (suStart + m_skip < length &&
-                    !FollowChain(record + suStart + m_skip, length - suStart - m_skip, reason))
-                    return false;
-                const bool parent = nameLength == 1 && record[33] == 1;
-                if ((record[25] & 0x02) && !self && !parent)
-                    directories.push_back({Le32(record + 2), 0, Le32(record + 10)});
-                at += length;
             }
         }
         return true;
@@ -131,7 +142,7 @@ private:
 }  // namespace
 
 bool CheckRockRidgeContinuations(QIODevice& image, QString* reason) {
-    qint64 budget = image.size();
+    qint64 budget = std::min(image.size(), kMaxDirectoryBytes);
     for (int i = 0; i < kMaxDescriptors; ++i) {
         if (!image.seek((kFirstDescriptor + i) * kSector))
             return true;
