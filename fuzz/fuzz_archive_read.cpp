@@ -12,6 +12,7 @@
 
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
+#include "archive/IsoImageCheck.h"
 #include "archive/LibarchiveSession.h"
 #include "archive/ZipDirectory.h"
 
@@ -52,9 +53,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<vz::ListedEntry> zipEntries;
     QString error;
     vz::ListZipDirectory(path, &zipEntries, &error);
-    // The header scanners of our own beside libarchive: RAR 5 encryption, cabinet folders.
+    // The header scanners of our own beside libarchive: RAR 5 encryption, cabinet folders,
+    // an image's continuation chains.
     vz::ScanRar5Encryption({path});
     vz::CabinetMethod(path);
+    vz::CheckRockRidgeContinuations(path, &error);
 
     const int family = vz::ClassifyPath(path + QStringLiteral("/inner/x"), kRecognised);
     std::unique_ptr<CArchiveUnpacker> u = vz::CreateUnpacker(family);

@@ -138,6 +138,15 @@ private Q_SLOTS:
         QTest::newRow("extract: one entry of the archive is damaged")
             << QStringList{"extract", "@DIR@/crc.zip", "@DIR@/dest2"}
             << "Cannot unpack a.txt from @DIR@/crc.zip: its data is damaged (CRC error).";
+        const QString loop =
+            "Cannot open the archive @DIR@/loop%1.iso: it is damaged (its Rock "
+            "Ridge continuation entries form a loop).";
+        QTest::newRow("list: an image that loops")
+            << QStringList{"list", "@DIR@/loop1.iso"} << loop.arg(1);
+        QTest::newRow("test: an image that loops, doubling")
+            << QStringList{"test", "@DIR@/loop2.iso"} << loop.arg(2);
+        QTest::newRow("extract: an image that loops")
+            << QStringList{"extract", "@DIR@/loop1.iso", "@DIR@/dest3"} << loop.arg(1);
     }
     void failureLines() {
         QFETCH(QStringList, args);
@@ -145,6 +154,14 @@ private Q_SLOTS:
         QByteArray crc = vzt::StoredZip({{"a.txt", "original data"}, {"b.txt", "more"}});
         crc[crc.indexOf("original")] = 'O';
         QVERIFY(vzt::WriteAll(m_dir.filePath("crc.zip"), crc));
+        // Images whose Rock Ridge continuations loop: back to themselves, doubling (without
+        // Joliet names, which libarchive would read instead).
+        QVERIFY(vzt::Shell("genisoimage -quiet -R -o ../i.iso .", m_dir.filePath("src")).Ok());
+        for (int copies : {1, 2}) {
+            QByteArray image = vzt::ReadAll(m_dir.filePath("i.iso"));
+            QVERIFY(vzt::LoopRockRidgeContinuation(&image, copies));
+            QVERIFY(vzt::WriteAll(m_dir.filePath("loop%1.iso").arg(copies), image));
+        }
         auto fill = [&](QString s) {
             return s.replace("@ZIP@", m_zip).replace("@DIR@", m_dir.path());
         };

@@ -110,4 +110,29 @@ QByteArray Tar(const std::vector<TarItem>& items) {
     return out;
 }
 
+bool LoopRockRidgeContinuation(QByteArray* image, int copies) {
+    // "CE", its length (28) and version, then block, offset and length, each stored
+    // little-endian and then big-endian.
+    const qsizetype at = image->indexOf(QByteArray("CE\x1c\x01", 4));
+    if (at < 0 || at + 28 > image->size())
+        return false;
+    auto le32 = [&](qsizetype p) {
+        quint32 v = 0;
+        for (int i = 3; i >= 0; --i)
+            v = (v << 8) | static_cast<quint8>(image->at(p + i));
+        return v;
+    };
+    const qint64 area = qint64(le32(at + 4)) * 2048 + le32(at + 12);
+    QByteArray entry("CE\x1c\x01", 4);
+    for (quint32 v : {le32(at + 4), le32(at + 12), quint32(28 * copies)}) {
+        Put32(entry, v);
+        for (int shift = 24; shift >= 0; shift -= 8)
+            entry.append(static_cast<char>((v >> shift) & 0xFF));
+    }
+    if (area + entry.size() * copies > image->size())
+        return false;
+    image->replace(area, entry.size() * copies, entry.repeated(copies));
+    return true;
+}
+
 }  // namespace vzt

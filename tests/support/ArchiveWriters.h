@@ -29,4 +29,10 @@ struct TarItem {
 };
 QByteArray Tar(const std::vector<TarItem>& items);
 
+// Rewrites the first Rock Ridge continuation area of an ISO image (as genisoimage -R makes)
+// to hold `copies` continuation entries that each name that area again: a loop that comes
+// back to itself, or (two copies) one that doubles at every turn. False when the image has
+// no continuation entry.
+bool LoopRockRidgeContinuation(QByteArray* image, int copies);
+
 }  // namespace vzt

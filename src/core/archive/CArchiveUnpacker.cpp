@@ -19,6 +19,7 @@
 #include "archive/ArchiveClassifier.h"
 #include "archive/DestinationWriter.h"
 #include "archive/EntryList.h"
+#include "archive/IsoImageCheck.h"
 #include "archive/LibarchiveSession.h"
 #include "archive/NameEncoding.h"
 #include "archive/ToolEngine.h"
@@ -1201,6 +1202,10 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     if (!(numberedVolumes ? CollectNumberedVolumes(path, &d->volumes, &err)
                           : CollectVolumes(path, m_family, &d->volumes, &err)))
         return d->Fail(err);
+    // libarchive would spin for ever on an image whose continuation entries loop.
+    if (m_family == ArchiveFamily::Iso && !CheckRockRidgeContinuations(path, &err))
+        return d->Fail(
+            QStringLiteral("Cannot open the archive %1: it is damaged (%2).").arg(path, err));
     d->rar5 = m_family == ArchiveFamily::Rar ? ScanRar5Encryption(d->volumes) : Rar5Encryption{};
     d->compressedTotal = 0;
     for (const QString& v : d->volumes)
