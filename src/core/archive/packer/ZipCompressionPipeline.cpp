@@ -182,8 +182,10 @@ int ZipCompressionPipeline::AddFile(const QByteArray& nativePath, const QString&
         unit.length = std::min(chunk, size - offset);
         offset += unit.length;
         unit.last = offset >= size;
-        // A chunk holds its data (after deflate's dictionary) and about as much output.
-        unit.charge = static_cast<qint64>(2 * unit.length + kDictionary);
+        // A deflate chunk holds its data and dictionary and streams its output; a bzip2 chunk
+        // holds its data and its whole output.
+        unit.charge = static_cast<qint64>(m_options.method == 8 ? unit.length + kDictionary
+                                                                : 2 * unit.length);
         m_units.push_back(std::move(unit));
     } while (offset < size);
     m_files.push_back(std::move(file));
