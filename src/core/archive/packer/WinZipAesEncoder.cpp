@@ -70,38 +70,8 @@ void XorInto(char* data, const unsigned char* stream, size_t size) {
         data[i] = static_cast<char>(data[i] ^ stream[i]);
 }
 
-}  // namespace
-
-struct WinZipAesEncoder::State {
-    EVP_CIPHER_CTX* cipher = EVP_CIPHER_CTX_new();
-    SHA_CTX macInner{};
-    SHA_CTX macOuter{};
-    QByteArray header;
-    uint64_t counter = 0;  // blocks used
-    unsigned char stream[kBlock * kBatch];
-    unsigned char counters[kBlock * kBatch] = {};
-    size_t streamUsed = 0;  // of the last single block in `stream`
-    size_t streamSize = 0;
-    ~State() { EVP_CIPHER_CTX_free(cipher); }
-
-    // Fills `stream` with the key stream of the next `blocks` counter values.
-    bool NextStream(size_t blocks) {
-        for (size_t b = 0; b < blocks; ++b) {
-            const uint64_t value = ++counter;
-            for (size_t i = 0; i < 8; ++i)
-                counters[b * kBlock + i] = static_cast<unsigned char>(value >> (8 * i));
-        }
-        int written = 0;
-        return EVP_EncryptUpdate(cipher, stream, &written, counters,
-                                 static_cast<int>(blocks * kBlock)) == 1;
-    }
-};
-
-WinZipAesEncoder::WinZipAesEncoder() : d(new State) {}
-WinZipAesEncoder::~WinZipAesEncoder() = default;
-
-void WinZipAesEncoder::DeriveKey(const QByteArray& password, const QByteArray& salt, int rounds,
-                                 QByteArray& out) {
+// PBKDF2-HMAC-SHA1: `out.size()` bytes of key material.
+void DeriveKey(const QByteArray& password, const QByteArray& salt, int rounds, QByteArray& out) {
     const HmacPads pads(password);
     unsigned char u[SHA_CBLOCK] = {};
     u[SHA_DIGEST_LENGTH] = 0x80;
@@ -128,6 +98,36 @@ void WinZipAesEncoder::DeriveKey(const QByteArray& password, const QByteArray& s
         at += n;
     }
 }
+
+}  // namespace
+
+struct WinZipAesEncoder::State {
+    EVP_CIPHER_CTX* cipher = EVP_CIPHER_CTX_new();
+    SHA_CTX macInner{};
+    SHA_CTX macOuter{};
+    QByteArray header;
+    uint64_t counter = 0;  // blocks used
+    unsigned char stream[kBlock * kBatch];
+    unsigned char counters[kBlock * kBatch] = {};
+    size_t streamUsed = 0;  // of the last single block in `stream`
+    size_t streamSize = 0;
+    ~State() { EVP_CIPHER_CTX_free(cipher); }
+
+    // Fills `stream` with the key stream of the next `blocks` counter values (ECB of the
+    // counters cannot fail once the key is set).
+    void NextStream(size_t blocks) {
+        for (size_t b = 0; b < blocks; ++b) {
+            const uint64_t value = ++counter;
+            for (size_t i = 0; i < 8; ++i)
+                counters[b * kBlock + i] = static_cast<unsigned char>(value >> (8 * i));
+        }
+        int written = 0;
+        EVP_EncryptUpdate(cipher, stream, &written, counters, static_cast<int>(blocks * kBlock));
+    }
+};
+
+WinZipAesEncoder::WinZipAesEncoder() : d(new State) {}
+WinZipAesEncoder::~WinZipAesEncoder() = default;
 
 bool WinZipAesEncoder::Init(const QByteArray& password, int strength, const QByteArray& salt) {
     if (strength < 1 || strength > 3 || !d->cipher)

@@ -33,10 +33,6 @@ public:
     // The 10 bytes that end the data; call once, after the last Encrypt.
     QByteArray Trailer();
 
-    // PBKDF2-HMAC-SHA1: `out.size()` bytes of key material.
-    static void DeriveKey(const QByteArray& password, const QByteArray& salt, int rounds,
-                          QByteArray& out);
-
 private:
     struct State;
     std::unique_ptr<State> d;
