@@ -11,6 +11,7 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools libqt6svg6 libgl-dev
     libarchive-dev libzip-dev zlib1g-dev libbz2-dev liblzma-dev libsqlite3-dev libsimpleini-dev
+    libssl-dev
     # readers of encrypted 7z archives and RAR 5 entries, run by the program itself
     7zip unar
     libicu-dev

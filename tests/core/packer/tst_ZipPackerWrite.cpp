@@ -24,6 +24,13 @@ QByteArray TextData(int size) {
     return out.left(size);
 }
 
+QByteArray FourByteRuns(int size) {
+    QByteArray out;
+    for (int i = 0; out.size() < size; ++i)
+        out += QByteArray(4, static_cast<char>(i % 251));
+    return out.left(size);
+}
+
 void SetTime(const QString& path, qint64 seconds) {
     const struct timespec times[2] = {{static_cast<time_t>(seconds), 0},
                                       {static_cast<time_t>(seconds), 0}};
@@ -68,6 +75,10 @@ private slots:
                    // Chunks that do not compress are stored inside the deflate stream; here one
                    // file holds both kinds, and a chunk changes kind in its middle.
                    {"half.bin", vzt::RandomBytes(1536 * 1024, 4) + TextData(2 * 1024 * 1024)},
+                   {"chunk.txt", TextData(1 << 20)},  // exactly one deflate chunk
+                   // Runs of four equal bytes: the most that bzip2's first pass grows data, so
+                   // its chunks must still make one block each.
+                   {"runs.bin", FourByteRuns(1200 * 1024)},
                    {"empty.txt", QByteArray()},
                    {"sub/deeper/note.md", "# note\n"},
                    {"sub/tiny", "x"},
@@ -146,6 +157,8 @@ private slots:
         }
         QByteArray output;
         QVERIFY2(pkt::SevenZipTests(archive, ini.Password, &output), output.constData());
+        if (encryption >= 0)
+            QVERIFY(!pkt::SevenZipTests(archive, QStringLiteral("wrong")));
         if (encryption <= 0)
             QVERIFY2(pkt::UnzipTests(archive, ini.Password, &output), output.constData());
 

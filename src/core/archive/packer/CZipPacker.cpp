@@ -692,6 +692,13 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
     options.method = method;
     options.level = std::max(level, 1);
     options.threads = threads;
+    // WinZip AES is produced by the pipeline (the key derivation per file on the pool);
+    // traditional encryption stays with libzip.
+    const bool pipelineEncrypts = encrypt && encryption != ZIP_EM_TRAD_PKWARE;
+    if (pipelineEncrypts) {
+        options.aesStrength = ini.EncryptionMethod;
+        options.password = password;
+    }
     if (memoryBudget > 0)
         options.memoryBudget = memoryBudget;
     std::unique_ptr<vz::ZipCompressionPipeline> compressor(new vz::ZipCompressionPipeline(options));
@@ -725,9 +732,10 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
         }
         const bool compressed = fileIds[i] >= 0;
         zip_source_t* source =
-            compressed
-                ? vz::CreateCompressedSource(za, compressor.get(), fileIds[i], method, item, this)
-                : vz::CreateStoredSource(za, item, this);
+            compressed ? vz::CreateCompressedSource(za, compressor.get(), fileIds[i], method,
+                                                    pipelineEncrypts ? encryption : ZIP_EM_NONE,
+                                                    item, this)
+                       : vz::CreateStoredSource(za, item, this);
         if (!source) {
             ok = false;
             break;
@@ -744,7 +752,9 @@ bool CZipPacker::Impl::Add(const std::vector<vz::PackRequest>& requests,
                                       compressed ? static_cast<zip_uint32_t>(level) : 0) == 0 &&
              SetEntryMetadata(index, item.entryName, item.mode, item.mtime) &&
              (!encrypt || item.kind == vz::PackItem::Link ||
-              zip_file_set_encryption(za, index, encryption, password.constData()) == 0);
+              zip_file_set_encryption(
+                  za, index, encryption,
+                  compressed && pipelineEncrypts ? nullptr : password.constData()) == 0);
         written.push_back(i);
     }
     if (!ok) {

@@ -1,5 +1,7 @@
 #include "archive/packer/ZipCompressionPipeline.h"
 
+#include "archive/packer/WinZipAesEncoder.h"
+
 #include <bzlib.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +18,40 @@ namespace {
 constexpr size_t kDictionary = 32 * 1024;        // deflate's window
 constexpr size_t kOutputPiece = 256 * 1024;      // compressed bytes handed over at once
 constexpr size_t kQueueLimit = 4 * 1024 * 1024;  // output of one unit waiting for the writer
-constexpr size_t kBzip2ReadPiece = 1024 * 1024;
+// A bzip2 block holds 100,000 x level - 19 bytes after the first run-length pass, which
+// turns 4 equal bytes into 5 at worst: a chunk of 4/5 of that is always one block.
+quint64 Bzip2Chunk(int level) {
+    return static_cast<quint64>(100000 * level - 19) / 5 * 4;
+}
+constexpr uint32_t kBlockMagicHigh = 0x314159, kBlockMagicLow = 0x265359;
+constexpr uint32_t kEndMagicHigh = 0x177245, kEndMagicLow = 0x385090;
+
+uint32_t BitsAt(const unsigned char* data, quint64 bit, int count) {
+    uint32_t value = 0;
+    for (int i = 0; i < count; ++i, ++bit)
+        value = (value << 1) | ((data[bit / 8] >> (7 - bit % 8)) & 1u);
+    return value;
+}
+
+// The length in bits of the block in a one-block bzip2 stream of `size` bytes: the stream is
+// the header (32 bits), the block (from its magic), the end magic (48 bits), the stream CRC
+// (equal to the block's CRC, the 32 bits after the block's magic) and zero bits to a byte.
+// 0 when the stream is not so made.
+quint64 OneBlockBits(const unsigned char* data, size_t size) {
+    if (size < 24 || std::memcmp(data, "BZh", 3) != 0 || BitsAt(data, 32, 24) != kBlockMagicHigh ||
+        BitsAt(data, 56, 24) != kBlockMagicLow)
+        return 0;
+    const uint32_t crc = BitsAt(data, 80, 32);
+    for (int pad = 0; pad < 8; ++pad) {
+        const quint64 end = static_cast<quint64>(size) * 8 - static_cast<quint64>(pad);
+        if (BitsAt(data, end, pad) == 0 && BitsAt(data, end - 32, 16) == crc >> 16 &&
+            BitsAt(data, end - 16, 16) == (crc & 0xffff) &&
+            BitsAt(data, end - 80, 24) == kEndMagicHigh &&
+            BitsAt(data, end - 56, 24) == kEndMagicLow)
+            return end - 80 - 32;
+    }
+    return 0;
+}
 constexpr size_t kSample = 16 * 1024;  // probed at three places of a chunk
 
 QString ReadError(const QString& path, int error) {
@@ -89,6 +124,7 @@ struct ZipCompressionPipeline::Worker {
     RawDeflate probe;   // level 1, for the samples
     std::vector<char> input;
     std::vector<char> output = std::vector<char>(kOutputPiece);
+    std::vector<char> packed;  // a bzip2 chunk's stream
     std::vector<char> scratch = std::vector<char>(compressBound(kSample) + 64);
 
     // Already compressed or random data costs deflate the most time for no gain: when
@@ -136,7 +172,8 @@ int ZipCompressionPipeline::AddFile(const QByteArray& nativePath, const QString&
     file.size = size;
     file.firstUnit = file.currentUnit = m_units.size();
     const int id = static_cast<int>(m_files.size());
-    const quint64 chunk = m_options.method == 8 ? static_cast<quint64>(m_options.chunkSize) : size;
+    const quint64 chunk = m_options.method == 8 ? static_cast<quint64>(m_options.chunkSize)
+                                                : Bzip2Chunk(m_options.level);
     quint64 offset = 0;
     do {
         Unit unit;
@@ -145,11 +182,10 @@ int ZipCompressionPipeline::AddFile(const QByteArray& nativePath, const QString&
         unit.length = std::min(chunk, size - offset);
         offset += unit.length;
         unit.last = offset >= size;
-        // A deflate chunk holds its data and output; a bzip2 unit streams its data and holds
-        // at most the output queue.
-        unit.charge = static_cast<qint64>(
-            m_options.method == 8 ? unit.length + kDictionary
-                                  : std::min<quint64>(unit.length, kQueueLimit + kBzip2ReadPiece));
+        // A deflate chunk holds its data and dictionary and streams its output; a bzip2 chunk
+        // holds its data and its whole output.
+        unit.charge = static_cast<qint64>(m_options.method == 8 ? unit.length + kDictionary
+                                                                : 2 * unit.length);
         m_units.push_back(std::move(unit));
     } while (offset < size);
     m_files.push_back(std::move(file));
@@ -193,7 +229,10 @@ void ZipCompressionPipeline::WorkerLoop() {
         m_charged += unit.charge;
         ++m_unitsInFlight;
         lock.unlock();
-        if (m_options.method == 12)
+        File& file = m_files[static_cast<size_t>(unit.file)];
+        if (unit.offset == 0 && m_options.aesStrength > 0 && !StartEncryption(file))
+            Finish(unit, QStringLiteral("Cannot encrypt the file %1.").arg(file.displayPath), 0);
+        else if (m_options.method == 12)
             CompressBzip2(worker, unit);
         else
             CompressDeflate(worker, unit);
@@ -251,60 +290,106 @@ void ZipCompressionPipeline::CompressDeflate(Worker& worker, Unit& unit) {
 
 void ZipCompressionPipeline::CompressBzip2(Worker& worker, Unit& unit) {
     const File& file = m_files[static_cast<size_t>(unit.file)];
-    Descriptor fd(file.path);
-    if (fd.get() < 0)
-        return Finish(unit, ReadError(file.displayPath, errno), 0);
-
-    bz_stream bs{};
-    if (BZ2_bzCompressInit(&bs, m_options.level, 0, 0) != BZ_OK)
-        return Finish(
-            unit,
-            QStringLiteral("Cannot compress the file %1: out of memory.").arg(file.displayPath), 0);
-    struct End {
-        bz_stream* s;
-        ~End() { BZ2_bzCompressEnd(s); }
-    } end{&bs};
-
-    worker.input.resize(kBzip2ReadPiece);
-    uint32_t crc = 0;
-    quint64 remaining = unit.length;
-    quint64 offset = unit.offset;
-    for (;;) {
-        int action = BZ_RUN;
-        if (remaining > 0) {
-            const size_t want = static_cast<size_t>(std::min<quint64>(remaining, kBzip2ReadPiece));
-            if (!ReadAt(fd.get(), worker.input.data(), want, offset))
-                return Finish(
-                    unit,
-                    errno ? ReadError(file.displayPath, errno) : ShrankError(file.displayPath), 0);
-            crc = static_cast<uint32_t>(
-                crc32(crc, reinterpret_cast<Bytef*>(worker.input.data()), static_cast<uInt>(want)));
-            offset += want;
-            remaining -= want;
-            bs.next_in = worker.input.data();
-            bs.avail_in = static_cast<unsigned>(want);
-        }
-        if (remaining == 0)
-            action = BZ_FINISH;
-        for (;;) {
-            bs.next_out = worker.output.data();
-            bs.avail_out = static_cast<unsigned>(worker.output.size());
-            const int ret = BZ2_bzCompress(&bs, action);
-            if (ret < 0)
-                return Finish(
-                    unit, QStringLiteral("Cannot compress the file %1.").arg(file.displayPath), 0);
-            const size_t produced = worker.output.size() - bs.avail_out;
-            if (produced > 0 && !Emit(unit, worker.output.data(), produced))
-                return;
-            if (action == BZ_FINISH ? ret == BZ_STREAM_END : bs.avail_in == 0)
-                break;
-        }
-        if (action == BZ_FINISH)
-            break;
-        if (Cancelled())
-            return;
+    const size_t length = static_cast<size_t>(unit.length);
+    worker.input.resize(length);
+    {
+        Descriptor fd(file.path);
+        if (fd.get() < 0)
+            return Finish(unit, ReadError(file.displayPath, errno), 0);
+        if (!ReadAt(fd.get(), worker.input.data(), length, unit.offset))
+            return Finish(
+                unit, errno ? ReadError(file.displayPath, errno) : ShrankError(file.displayPath),
+                0);
     }
-    Finish(unit, QString(), crc);
+    const uint32_t crc = static_cast<uint32_t>(
+        crc32(0, reinterpret_cast<const Bytef*>(worker.input.data()), static_cast<uInt>(length)));
+    // bzip2's bound: 1% more and 600 bytes.
+    worker.packed.resize(length + length / 100 + 601);
+    unsigned packed = static_cast<unsigned>(worker.packed.size());
+    if (BZ2_bzBuffToBuffCompress(worker.packed.data(), &packed, worker.input.data(),
+                                 static_cast<unsigned>(length), m_options.level, 0, 0) != BZ_OK)
+        return Finish(unit, QStringLiteral("Cannot compress the file %1.").arg(file.displayPath),
+                      0);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(worker.packed.data());
+    const quint64 bits = OneBlockBits(bytes, packed);
+    if (bits == 0)
+        return Finish(unit, QStringLiteral("Cannot compress the file %1.").arg(file.displayPath),
+                      0);
+    unit.blockBits = bits;
+    unit.blockCrc = BitsAt(bytes, 80, 32);
+    if (Emit(unit, worker.packed.data() + 4, static_cast<size_t>((bits + 7) / 8)))
+        Finish(unit, QString(), crc);
+}
+
+void ZipCompressionPipeline::BitJoiner::Put(char*& out, uint32_t value, int bits) {
+    carry = (carry << bits) | (value & ((1u << bits) - 1));
+    count += bits;
+    while (count >= 8) {
+        count -= 8;
+        *out++ = static_cast<char>(carry >> count);
+    }
+    carry &= (1u << count) - 1;
+}
+
+void ZipCompressionPipeline::BitJoiner::PutBits(char*& out, const unsigned char* data,
+                                                quint64 bits) {
+    const size_t whole = static_cast<size_t>(bits / 8);
+    if (count == 0) {
+        std::memcpy(out, data, whole);
+        out += whole;
+    } else {
+        const int keep = 8 - count;
+        for (size_t i = 0; i < whole; ++i) {
+            *out++ = static_cast<char>((carry << keep) | (data[i] >> count));
+            carry = data[i] & ((1u << count) - 1);
+        }
+    }
+    const int rest = static_cast<int>(bits % 8);
+    if (rest > 0)
+        Put(out, static_cast<uint32_t>(data[whole] >> (8 - rest)), rest);
+}
+
+void ZipCompressionPipeline::BitJoiner::Flush(char*& out) {
+    if (count > 0)
+        *out++ = static_cast<char>(carry << (8 - count));
+    carry = 0;
+    count = 0;
+}
+
+void ZipCompressionPipeline::JoinBlock(File& file, Unit& unit) {
+    QByteArray& piece = unit.output.front();
+    QByteArray joined(piece.size() + 32, Qt::Uninitialized);
+    char* out = joined.data();
+    BitJoiner& joiner = file.joiner;
+    if (unit.offset == 0) {
+        const char header[4] = {'B', 'Z', 'h', static_cast<char>('0' + m_options.level)};
+        std::memcpy(out, header, sizeof(header));
+        out += sizeof(header);
+    }
+    joiner.PutBits(out, reinterpret_cast<const unsigned char*>(piece.constData()), unit.blockBits);
+    file.streamCrc = ((file.streamCrc << 1) | (file.streamCrc >> 31)) ^ unit.blockCrc;
+    if (unit.last) {
+        joiner.Put(out, kEndMagicHigh, 24);
+        joiner.Put(out, kEndMagicLow, 24);
+        joiner.Put(out, file.streamCrc >> 16, 16);
+        joiner.Put(out, file.streamCrc & 0xffff, 16);
+        joiner.Flush(out);
+    }
+    joined.truncate(out - joined.constData());
+    unit.queued =
+        unit.queued - static_cast<size_t>(piece.size()) + static_cast<size_t>(joined.size());
+    piece = std::move(joined);
+    unit.joined = true;
+}
+
+bool ZipCompressionPipeline::StartEncryption(File& file) {
+    auto aes = std::make_shared<WinZipAesEncoder>();
+    if (!aes->Init(m_options.password, m_options.aesStrength))
+        return false;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    file.prefix = aes->Header();
+    file.aes = std::move(aes);
+    return true;
 }
 
 bool ZipCompressionPipeline::Emit(Unit& unit, const char* data, size_t size) {
@@ -335,7 +420,20 @@ qint64 ZipCompressionPipeline::Read(int id, char* out, size_t len,
     if (file.finished)
         return 0;
     for (;;) {
+        if (!file.prefix.isEmpty()) {
+            const size_t n = std::min(len, static_cast<size_t>(file.prefix.size()));
+            std::memcpy(out, file.prefix.constData(), n);
+            file.prefix.remove(0, static_cast<qsizetype>(n));
+            file.compressed += n;
+            return static_cast<qint64>(n);
+        }
+        if (file.drained) {
+            file.finished = true;
+            return 0;
+        }
         Unit& unit = m_units[file.currentUnit];
+        if (m_options.method == 12 && !unit.joined && !unit.output.empty())
+            JoinBlock(file, unit);
         if (!unit.output.empty()) {
             QByteArray& front = unit.output.front();
             const size_t n = std::min(len, static_cast<size_t>(front.size()) - unit.frontPos);
@@ -347,6 +445,11 @@ qint64 ZipCompressionPipeline::Read(int id, char* out, size_t len,
                 unit.output.pop_front();
                 unit.frontPos = 0;
                 m_spaceCv.notify_all();
+            }
+            // Only this thread uses the encoder once it is set.
+            if (WinZipAesEncoder* aes = file.aes.get()) {
+                lock.unlock();
+                aes->Encrypt(out, n);
             }
             return static_cast<qint64>(n);
         }
@@ -364,8 +467,10 @@ qint64 ZipCompressionPipeline::Read(int id, char* out, size_t len,
             --m_unitsInFlight;
             m_workCv.notify_all();
             if (unit.last) {
-                file.finished = true;
-                return 0;
+                file.drained = true;
+                if (file.aes)
+                    file.prefix = file.aes->Trailer();
+                continue;
             }
             ++file.currentUnit;
             continue;

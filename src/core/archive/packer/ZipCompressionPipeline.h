@@ -7,8 +7,18 @@
 //    deflate, primed with the 32 KiB of data before it as dictionary and ended with a sync
 //    flush (the last with the final block), so that the chunks joined are one deflate stream
 //    of nearly the size a single pass gives, and one large file uses every core.
-//  - BZIP2: a file is one unit (a bzip2 stream cannot be cut), so files go in parallel.
+//  - BZIP2: a file is cut into chunks small enough to make exactly one bzip2 block each
+//    (a block holds 100,000 x level bytes after a run-length pass that can grow data by a
+//    quarter); each chunk is compressed on its own as a one-block stream, and the writer joins
+//    the blocks bit by bit into one stream under one header, with the end marker and the
+//    stream CRC (folded from the blocks' CRCs) after the last, so one large file uses every
+//    core too.
 // Each unit also computes the CRC-32 of its data; the writer joins them (crc32_combine).
+//
+// With WinZip AES encryption, the worker that starts a file's first unit derives the file's
+// keys (the costly part: a key derivation per file); the writer's Read encrypts the bytes as
+// it hands them over, in order, with the salt and verifier before them and the
+// authentication code after them.
 //
 // Memory stays bounded: a unit is started only while the units started and not yet read by
 // the writer charge less than the budget (one unit at a time may exceed it), and a unit whose
@@ -23,11 +33,14 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 namespace vz {
+
+class WinZipAesEncoder;
 
 class ZipCompressionPipeline {
 public:
@@ -37,6 +50,8 @@ public:
         int threads = 0;  // 0: one per core
         qint64 memoryBudget = 32 << 20;
         int chunkSize = 1 << 20;
+        int aesStrength = 0;  // 1, 2, 3: WinZip AES-128, -192, -256 with `password`
+        QByteArray password;
     };
     explicit ZipCompressionPipeline(const Options& options);
     ~ZipCompressionPipeline();  // cancels what still runs and joins the threads
@@ -76,6 +91,19 @@ private:
         bool done = false;
         QString error;
         uint32_t crc = 0;
+        // BZIP2: the block's bits (from the first byte of the output), its CRC, and whether
+        // the writer has joined the output to the file's stream.
+        quint64 blockBits = 0;
+        uint32_t blockCrc = 0;
+        bool joined = false;
+    };
+    // The bits of a bzip2 stream not yet making a whole byte.
+    struct BitJoiner {
+        uint32_t carry = 0;  // `count` bits in the low bits
+        int count = 0;
+        void Put(char*& out, uint32_t value, int bits);  // at most 24 bits
+        void PutBits(char*& out, const unsigned char* data, quint64 bits);
+        void Flush(char*& out);
     };
     struct File {
         QByteArray path;
@@ -87,6 +115,11 @@ private:
         quint64 read = 0;  // data bytes of the units read completely
         quint64 compressed = 0;
         bool finished = false;
+        std::shared_ptr<WinZipAesEncoder> aes;  // set before the first unit's output
+        QByteArray prefix;                      // still to hand over before the next bytes
+        bool drained = false;                   // the last unit was read
+        BitJoiner joiner;                       // BZIP2
+        uint32_t streamCrc = 0;
     };
     struct Worker;
 
@@ -97,6 +130,11 @@ private:
     // when cancelled.
     bool Emit(Unit& unit, const char* data, size_t size);
     void Finish(Unit& unit, const QString& error, uint32_t crc);
+    // Before the first unit of an encrypted file: derives its keys. False on failure.
+    bool StartEncryption(File& file);
+    // BZIP2, the writer's side: turns the unit's one-block output into the next bytes of the
+    // file's stream.
+    void JoinBlock(File& file, Unit& unit);
     bool Cancelled() const { return m_cancel.load(std::memory_order_relaxed); }
 
     Options m_options;

@@ -19,6 +19,7 @@ struct EntrySource {
     ZipCompressionPipeline* pipeline = nullptr;  // null: stored
     int fileId = -1;
     int method = ZIP_CM_STORE;
+    zip_uint16_t encryption = ZIP_EM_NONE;
     int fd = -1;
     quint64 position = 0;
     uint32_t crc = 0;
@@ -132,7 +133,7 @@ struct EntrySource {
                     ZIP_STAT_ENCRYPTION_METHOD;
         st->size = item.size;
         st->comp_method = static_cast<zip_uint16_t>(pipeline ? method : ZIP_CM_STORE);
-        st->encryption_method = ZIP_EM_NONE;
+        st->encryption_method = encryption;
         st->mtime = static_cast<time_t>(item.mtime);
         // Known only after the end of the data; zip_close takes the values of the last stat.
         st->crc = finished ? crc : 0;
@@ -180,8 +181,10 @@ zip_source_t* Make(zip_t* za, EntrySource* source) {
 }  // namespace
 
 zip_source_t* CreateCompressedSource(zip_t* za, ZipCompressionPipeline* pipeline, int fileId,
-                                     int method, const PackItem& item, IPackSink* sink) {
+                                     int method, zip_uint16_t encryption, const PackItem& item,
+                                     IPackSink* sink) {
     EntrySource* source = new EntrySource;
+    source->encryption = encryption;
     source->item = item;
     source->sink = sink;
     source->pipeline = pipeline;

@@ -8,7 +8,9 @@
 // the end of the data reports the real CRC and sizes, which zip_close writes into the local
 // header and the central directory when the entry is complete. libzip's encryption layers sit
 // on top and take the same stat; traditional PKWARE encryption derives its check byte from
-// the stat's modification time, which is therefore exactly the entry's.
+// the stat's modification time, which is therefore exactly the entry's. When the pipeline
+// encrypts (WinZip AES), the stat names the encryption too, and zip_close copies the bytes as
+// they are; the entry must then be given the same method without a password.
 //
 // A stored source reads a file in the writer's thread (level 0 and empty files), or hands
 // over a symbolic link's target.
@@ -38,8 +40,10 @@ public:
 };
 
 // `item` is copied. Returns null (and sets `error`) when libzip cannot make the source.
+// `encryption`: the ZIP_EM_ method of the pipeline's data (ZIP_EM_NONE when it is plain).
 zip_source_t* CreateCompressedSource(zip_t* za, ZipCompressionPipeline* pipeline, int fileId,
-                                     int method, const PackItem& item, IPackSink* sink);
+                                     int method, zip_uint16_t encryption, const PackItem& item,
+                                     IPackSink* sink);
 zip_source_t* CreateStoredSource(zip_t* za, const PackItem& item, IPackSink* sink);
 
 }  // namespace vz
