@@ -19,7 +19,6 @@ packages=(
     breeze-icon-theme fonts-dejavu-core fonts-wqy-microhei
     # fixture and peer tools used by tests and benchmarks
     zip unzip gcab genisoimage xorriso libarchive-tools bzip2 gzip xz-utils hyperfine
-    libssl-dev
     # a real window under Xvfb, screenshots and synthetic input
     xvfb xauth xdotool imagemagick
     # desktop integration: mail hand-off, default applications, checks of the installed files,
