@@ -29,3 +29,5 @@ fi
 [ "$status" -eq 0 ] || exit "$status"
 
 bash fuzz/smoke.sh
+
+bash tests/install/check_install.sh build
