@@ -1,6 +1,8 @@
 #include "archive/ToolEngine.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <string_view>
@@ -47,6 +49,10 @@ public:
         env.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
         env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
         m_process.setProcessEnvironment(env);
+        // A pipe of 1 MiB instead of 64 KiB: the child blocks less often on its output while
+        // this side is busy (7zz writes its listing in pieces of 4 KiB). Where the system
+        // refuses, the pipe stays as it is.
+        m_process.setChildProcessModifier([] { fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 1 << 20); });
         m_process.start(QStandardPaths::findExecutable(QLatin1String(program)), args);
         if (!m_process.waitForStarted(10'000)) {
             *error = QStringLiteral("%1 did not start: %2")
@@ -175,7 +181,8 @@ quint32 UnixModeOf(const QString& text) {
     return mode;
 }
 
-// The fields of one "-slt" record of 7zz ("Key = Value" lines) that the listing uses.
+// The fields of one "-slt" record of 7zz ("Key = Value" lines) that the listing uses; they
+// point into the text read, which outlives the record.
 struct SltRecord {
     QByteArray path, attributes, folder, size, packed, crc, modified, encrypted, method;
     bool empty = true;
@@ -189,7 +196,8 @@ struct SltRecord {
         };
         for (const auto& [name, field] : kKeys)
             if (key == name) {
-                this->*field = QByteArray(value.data(), static_cast<qsizetype>(value.size()));
+                this->*field =
+                    QByteArray::fromRawData(value.data(), static_cast<qsizetype>(value.size()));
                 empty = false;
                 return;
             }
@@ -451,31 +459,38 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
     if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
                      password.isNull() ? QByteArray() : password + '\n', &m_error))
         return Outcome::Failed;
-    // The records are parsed while 7zz is still reading the archive.
+    // The records are parsed while 7zz is still reading the archive, whole records at a
+    // time: their fields point into `pending` until the record is made an entry.
     SltRecord record;
     auto flush = [&] {
         if (!record.empty)
             m_entries.push_back(EntryOf7zRecord(record, m_entries.size()));
         record = SltRecord();
     };
-    auto parseLine = [&](const char* line, qsizetype size) {
-        if (size > 0 && line[size - 1] == '\r')
-            --size;
-        const std::string_view text(line, static_cast<size_t>(size));
-        const size_t eq = text.find(" = ");
-        if (eq == std::string_view::npos || eq == 0)
-            return;
-        const std::string_view key = text.substr(0, eq);
-        if (key == "Path")
-            flush();
-        record.Set(key, text.substr(eq + 3));
+    auto parse = [&](const char* text, qsizetype size) {
+        for (std::string_view rest(text, static_cast<size_t>(size)); !rest.empty();) {
+            const size_t end = std::min(rest.find('\n'), rest.size());
+            std::string_view line = rest.substr(0, end);
+            rest.remove_prefix(std::min(end + 1, rest.size()));
+            if (!line.empty() && line.back() == '\r')
+                line.remove_suffix(1);
+            const size_t eq = line.find(" = ");
+            if (eq == std::string_view::npos || eq == 0)
+                continue;
+            const std::string_view key = line.substr(0, eq);
+            if (key == "Path")
+                flush();
+            record.Set(key, line.substr(eq + 3));
+        }
+        flush();
     };
-    QByteArray pending;  // a line not ended yet
+    QByteArray pending;  // a record not ended yet
     qint64 total = 0;
     bool asksPassword = false;
-    std::vector<char> buffer(kChunk);
     for (;;) {
-        const qint64 n = child.Read(buffer.data(), kChunk, stop);
+        const qsizetype kept = pending.size();
+        pending.resize(kept + kChunk);
+        const qint64 n = child.Read(pending.data() + kept, kChunk, stop);
         if (n < 0) {
             if (child.TimedOut()) {
                 m_error = SilenceError("7zz");
@@ -486,23 +501,23 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
             m_error = QStringLiteral("The listing was stopped.");
             return Outcome::Stopped;
         }
+        pending.resize(kept + n);
         if (n == 0)
             break;
-        total += n;
-        if (total > kListingCap) {
+        if ((total += n) > kListingCap) {
             m_entries.clear();
             m_error = QStringLiteral("its listing is larger than %1 MB").arg(kListingCap >> 20);
             return Outcome::Failed;
         }
-        pending.append(buffer.data(), static_cast<qsizetype>(n));
-        qsizetype at = 0;
-        for (qsizetype end; (end = pending.indexOf('\n', at)) >= 0; at = end + 1)
-            parseLine(pending.constData() + at, end - at);
         asksPassword = asksPassword || pending.contains("Enter password");
-        pending.remove(0, at);
+        // A record ends with an empty line.
+        const qsizetype whole = pending.lastIndexOf("\n\n");
+        if (whole >= 0) {
+            parse(pending.constData(), whole);
+            pending.remove(0, whole + 2);
+        }
     }
-    parseLine(pending.constData(), pending.size());
-    flush();
+    parse(pending.constData(), pending.size());
     const int code = child.Finish(stop);
     if (code != 0) {
         m_entries.clear();
