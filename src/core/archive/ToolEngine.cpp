@@ -32,6 +32,33 @@ constexpr qint64 kListingCap = qint64(512) << 20;  // bytes of listing output
 constexpr int kErrorCap = 64 << 10;                // bytes of error output kept
 constexpr qint64 kChunk = 1 << 20;
 
+// The passwords to try in turn for one archive or entry: those already known first, then
+// what the user answers.
+class PasswordTries {
+public:
+    explicit PasswordTries(PasswordBook& book) : m_book(book), m_known(book.Known()) {}
+    // False when there is none left: the user cancelled or gave up (see Failure).
+    bool Next(std::string* password) {
+        if (!m_known.empty()) {
+            *password = m_known.front();
+            m_known.pop_front();
+            return true;
+        }
+        const char* answer = m_book.Ask();
+        if (!answer)
+            return false;
+        *password = answer;
+        return true;
+    }
+    ToolStatus Failure() const {
+        return m_book.Cancelled() ? ToolStatus::Cancelled : ToolStatus::WrongPassword;
+    }
+
+private:
+    PasswordBook& m_book;
+    std::deque<std::string> m_known;
+};
+
 // A child process read through QProcess's blocking calls on the calling thread.
 class Child {
 public:
@@ -754,19 +781,12 @@ ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& i
                                     QString* error) {
     auto stop = [observer] { return observer && observer->StopRequested(); };
     passwords.SetCurrentEntry(innerPath);
-    std::deque<std::string> tries = passwords.Known();
+    PasswordTries tries(passwords);
     std::vector<char> buffer(kChunk);
     for (;;) {
         std::string password;
-        if (!tries.empty()) {
-            password = tries.front();
-            tries.pop_front();
-        } else {
-            const char* answer = passwords.Ask();
-            if (!answer)
-                return passwords.Cancelled() ? ToolStatus::Cancelled : ToolStatus::WrongPassword;
-            password = answer;
-        }
+        if (!tries.Next(&password))
+            return tries.Failure();
         Child child;
         // -spd: the name is a name, not a wildcard.
         if (!child.Start(
@@ -900,18 +920,11 @@ UnarEntryReader::Status UnarEntryReader::List(PasswordBook& passwords,
                                               const std::function<bool()>& stop,
                                               std::vector<ListedEntry>* entries) {
     // Those known beforehand first, then what the user answers.
-    std::deque<std::string> tries = passwords.Known();
+    PasswordTries tries(passwords);
     for (;;) {
         std::string password;
-        if (!tries.empty()) {
-            password = tries.front();
-            tries.pop_front();
-        } else {
-            const char* answer = passwords.Ask();
-            if (!answer)
-                return passwords.Cancelled() ? Status::Cancelled : Status::WrongPassword;
-            password = answer;
-        }
+        if (!tries.Next(&password))
+            return tries.Failure();
         QJsonArray contents;
         const Status status = RunLsar(&password, stop, &contents);
         if (status == Status::WrongPassword) {
@@ -1015,18 +1028,11 @@ UnarEntryReader::Status UnarEntryReader::Read(
     auto stop = [observer] { return observer && observer->StopRequested(); };
     // RAR 5 entries may each have a password of their own: one that fails here is asked
     // again; those known are tried first.
-    std::deque<std::string> tries = passwords.Known();
+    PasswordTries tries(passwords);
     for (;;) {
         std::string password;
-        if (!tries.empty()) {
-            password = tries.front();
-            tries.pop_front();
-        } else {
-            const char* answer = passwords.Ask();
-            if (!answer)
-                return passwords.Cancelled() ? Status::Cancelled : Status::WrongPassword;
-            password = answer;
-        }
+        if (!tries.Next(&password))
+            return tries.Failure();
         // unar takes the password only as an argument.
         Child child;
         if (!child.Start("unar",
