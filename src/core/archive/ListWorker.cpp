@@ -6,13 +6,14 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
-#include <QDataStream>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 #include "archive/CArchiveUnpacker.h"
@@ -27,8 +28,8 @@ constexpr rlim_t kWorkerAddressSpace = rlim_t(768) << 20;
 constexpr int kLimitsExit = 3;  // the worker ran out of memory
 const char kLimitsText[] = "it could not be read within the program's limits (memory/time)";
 
-// Frames from the worker: a 32-bit length, then the payload in QDataStream's form, which
-// starts with one of these.
+// Frames from the worker: a 32-bit length, then one of these kinds and its fields in this
+// machine's byte order; a name is a 32-bit length (-1 for none) and its bytes.
 enum Frame : quint8 {
     Opened = 'S',
     OpenFailed = 'O',
@@ -38,40 +39,95 @@ enum Frame : quint8 {
     Fatal = 'F'
 };
 
-QDataStream& operator<<(QDataStream& s, const RawHeader& h) {
-    return s << h.path << h.pathUtf8 << h.symlink << h.symlinkUtf8 << h.hardlink << h.hardlinkUtf8
-             << h.filetype << h.mode << h.size << h.mtime << h.sizeSet << h.mtimeSet << h.encrypted;
-}
-QDataStream& operator>>(QDataStream& s, RawHeader& h) {
-    return s >> h.path >> h.pathUtf8 >> h.symlink >> h.symlinkUtf8 >> h.hardlink >>
-           h.hardlinkUtf8 >> h.filetype >> h.mode >> h.size >> h.mtime >> h.sizeSet >> h.mtimeSet >>
-           h.encrypted;
-}
-
 class FrameWriter {
 public:
     FrameWriter() { m_sinceFlush.start(); }
+    ~FrameWriter() { Flush(); }
+    void Put(const QByteArray& bytes) {
+        Put(bytes.isNull() ? qint32(-1) : qint32(bytes.size()));
+        m_buffer.append(bytes.constData(), static_cast<size_t>(bytes.size()));
+    }
+    void Put(const RawHeader& h) {
+        for (const QByteArray* b :
+             {&h.path, &h.pathUtf8, &h.symlink, &h.symlinkUtf8, &h.hardlink, &h.hardlinkUtf8})
+            Put(*b);
+        Put(h.filetype), Put(h.mode), Put(h.size), Put(h.mtime);
+        Put(quint8(h.sizeSet | h.mtimeSet << 1 | h.encrypted << 2));
+    }
+    template <typename T>
+    void Put(T value) {
+        static_assert(std::is_arithmetic_v<T>);
+        m_buffer.append(reinterpret_cast<const char*>(&value), sizeof value);
+    }
     template <typename... T>
     void Send(Frame kind, const T&... fields) {
-        QByteArray payload;
-        {
-            QDataStream s(&payload, QIODevice::WriteOnly);
-            s << quint8(kind);
-            if constexpr (sizeof...(fields) > 0)
-                (s << ... << fields);
-        }
-        const quint32 size = static_cast<quint32>(payload.size());
-        fwrite(&size, sizeof size, 1, stdout);
-        fwrite(payload.constData(), 1, static_cast<size_t>(payload.size()), stdout);
+        const size_t start = m_buffer.size();
+        Put(quint32(0));
+        Put(quint8(kind));
+        (Put(fields), ...);
+        const quint32 size = static_cast<quint32>(m_buffer.size() - start - sizeof size);
+        memcpy(&m_buffer[start], &size, sizeof size);
         // The parent judges progress by what arrives: nothing waits long in the buffer.
-        if (kind != Entry || m_sinceFlush.elapsed() > kPollMs) {
-            fflush(stdout);
-            m_sinceFlush.start();
-        }
+        if (kind != Entry || m_buffer.size() > (64 << 10) || m_sinceFlush.elapsed() > kPollMs)
+            Flush();
     }
 
 private:
+    void Flush() {
+        for (size_t at = 0; at < m_buffer.size();) {
+            const ssize_t n = write(STDOUT_FILENO, m_buffer.data() + at, m_buffer.size() - at);
+            if (n < 0 && errno != EINTR)
+                _exit(1);  // the parent is gone
+            at += n > 0 ? static_cast<size_t>(n) : 0;
+        }
+        m_buffer.clear();
+        m_sinceFlush.start();
+    }
+    std::string m_buffer;
     QElapsedTimer m_sinceFlush;
+};
+
+// The fields of one frame, read in the order they were put.
+class FrameReader {
+public:
+    FrameReader(const char* at, const char* end) : m_at(at), m_end(end) {}
+    bool Ok() const { return m_ok; }
+    void Get(QByteArray& bytes) {
+        qint32 size = 0;
+        Get(size);
+        if (size < 0 || !m_ok) {
+            bytes = QByteArray();
+        } else if (m_end - m_at < size) {
+            m_ok = false;
+        } else {
+            bytes = QByteArray(m_at, size);
+            m_at += size;
+        }
+    }
+    void Get(RawHeader& h) {
+        for (QByteArray* b :
+             {&h.path, &h.pathUtf8, &h.symlink, &h.symlinkUtf8, &h.hardlink, &h.hardlinkUtf8})
+            Get(*b);
+        Get(h.filetype), Get(h.mode), Get(h.size), Get(h.mtime);
+        quint8 flags = 0;
+        Get(flags);
+        h.sizeSet = flags & 1, h.mtimeSet = flags & 2, h.encrypted = flags & 4;
+    }
+    template <typename T>
+    void Get(T& value) {
+        static_assert(std::is_arithmetic_v<T>);
+        if (m_end - m_at < qsizetype(sizeof value)) {
+            m_ok = false;
+            return;
+        }
+        memcpy(&value, m_at, sizeof value);
+        m_at += sizeof value;
+    }
+
+private:
+    const char* m_at;
+    const char* m_end;
+    bool m_ok = true;
 };
 
 // For tests of the bounds: a worker that allocates without end, or that hangs.
@@ -144,33 +200,32 @@ public:
     bool Open(QString* error) override {
         if (!m_child.Start(m_program.toLocal8Bit().constData(), m_args, QByteArray(), error))
             return false;
-        NextFrame();
-        QDataStream s(m_frame);
+        FrameReader r = NextFrame();
         if (m_kind == Opened)
             return true;
-        *error = m_kind == OpenFailed ? ReadText(s) : m_error;
+        *error = m_kind == OpenFailed ? ReadText(r) : m_error;
         return false;
     }
     Step Next(RawHeader* header) override {
-        NextFrame();
-        QDataStream s(m_frame);
+        FrameReader r = NextFrame();
         switch (m_kind) {
             case Entry: {
                 qint32 filter = 0;
-                s >> filter >> *header;
+                r.Get(filter);
+                r.Get(*header);
                 if (!m_filterKnown) {
                     m_filterKnown = true;
                     m_filter = filter;
                 }
-                return s.status() == QDataStream::Ok ? Step::Entry : Broken();
+                return r.Ok() ? Step::Entry : Broken();
             }
             case Bad:
                 return Step::BadEntry;
             case End:
                 return Step::End;
             case Fatal:
-                s >> m_encrypted;
-                m_error = ReadText(s);
+                r.Get(m_encrypted);
+                m_error = ReadText(r);
                 return Step::Fatal;
             default:
                 return Step::Fatal;
@@ -181,40 +236,39 @@ public:
     QString Error() const override { return m_error; }
 
 private:
-    static QString ReadText(QDataStream& s) {
+    static QString ReadText(FrameReader& r) {
         QByteArray text;
-        s >> text;
+        r.Get(text);
         return QString::fromUtf8(text);
     }
     Step Broken() {
         m_error = QStringLiteral("the listing process sent a damaged record");
         return Step::Fatal;
     }
-    // The next frame: its kind in m_kind, the rest in m_frame; kind 0 when the worker ended
-    // without one, with the reason in m_error.
-    void NextFrame() {
+    // The next frame's fields, its kind in m_kind; kind 0 when the worker ended without
+    // one, with the reason in m_error.
+    FrameReader NextFrame() {
         m_kind = 0;
         for (;;) {
-            if (m_buffer.size() - m_at >= 4) {
-                quint32 size = 0;
-                memcpy(&size, m_buffer.constData() + m_at, sizeof size);
-                if (size > 0 && m_buffer.size() - m_at - 4 >= qsizetype(size)) {
-                    m_kind = static_cast<quint8>(m_buffer.at(m_at + 4));
-                    m_frame = m_buffer.mid(m_at + 5, size - 1);
-                    m_at += 4 + qsizetype(size);
-                    return;
-                }
+            const char* at = m_buffer.constData() + m_at;
+            const qsizetype left = m_buffer.size() - m_at;
+            quint32 size = 0;
+            if (left >= 4)
+                memcpy(&size, at, sizeof size);
+            if (left >= 4 && size > 0 && left - 4 >= qsizetype(size)) {
+                m_kind = static_cast<quint8>(at[4]);
+                m_at += 4 + qsizetype(size);
+                return FrameReader(at + 5, at + 4 + size);
             }
-            if (m_at > 0) {
-                m_buffer.remove(0, m_at);
-                m_at = 0;
-            }
-            char chunk[64 << 10];
-            const qint64 n = m_child.Read(chunk, sizeof chunk, m_stop);
-            if (n > 0) {
-                m_buffer.append(chunk, static_cast<qsizetype>(n));
+            m_buffer.remove(0, m_at);
+            m_at = 0;
+            const qsizetype had = m_buffer.size();
+            constexpr qsizetype kChunk = 256 << 10;
+            m_buffer.resize(had + kChunk);
+            const qint64 n = m_child.Read(m_buffer.data() + had, kChunk, m_stop);
+            m_buffer.resize(had + std::max<qint64>(n, 0));
+            if (n > 0)
                 continue;
-            }
             if (n < 0 && !m_child.TimedOut()) {
                 m_error = QStringLiteral("the listing was stopped");
             } else {
@@ -224,8 +278,7 @@ private:
                         ? QString::fromLatin1(kLimitsText)
                         : QStringLiteral("the listing process failed (exit code %1)").arg(code);
             }
-            m_frame.clear();
-            return;
+            return FrameReader(nullptr, nullptr);
         }
     }
 
@@ -233,7 +286,7 @@ private:
     QStringList m_args;
     std::function<bool()> m_stop;
     ToolChild m_child;
-    QByteArray m_buffer, m_frame;
+    QByteArray m_buffer;
     qsizetype m_at = 0;
     quint8 m_kind = 0;
     int m_filter = 0;
