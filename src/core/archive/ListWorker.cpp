@@ -24,6 +24,9 @@ namespace vz {
 
 namespace {
 
+// Smaller archives are read in-process: starting the worker (about 9 ms) would cost more
+// than their whole listing.
+constexpr qint64 kIsolateFrom = 1 << 20;
 constexpr rlim_t kWorkerAddressSpace = rlim_t(768) << 20;
 constexpr int kLimitsExit = 3;  // the worker ran out of memory
 const char kLimitsText[] = "it could not be read within the program's limits (memory/time)";
@@ -352,8 +355,14 @@ std::unique_ptr<HeaderSource> MakeHeaderSource(const QStringList& volumes,
                                                const FamilyTraits& traits,
                                                std::function<bool()> stop) {
     const QString program = WorkerProgram();
+    qint64 size = 0;
+    for (const QString& volume : volumes)
+        size += QFileInfo(volume).size();
+    bool isSet = false;
+    const qint64 isolateFrom = qEnvironmentVariableIntValue("VELAZIP_LIST_ISOLATE_FROM", &isSet);
     // A table's own traits can be named by their family; variants are read here.
-    if (program.isEmpty() || TraitsFor(traits.family) != &traits)
+    if (program.isEmpty() || TraitsFor(traits.family) != &traits ||
+        size < (isSet ? isolateFrom : kIsolateFrom))
         return std::make_unique<InProcessSource>(volumes, traits);
     QStringList args{QLatin1String(kListWorkerSwitch), QString::number(traits.family)};
     args += volumes;

@@ -5,7 +5,8 @@
 // (ToolChild.h), which kills a worker that stays silent too long or that the user stops. A
 // worker that dies on a limit ends the listing with an error and nothing listed. Where no
 // worker program is found beside the running program (VELAZIP_LIST_WORKER names another;
-// an empty value keeps the parsing in this process), the headers are read in-process.
+// an empty value keeps the parsing in this process), and for archives smaller than 1 MiB
+// (VELAZIP_LIST_ISOLATE_FROM sets another size in bytes), the headers are read in-process.
 
 #include <QString>
 #include <QStringList>
