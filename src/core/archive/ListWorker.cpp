@@ -9,12 +9,10 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 #include "archive/CArchiveUnpacker.h"
 #include "archive/ToolChild.h"
@@ -313,7 +311,7 @@ int RunListWorker(int argc, char** argv) {
     }
     QStringList volumes;
     for (int i = 1; i < argc; ++i)
-        volumes << platform::DecodePath(argv[i]);
+        volumes << platform::DecodePath(QByteArray::fromHex(argv[i]));
     try {
         LibarchiveSession session;
         QString error;
@@ -365,7 +363,9 @@ std::unique_ptr<HeaderSource> MakeHeaderSource(const QStringList& volumes,
         size < (isSet ? isolateFrom : kIsolateFrom))
         return std::make_unique<InProcessSource>(volumes, traits);
     QStringList args{QLatin1String(kListWorkerSwitch), QString::number(traits.family)};
-    args += volumes;
+    // A path's bytes, whatever they are, cross as hexadecimal.
+    for (const QString& volume : volumes)
+        args << QString::fromLatin1(platform::EncodePath(volume).toHex());
     return std::make_unique<WorkerSource>(program, args, std::move(stop));
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // Listing in a child process. libarchive parses an untrusted archive's headers in a worker
-// (the hidden mode "velazip-cli --list-worker FAMILY VOLUME..."), under a memory limit, and
-// streams each header back; the parent reads them through the one child runner
+// (the hidden mode "velazip-cli --list-worker FAMILY HEX-VOLUME..."), under a memory limit,
+// and streams each header back; the parent reads them through the one child runner
 // (ToolChild.h), which kills a worker that stays silent too long or that the user stops. A
 // worker that dies on a limit ends the listing with an error and nothing listed. Where no
 // worker program is found beside the running program (VELAZIP_LIST_WORKER names another;
@@ -18,7 +18,8 @@
 namespace vz {
 
 constexpr char kListWorkerSwitch[] = "--list-worker";
-// The worker's main: `args` are the family code and the volumes. Its exit code.
+// The worker's main: `argv` holds the family code and the volumes' path bytes in
+// hexadecimal. Its exit code.
 int RunListWorker(int argc, char** argv);
 
 // The headers of one listing pass, in archive order, from wherever they are parsed.
