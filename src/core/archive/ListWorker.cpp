@@ -2,6 +2,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -42,6 +43,7 @@ enum Frame : quint8 {
 
 class FrameWriter {
 public:
+    static constexpr size_t kFlushBytes = 256 << 10;
     FrameWriter() { m_sinceFlush.start(); }
     ~FrameWriter() { Flush(); }
     void Put(const QByteArray& bytes) {
@@ -69,7 +71,7 @@ public:
         const quint32 size = static_cast<quint32>(m_buffer.size() - start - sizeof size);
         memcpy(&m_buffer[start], &size, sizeof size);
         // The parent judges progress by what arrives: nothing waits long in the buffer.
-        if (kind != Entry || m_buffer.size() > (64 << 10) || m_sinceFlush.elapsed() > kPollMs)
+        if (kind != Entry || m_buffer.size() > kFlushBytes || m_sinceFlush.elapsed() > kPollMs)
             Flush();
     }
 
@@ -301,6 +303,8 @@ private:
 int RunListWorker(int argc, char** argv) {
     const rlimit memory{kWorkerAddressSpace, kWorkerAddressSpace};
     setrlimit(RLIMIT_AS, &memory);
+    // Fewer, larger writes: the parent is woken once per block.
+    fcntl(STDOUT_FILENO, F_SETPIPE_SZ, int(FrameWriter::kFlushBytes) * 2);
     EnsureUtf8Locale();
     MisbehaveWhenAsked();
     FrameWriter out;
