@@ -2,9 +2,11 @@
 
 #include <QCoreApplication>
 #include <cstdio>
+#include <cstring>
 
 #include "Commands.h"
 #include "archive/CArchiveUnpacker.h"
+#include "archive/ListWorker.h"
 #include "platform/FileSystem.h"
 
 namespace {
@@ -141,6 +143,9 @@ const Command kCommands[] = {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    // The hidden mode that lists an archive for another process (archive/ListWorker.h).
+    if (argc > 1 && strcmp(argv[1], vz::kListWorkerSwitch) == 0)
+        return vz::RunListWorker(argc - 2, argv + 2);
     QCoreApplication app(argc, argv);
     vz::EnsureUtf8Locale();
     // Arguments are bytes: a path that is not UTF-8 keeps them all.

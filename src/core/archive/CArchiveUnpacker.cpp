@@ -21,6 +21,7 @@
 #include "archive/EntryList.h"
 #include "archive/IsoImageCheck.h"
 #include "archive/LibarchiveSession.h"
+#include "archive/ListWorker.h"
 #include "archive/NameEncoding.h"
 #include "archive/ToolEngine.h"
 #include "archive/ZipDirectory.h"
@@ -40,9 +41,7 @@ void EnsureUtf8Locale() {
 
 namespace {
 
-constexpr size_t kMaxEntries = 50'000'000;    // beyond this an archive is not listed
-constexpr int kMaxConsecutiveFailures = 100;  // a header that fails again and again
-constexpr int kMaxRetries = 10;
+constexpr size_t kMaxEntries = 50'000'000;  // beyond this an archive is not listed
 constexpr qint64 kPollBytes = 1 << 20;  // progress and Stop between such amounts
 
 // The name of the one stream of a gzip or bzip2 file: the file name without its compression
@@ -147,35 +146,6 @@ bool IsPasswordError(archive* a) {
     const char* e = archive_error_string(a);
     return e && (strcasestr(e, "passphrase") || strcasestr(e, "password"));
 }
-
-// The next header of a pass. A header that fails is passed over, a retry is retried, but
-// only so often in a row: a malformed archive can make libarchive report the same failure
-// for ever.
-class HeaderReader {
-public:
-    enum class Step { Entry, BadEntry, End, Fatal };
-    explicit HeaderReader(archive* a) : m_archive(a) {}
-    Step Next(archive_entry** header) {
-        for (;;) {
-            const int r = archive_read_next_header(m_archive, header);
-            if (r == ARCHIVE_EOF)
-                return Step::End;
-            if (r == ARCHIVE_RETRY && ++m_retries <= kMaxRetries)
-                continue;
-            if (r == ARCHIVE_FAILED && ++m_failures <= kMaxConsecutiveFailures)
-                return Step::BadEntry;
-            if (r != ARCHIVE_OK && r != ARCHIVE_WARN)
-                return Step::Fatal;
-            m_failures = m_retries = 0;
-            return Step::Entry;
-        }
-    }
-
-private:
-    archive* m_archive;
-    int m_failures = 0;
-    int m_retries = 0;
-};
 
 // Which entries an unpack takes and where below the destination each one goes.
 struct Selection {
@@ -291,9 +261,12 @@ struct CArchiveUnpacker::Impl {
     // Why reading a header failed: encrypted headers, or encrypted entries in the way (the
     // data of a solid block), are named as such; anything else gives libarchive's reason.
     QString HeaderFailure(archive* a, bool atStart, const char* fallback) const {
+        return HeaderFailure(archive_read_has_encrypted_entries(a) > 0,
+                             LibarchiveError(a, fallback), atStart);
+    }
+    QString HeaderFailure(bool encrypted, const QString& reason, bool atStart) const {
         const int family = traits->family;
         if (!ArchiveFamily::IsZipFamily(family)) {
-            const bool encrypted = archive_read_has_encrypted_entries(a) > 0;
             if (rar5.headers || (atStart && encrypted))
                 return QStringLiteral("its headers are encrypted, and ") +
                        CannotDecrypt(family, "archives");
@@ -301,7 +274,7 @@ struct CArchiveUnpacker::Impl {
                 return QStringLiteral("it holds encrypted entries, and ") +
                        CannotDecrypt(family, "entries");
         }
-        return LibarchiveError(a, fallback);
+        return reason;
     }
     // The entry at this position of a pass is encrypted although libarchive does not say so.
     void MarkEncrypted(size_t headerIndex, ARCHIVEFILEFULLINFO& info) const {
@@ -491,11 +464,14 @@ struct CArchiveUnpacker::Impl {
         if (decided)
             names.encoding = known;
         QSet<QByteArray> undecided;
-        LibarchiveSession s;
+        // The headers are parsed in a worker process where one can be run (ListWorker.h).
+        const std::unique_ptr<HeaderSource> source = MakeHeaderSource(volumes, *traits, StopPoll());
         QString err;
-        if (!s.Open(volumes, *traits, nullptr, &err))
+        if (!source->Open(&err)) {
+            if (StopNow())
+                return Fail(QStringLiteral("The listing was stopped."));
             return Fail(QStringLiteral("Cannot open the archive %1: %2.").arg(Where(), err));
-        archive* a = s.Handle();
+        }
         if (IsStream() && tarInside) {
             ListedEntry level;
             level.info.path = streamName;
@@ -509,32 +485,40 @@ struct CArchiveUnpacker::Impl {
         QString archiveMethod;
         bool archiveMethodRead = false;
         size_t headerIndex = 0;
-        HeaderReader headers(a);
         constexpr size_t kStopPollHeaders = 256;
+        RawHeader h;
         for (;; ++headerIndex) {
             if (headerIndex % kStopPollHeaders == 0 && StopNow()) {
                 entries.clear();
                 return Fail(QStringLiteral("The listing was stopped."));
             }
-            archive_entry* h = nullptr;
-            const HeaderReader::Step step = headers.Next(&h);
+            const HeaderReader::Step step = source->Next(&h);
             if (step == HeaderReader::Step::End)
                 break;
             if (step == HeaderReader::Step::BadEntry)
                 continue;
-            if (step == HeaderReader::Step::Fatal)
-                return Fail(
-                    QStringLiteral("Cannot read the archive %1: %2.")
-                        .arg(Where(), HeaderFailure(a, entries.empty(), "damaged archive")));
+            if (step == HeaderReader::Step::Fatal) {
+                if (StopNow()) {
+                    entries.clear();
+                    return Fail(QStringLiteral("The listing was stopped."));
+                }
+                const QString reason = source->Error();
+                return Fail(QStringLiteral("Cannot read the archive %1: %2.")
+                                .arg(Where(), HeaderFailure(source->HasEncryptedEntries(),
+                                                            reason.isEmpty()
+                                                                ? QStringLiteral("damaged archive")
+                                                                : reason,
+                                                            entries.empty())));
+            }
             if (!archiveMethodRead) {
                 archiveMethodRead = true;
-                archiveMethod = FilterMethodName(archive_filter_code(a, 0));
+                archiveMethod = FilterMethodName(source->FilterCode());
                 if (archiveMethod.isEmpty() && traits->formats == FamilyTraits::Formats::Cab)
                     archiveMethod = CabinetMethod(volumes.first());
             }
             ConvertedHeader c = ConvertHeader(h, *traits, names);
             if (c.undecided && !decided)
-                undecided.insert(QByteArray(archive_entry_pathname(h)));
+                undecided.insert(h.path);
             MarkEncrypted(headerIndex, c.entry.info);
             if (!c.entry.info.isFolder && !archiveMethod.isEmpty())
                 c.entry.info.method = archiveMethod;

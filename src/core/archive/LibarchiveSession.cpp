@@ -521,13 +521,51 @@ qint64 LibarchiveSession::Consumed() const {
     return m_archive ? archive_filter_bytes(m_archive, -1) : 0;
 }
 
-ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits,
+HeaderReader::Step HeaderReader::Next(archive_entry** header) {
+    constexpr int kMaxConsecutiveFailures = 100;  // a header that fails again and again
+    for (;;) {
+        const int r = archive_read_next_header(m_archive, header);
+        if (r == ARCHIVE_EOF)
+            return Step::End;
+        if (r == ARCHIVE_RETRY && ++m_retries <= kMaxRetries)
+            continue;
+        if (r == ARCHIVE_FAILED && ++m_failures <= kMaxConsecutiveFailures)
+            return Step::BadEntry;
+        if (r != ARCHIVE_OK && r != ARCHIVE_WARN)
+            return Step::Fatal;
+        m_failures = m_retries = 0;
+        return Step::Entry;
+    }
+}
+
+RawHeader ReadRawHeader(archive_entry* h) {
+    auto bytes = [](const char* text) { return text ? QByteArray(text) : QByteArray(); };
+    RawHeader r;
+    r.path = bytes(archive_entry_pathname(h));
+    r.pathUtf8 = bytes(archive_entry_pathname_utf8(h));
+    r.filetype = archive_entry_filetype(h);
+    if (r.filetype == AE_IFLNK) {
+        r.symlink = bytes(archive_entry_symlink(h));
+        r.symlinkUtf8 = bytes(archive_entry_symlink_utf8(h));
+    }
+    r.hardlink = bytes(archive_entry_hardlink(h));
+    if (!r.hardlink.isNull())
+        r.hardlinkUtf8 = bytes(archive_entry_hardlink_utf8(h));
+    r.sizeSet = archive_entry_size_is_set(h);
+    r.size = archive_entry_size(h);
+    r.mtimeSet = archive_entry_mtime_is_set(h);
+    r.mtime = archive_entry_mtime(h);
+    r.mode = archive_entry_mode(h);
+    r.encrypted = archive_entry_is_encrypted(h);
+    return r;
+}
+
+ConvertedHeader ConvertHeader(const RawHeader& h, const FamilyTraits& traits,
                               const EntryNameDecoding& names) {
+    auto text = [](const QByteArray& b) { return b.isNull() ? nullptr : b.constData(); };
     ConvertedHeader c;
-    const char* rawPath = archive_entry_pathname(h);
-    const char* utf8Path = archive_entry_pathname_utf8(h);
-    c.undecided = rawPath && !utf8Path;
-    c.rawName = names.Decode(utf8Path, rawPath);
+    c.undecided = !h.path.isNull() && h.pathUtf8.isNull();
+    c.rawName = names.Decode(text(h.pathUtf8), text(h.path));
     const NormalisedName n = NormaliseEntryName(c.rawName);
     ARCHIVEFILEFULLINFO& info = c.entry.info;
     info.path = n.path;
@@ -536,20 +574,18 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits,
     if (n.Unsafe())
         c.entry.refusedName = c.rawName;
 
-    const mode_t type = archive_entry_filetype(h);
-    info.isFolder = type == AE_IFDIR || n.trailingSlash;
-    info.isSymlink = type == AE_IFLNK;
-    if (info.isSymlink) {
-        info.linkTarget = names.Decode(archive_entry_symlink_utf8(h), archive_entry_symlink(h));
-    }
-    if (const char* link = archive_entry_hardlink(h)) {
+    info.isFolder = h.filetype == AE_IFDIR || n.trailingSlash;
+    info.isSymlink = h.filetype == AE_IFLNK;
+    if (info.isSymlink)
+        info.linkTarget = names.Decode(text(h.symlinkUtf8), text(h.symlink));
+    if (!h.hardlink.isNull()) {
         const NormalisedName target =
-            NormaliseEntryName(names.Decode(archive_entry_hardlink_utf8(h), link));
+            NormaliseEntryName(names.Decode(text(h.hardlinkUtf8), text(h.hardlink)));
         c.hardlinkTarget = target.path;
         c.hardlinkUnsafe = target.Unsafe() || target.path.isEmpty();
     }
-    if (!info.isFolder && archive_entry_size_is_set(h)) {
-        info.size = static_cast<quint64>(std::max<la_int64_t>(0, archive_entry_size(h)));
+    if (!info.isFolder && h.sizeSet) {
+        info.size = static_cast<quint64>(std::max<qint64>(0, h.size));
         info.sizeKnown = true;
         if (traits.packedIsSize) {
             info.packedSize = info.size;
@@ -559,14 +595,14 @@ ConvertedHeader ConvertHeader(archive_entry* h, const FamilyTraits& traits,
         info.size = 0;  // directories of images carry their block size: not content
         info.sizeKnown = true;
     }
-    if (archive_entry_mtime_is_set(h))
-        info.modified = FileTime::FromUnix(archive_entry_mtime(h));
-    info.unixMode = archive_entry_mode(h);
+    if (h.mtimeSet)
+        info.modified = FileTime::FromUnix(h.mtime);
+    info.unixMode = h.mode;
     if (info.isFolder)
         info.attributes |= kDosDirectory;
     if ((info.unixMode & 0777) && !(info.unixMode & S_IWUSR))
         info.attributes |= kDosReadOnly;
-    info.encrypted = archive_entry_is_encrypted(h);
+    info.encrypted = h.encrypted;
     if (!info.isFolder)
         info.method = QString::fromLatin1(traits.entryMethod);
     return c;

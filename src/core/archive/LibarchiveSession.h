@@ -3,6 +3,7 @@
 // enables, the volumes of a set, passwords, and the conversion of libarchive's headers into
 // entry records.
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <deque>
@@ -118,6 +119,38 @@ private:
     std::vector<std::string> m_names;
 };
 
+constexpr int kMaxRetries = 10;  // a header that asks to be read again, in a row
+
+// The next header of a pass. A header that fails is passed over, a retry is retried, but
+// only so often in a row: a malformed archive can make libarchive report the same failure
+// for ever.
+class HeaderReader {
+public:
+    enum class Step { Entry, BadEntry, End, Fatal };
+    explicit HeaderReader(archive* a) : m_archive(a) {}
+    Step Next(archive_entry** header);
+
+private:
+    archive* m_archive;
+    int m_failures = 0;
+    int m_retries = 0;
+};
+
+// The fields of a libarchive header that the entry records are made of; a null name is one
+// the header does not have (the UTF-8 form is null when the name is not valid UTF-8). A
+// header crosses from the listing worker (ListWorker.h) in this form.
+struct RawHeader {
+    QByteArray path, pathUtf8, symlink, symlinkUtf8, hardlink, hardlinkUtf8;
+    quint32 filetype = 0;
+    quint32 mode = 0;
+    qint64 size = 0;
+    qint64 mtime = 0;
+    bool sizeSet = false;
+    bool mtimeSet = false;
+    bool encrypted = false;
+};
+RawHeader ReadRawHeader(archive_entry* header);
+
 // A header converted to an entry record (path normalised, skip flag set for unsafe names).
 struct ConvertedHeader {
     ListedEntry entry;
@@ -128,7 +161,11 @@ struct ConvertedHeader {
     bool undecided = false;  // the name is not valid UTF-8: its code page decides
 };
 // Names are decoded as `names` says (archive/NameEncoding.h).
-ConvertedHeader ConvertHeader(archive_entry* header, const FamilyTraits& traits,
+ConvertedHeader ConvertHeader(const RawHeader& header, const FamilyTraits& traits,
                               const EntryNameDecoding& names);
+inline ConvertedHeader ConvertHeader(archive_entry* header, const FamilyTraits& traits,
+                                     const EntryNameDecoding& names) {
+    return ConvertHeader(ReadRawHeader(header), traits, names);
+}
 
 }  // namespace vz

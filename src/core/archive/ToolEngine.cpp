@@ -20,16 +20,14 @@
 #include <QTemporaryDir>
 
 #include "archive/DestinationWriter.h"
+#include "archive/ToolChild.h"
 #include "common/InnerPath.h"
 
 namespace vz {
 
 namespace {
 
-constexpr int kPollMs = 100;                       // Stop is noticed within this
-constexpr qint64 kSilenceLimitMs = 120'000;        // a child that says nothing for so long
 constexpr qint64 kListingCap = qint64(512) << 20;  // bytes of listing output
-constexpr int kErrorCap = 64 << 10;                // bytes of error output kept
 constexpr qint64 kChunk = 1 << 20;
 
 // The passwords to try in turn for one archive or entry: those already known first, then
@@ -57,119 +55,6 @@ public:
 private:
     PasswordBook& m_book;
     std::deque<std::string> m_known;
-};
-
-// A child process read through QProcess's blocking calls on the calling thread.
-class Child {
-public:
-    ~Child() { Kill(); }
-
-    bool Start(const char* program, const QStringList& args, const QByteArray& input,
-               QString* error) {
-        const QString missing = MissingTool(program);
-        if (!missing.isEmpty()) {
-            *error = missing;
-            return false;
-        }
-        // Times in UTC, names in UTF-8, whatever the user's settings.
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
-        env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-        m_process.setProcessEnvironment(env);
-        // A pipe of 1 MiB instead of 64 KiB: the child blocks less often on its output while
-        // this side is busy (7zz writes its listing in pieces of 4 KiB). Where the system
-        // refuses, the pipe stays as it is.
-        m_process.setChildProcessModifier([] { fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 1 << 20); });
-        m_process.start(QStandardPaths::findExecutable(QLatin1String(program)), args);
-        if (!m_process.waitForStarted(10'000)) {
-            *error = QStringLiteral("%1 did not start: %2")
-                         .arg(QLatin1String(program), m_process.errorString());
-            return false;
-        }
-        if (!input.isEmpty()) {
-            m_process.write(input);
-            m_process.waitForBytesWritten(10'000);
-        }
-        m_process.closeWriteChannel();
-        return true;
-    }
-
-    // Up to `max` bytes of standard output: their count, 0 at its end, -1 when `stop` said
-    // so or the child was silent for too long (it is killed then).
-    qint64 Read(char* buffer, qint64 max, const std::function<bool()>& stop) {
-        QElapsedTimer silent;
-        silent.start();
-        for (;;) {
-            const qint64 n = m_process.read(buffer, max);
-            if (n > 0)
-                return n;
-            KeepErrors();
-            if (m_process.state() == QProcess::NotRunning)
-                return 0;
-            if (stop && stop()) {
-                Kill();
-                return -1;
-            }
-            if (silent.elapsed() > kSilenceLimitMs) {
-                m_timedOut = true;
-                Kill();
-                return -1;
-            }
-            m_process.waitForReadyRead(kPollMs);
-        }
-    }
-
-    // Waits for the end: the exit code, -1 for a crash or a kill.
-    int Finish(const std::function<bool()>& stop) {
-        QElapsedTimer silent;
-        silent.start();
-        while (m_process.state() != QProcess::NotRunning) {
-            if ((stop && stop()) || silent.elapsed() > kSilenceLimitMs) {
-                m_timedOut = !(stop && stop());
-                Kill();
-                return -1;
-            }
-            m_process.waitForFinished(kPollMs);
-            m_process.readAllStandardOutput();  // what nobody asked for
-            KeepErrors();
-        }
-        KeepErrors();
-        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
-    }
-
-    void Kill() {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished(2'000);
-        }
-    }
-
-    bool TimedOut() const { return m_timedOut; }
-    QString Errors() {
-        KeepErrors();
-        return QString::fromUtf8(m_errors);
-    }
-    // The tool's own error line ("ERROR: ..."), else its last non-empty line of errors.
-    QString Complaint() {
-        const QStringList lines = Errors().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        for (const QString& line : lines)
-            if (line.startsWith(QLatin1String("ERROR: ")))
-                return line.mid(7).trimmed();
-        for (auto it = lines.crbegin(); it != lines.crend(); ++it)
-            if (!it->trimmed().isEmpty())
-                return it->trimmed();
-        return QString();
-    }
-
-private:
-    void KeepErrors() {
-        const QByteArray more = m_process.readAllStandardError();
-        if (m_errors.size() < kErrorCap)
-            m_errors += more.left(kErrorCap - m_errors.size());
-    }
-    QProcess m_process;
-    QByteArray m_errors;
-    bool m_timedOut = false;
 };
 
 QString SilenceError(const char* program) {
@@ -480,7 +365,7 @@ SevenZipTool::Outcome SevenZipTool::RunListing(const QByteArray& password,
                                                const std::function<bool()>& stop) {
     m_entries.clear();
     m_listed = false;
-    Child child;
+    ToolChild child;
     // Without a password on its input 7zz meets the end of it and gives up on encrypted
     // headers; with one it never shows it anywhere.
     if (!child.Start("7zz", {"l", "-slt", "-ba", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
@@ -657,7 +542,7 @@ bool SevenZipTool::Unpack(ToolUnpackJob& job) {
             }
             password = QByteArray::fromStdString(passwords.Known().back());
         }
-        Child child;
+        ToolChild child;
         QString err;
         if (!child.Start("7zz", {"x", "-so", "-bd", "-sccUTF-8", TypeSwitch(m_path), "--", m_path},
                          password.isNull() ? QByteArray() : password + '\n', &err)) {
@@ -787,7 +672,7 @@ ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& i
         std::string password;
         if (!tries.Next(&password))
             return tries.Failure();
-        Child child;
+        ToolChild child;
         // -spd: the name is a name, not a wildcard.
         if (!child.Start(
                 "7zz",
@@ -866,7 +751,7 @@ UnarEntryReader::Status UnarEntryReader::RunLsar(const std::string* password,
                                                  QJsonArray* contents) {
     if (!MakeLink())
         return Status::Failed;
-    Child child;
+    ToolChild child;
     QStringList args{"-j"};
     if (password)  // lsar takes it only as an argument
         args << "-p" << QString::fromStdString(*password);
@@ -1034,7 +919,7 @@ UnarEntryReader::Status UnarEntryReader::Read(
         if (!tries.Next(&password))
             return tries.Failure();
         // unar takes the password only as an argument.
-        Child child;
+        ToolChild child;
         if (!child.Start("unar",
                          {"-q", "-o", "-", "-i", "-p", QString::fromStdString(password), "--",
                           m_link, QString::number(index)},

@@ -198,6 +198,39 @@ private Q_SLOTS:
             QCOMPARE(vzt::ReadAll(dest + "/a.bin"), vzt::RandomBytes(40000, 1));
     }
 
+    // A listing's parser runs in a worker under limits: one that grows without end is killed
+    // by its memory limit, one that hangs by the user's Stop; either way nothing is listed.
+    void boundedListing_data() {
+        QTest::addColumn<QByteArray>("misbehaviour");
+        QTest::addColumn<int>("stopAfterPolls");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("memory") << QByteArray("hog") << -1
+                                << "within the program's limits (memory/time)";
+        QTest::newRow("stopped") << QByteArray("hang") << 3 << "The listing was stopped.";
+    }
+    void boundedListing() {
+        QFETCH(QByteArray, misbehaviour);
+        QFETCH(int, stopAfterPolls);
+        QFETCH(QString, error);
+        if (qEnvironmentVariable("VELAZIP_LIST_WORKER").isEmpty())
+            QSKIP("no listing worker named by VELAZIP_LIST_WORKER");
+        QTemporaryDir dir;
+        QVERIFY(vzt::MakeTree(dir.filePath("src"), {{"a.txt", "a"}}));
+        const auto a = vzt::MakeFamilyArchive("tgz", dir.filePath("src"), dir.filePath("out"));
+        QVERIFY2(a.error.isEmpty(), qPrintable(a.error));
+        TestObserver observer;
+        auto u = OpenPath(a.path, &observer);
+        QVERIFY(u);
+        observer.stopAfterPolls = stopAfterPolls;
+        qputenv("VELAZIP_LIST_WORKER_TEST", misbehaviour);
+        ArchiveLevel level;
+        const bool listed = u->ListLevel(QString(), level);
+        qunsetenv("VELAZIP_LIST_WORKER_TEST");
+        QVERIFY(!listed && level.files.isEmpty());
+        QVERIFY2(u->LastError().contains(error), qPrintable(u->LastError()));
+        QCOMPARE(u->WasCancelled(), stopAfterPolls >= 0);
+    }
+
     // Sizes that the headers claim but the data does not have: an error that says which, the
     // file not written, nothing allocated for the claim. A gzip that claims more than deflate
     // makes of it (as one that holds a gzip that holds a gzip ...) is refused at open.
