@@ -63,6 +63,35 @@ QString SilenceError(const char* program) {
         .arg(kSilenceLimitMs / 1000);
 }
 
+// Hands all of a child's output to `sink`, reading on to the end when the sink refused so
+// that the child is never left blocked. Ok with the bytes read and the exit code; Cancelled
+// when `stop` said so; Failed with `error` (empty when the sink refused) otherwise.
+ToolStatus PumpOutput(ToolChild& child, const char* program, const std::function<bool()>& stop,
+                      const std::function<bool(const char*, size_t)>& sink, quint64* got, int* code,
+                      QString* error) {
+    std::vector<char> buffer(kChunk);
+    bool sinkFailed = false;
+    for (;;) {
+        const qint64 n = child.Read(buffer.data(), kChunk, stop);
+        if (n < 0)
+            return child.TimedOut() ? (*error = SilenceError(program), ToolStatus::Failed)
+                                    : ToolStatus::Cancelled;
+        if (n == 0)
+            break;
+        *got += static_cast<quint64>(n);
+        if (!sinkFailed && !sink(buffer.data(), static_cast<size_t>(n)))
+            sinkFailed = true;
+    }
+    *code = child.Finish(stop);
+    if (*code < 0 && !child.TimedOut())
+        return ToolStatus::Cancelled;
+    if (sinkFailed) {
+        error->clear();
+        return ToolStatus::Failed;
+    }
+    return ToolStatus::Ok;
+}
+
 // 7zz's word for a password that does not open the archive or its data.
 bool SaysWrongPassword(const QString& errors) {
     return errors.contains(QLatin1String("Wrong password"), Qt::CaseInsensitive) ||
@@ -667,7 +696,6 @@ ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& i
     auto stop = [observer] { return observer && observer->StopRequested(); };
     passwords.SetCurrentEntry(innerPath);
     PasswordTries tries(passwords);
-    std::vector<char> buffer(kChunk);
     for (;;) {
         std::string password;
         if (!tries.Next(&password))
@@ -680,25 +708,10 @@ ToolStatus ReadZipEntryWithSevenZip(const QString& archivePath, const QString& i
                 QByteArray::fromStdString(password) + '\n', error))
             return ToolStatus::Failed;
         quint64 got = 0;
-        bool sinkFailed = false;
-        for (;;) {
-            const qint64 n = child.Read(buffer.data(), kChunk, stop);
-            if (n < 0)
-                return child.TimedOut() ? (*error = SilenceError("7zz"), ToolStatus::Failed)
-                                        : ToolStatus::Cancelled;
-            if (n == 0)
-                break;
-            got += static_cast<quint64>(n);
-            if (!sinkFailed && !sink(buffer.data(), static_cast<size_t>(n)))
-                sinkFailed = true;
-        }
-        const int code = child.Finish(stop);
-        if (code < 0 && !child.TimedOut())
-            return ToolStatus::Cancelled;
-        if (sinkFailed) {
-            error->clear();
-            return ToolStatus::Failed;
-        }
+        int code = 0;
+        const ToolStatus pumped = PumpOutput(child, "7zz", stop, sink, &got, &code, error);
+        if (pumped != ToolStatus::Ok)
+            return pumped;
         if (code == 0 && got == size) {
             passwords.Remember(QString::fromStdString(password));
             return ToolStatus::Ok;
@@ -928,26 +941,10 @@ UnarEntryReader::Status UnarEntryReader::Read(
         // unar writes nothing at all for a wrong password: the entry's whole size, and an
         // exit code of 0, tell that the password fits.
         quint64 got = 0;
-        bool sinkFailed = false;
-        std::vector<char> buffer(kChunk);
-        for (;;) {
-            const qint64 n = child.Read(buffer.data(), kChunk, stop);
-            if (n < 0)
-                return child.TimedOut() ? (m_error = SilenceError("unar"), Status::Failed)
-                                        : Status::Cancelled;
-            if (n == 0)
-                break;
-            got += static_cast<quint64>(n);
-            if (!sinkFailed && !sink(buffer.data(), static_cast<size_t>(n)))
-                sinkFailed = true;
-        }
-        const int code = child.Finish(stop);
-        if (code < 0 && !child.TimedOut())
-            return Status::Cancelled;
-        if (sinkFailed) {
-            m_error.clear();
-            return Status::Failed;
-        }
+        int code = 0;
+        const ToolStatus pumped = PumpOutput(child, "unar", stop, sink, &got, &code, &m_error);
+        if (pumped != ToolStatus::Ok)
+            return pumped;
         if (code == 0 && got == size) {
             passwords.Remember(QString::fromStdString(password));
             return Status::Ok;
