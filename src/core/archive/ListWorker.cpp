@@ -300,9 +300,25 @@ private:
 
 }  // namespace
 
+bool WorkerMemoryLimited() {
+#if defined(__SANITIZE_ADDRESS__)
+    return false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+    return false;
+#else
+    return true;
+#endif
+#else
+    return true;
+#endif
+}
+
 int RunListWorker(int argc, char** argv) {
-    const rlimit memory{kWorkerAddressSpace, kWorkerAddressSpace};
-    setrlimit(RLIMIT_AS, &memory);
+    if (WorkerMemoryLimited()) {
+        const rlimit memory{kWorkerAddressSpace, kWorkerAddressSpace};
+        setrlimit(RLIMIT_AS, &memory);
+    }
     // Fewer, larger writes: the parent is woken once per block.
     fcntl(STDOUT_FILENO, F_SETPIPE_SZ, int(FrameWriter::kFlushBytes) * 2);
     EnsureUtf8Locale();

@@ -21,6 +21,9 @@ constexpr char kListWorkerSwitch[] = "--list-worker";
 // The worker's main: `argv` holds the family code and the volumes' path bytes in
 // hexadecimal. Its exit code.
 int RunListWorker(int argc, char** argv);
+// Whether the worker limits its address space. A build with AddressSanitizer cannot: its
+// shadow memory alone reserves far more address space than any such limit allows.
+bool WorkerMemoryLimited();
 
 // The headers of one listing pass, in archive order, from wherever they are parsed.
 class HeaderSource {
