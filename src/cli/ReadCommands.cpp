@@ -190,16 +190,11 @@ int List(Args args) {
     a.unpacker->SetHandleDialogProgress(&observer);
     a.unpacker->SetPassword(password);
     if (all) {
-        const std::vector<ARCHIVEFILEFULLINFO>* entries = nullptr;
-        if (!a.unpacker->AllEntries(entries)) {
-            PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
-                                   a.unpacker->LastError()));
-            return kFailed;
-        }
+        // Written in blocks as the entries come, so a huge listing is never held twice.
         QByteArray out;
-        out.reserve(static_cast<int>(entries->size()) * 64);
+        out.reserve(1 << 20);
         char size[24];
-        for (const ARCHIVEFILEFULLINFO& e : *entries) {
+        const bool listed = a.unpacker->VisitEntries([&](const ARCHIVEFILEFULLINFO& e) {
             out += e.isFolder ? 'd' : e.isSymlink ? 'l' : 'f';
             out += e.refused ? "! " : "  ";
             if (e.isFolder || !e.sizeKnown)
@@ -211,6 +206,16 @@ int List(Args args) {
             out += ' ';
             out += vz::platform::DisplayPath(e.path).toUtf8();
             out += '\n';
+            if (out.size() >= (1 << 20) - 4096) {
+                fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
+                out.resize(0);  // keeps the block
+            }
+            return true;
+        });
+        if (!listed) {
+            PrintError(FailureLine(path, QString(), password, observer, a.unpacker->WasCancelled(),
+                                   a.unpacker->LastError()));
+            return kFailed;
         }
         fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
         return kOk;

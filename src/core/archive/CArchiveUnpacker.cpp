@@ -42,7 +42,7 @@ void EnsureUtf8Locale() {
 namespace {
 
 constexpr size_t kMaxEntries = 50'000'000;  // beyond this an archive is not listed
-constexpr qint64 kPollBytes = 1 << 20;  // progress and Stop between such amounts
+constexpr qint64 kPollBytes = 1 << 20;      // progress and Stop between such amounts
 
 // The name of the one stream of a gzip or bzip2 file: the file name without its compression
 // suffix; "backup.tgz" and "backup.tar.gz" both give "backup.tar".
@@ -1337,20 +1337,32 @@ bool CArchiveUnpacker::HasEntriesBelow(const QString& innerFolder) {
     return d->EnsureListed() && vz::HasEntriesBelow(d->entries, innerFolder);
 }
 
-bool CArchiveUnpacker::AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries) {
+bool CArchiveUnpacker::VisitEntries(const std::function<bool(const ARCHIVEFILEFULLINFO&)>& visit) {
     if (!d->EnsureListed())
         return false;
-    m_allEntries.clear();
-    m_allEntries.reserve(d->entries.size());
+    ARCHIVEFILEFULLINFO refused;
     for (const ListedEntry& e : d->entries) {
         if (!e.skip) {
-            m_allEntries.push_back(e.info);
+            if (!visit(e.info))
+                break;
         } else if (!e.refusedName.isEmpty()) {
-            m_allEntries.push_back(e.info);
-            m_allEntries.back().path = e.refusedName;
-            m_allEntries.back().refused = true;
+            refused = e.info;
+            refused.path = e.refusedName;
+            refused.refused = true;
+            if (!visit(refused))
+                break;
         }
     }
+    return true;
+}
+
+bool CArchiveUnpacker::AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries) {
+    m_allEntries.clear();
+    if (!VisitEntries([this](const ARCHIVEFILEFULLINFO& e) {
+            m_allEntries.push_back(e);
+            return true;
+        }))
+        return false;
     entries = &m_allEntries;
     return true;
 }

@@ -31,6 +31,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -116,6 +117,10 @@ public:
     // destination (marked `refused`, under their name as the archive has it); not the
     // nameless ones listing drops (the root "." of an image).
     bool AllEntries(const std::vector<ARCHIVEFILEFULLINFO>*& entries);
+    // The same entries, passed to `visit` one at a time in archive order; `visit` returns
+    // false to end the pass. Where the family's reader can stream its directory the listing
+    // is not kept, so a huge archive costs little memory.
+    bool VisitEntries(const std::function<bool(const ARCHIVEFILEFULLINFO&)>& visit);
     // Reads every entry's data and checks it.
     bool Test();
 

@@ -27,52 +27,72 @@ struct FoldedEqual {
 
 }  // namespace
 
-ArchiveLevel ListLevel(const std::vector<ListedEntry>& entries, const QString& folder) {
-    ArchiveLevel level;
-    // Name (a view into the entries, which outlive this call) -> position in level.folders.
-    std::unordered_map<QStringView, size_t, FoldedHash, FoldedEqual> folderIndex;
-    const int prefixLength = folder.isEmpty() ? 0 : folder.size() + 1;
-    size_t lastFolder = SIZE_MAX;
-    QStringView lastName;
+// Folder name -> position in the level's folders. The keys view the names held by the
+// level; moving a QString within the vector keeps its characters where they are.
+struct LevelBuilder::Index {
+    std::unordered_map<QStringView, size_t, FoldedHash, FoldedEqual> folders;
+};
 
-    auto addFolder = [&](QStringView name, bool hasChildren) {
-        // Entries of one folder usually follow each other: try the last one first.
-        if (lastFolder != SIZE_MAX && (name == lastName || FoldedEqual()(name, lastName))) {
-            level.folders[lastFolder].hasChildren |= hasChildren;
+LevelBuilder::LevelBuilder(const QString& folder)
+    : m_index(std::make_unique<Index>()),
+      m_folder(folder),
+      m_prefixLength(folder.isEmpty() ? 0 : folder.size() + 1) {}
+
+LevelBuilder::~LevelBuilder() = default;
+
+void LevelBuilder::AddFolder(QStringView name, bool hasChildren) {
+    // Entries of one folder usually follow each other: try the last one first.
+    if (m_lastFolder != SIZE_MAX) {
+        ArchiveLevelFolder& last = m_level.folders[m_lastFolder];
+        if (FoldedEqual()(name, last.name)) {
+            last.hasChildren |= hasChildren;
             return;
         }
-        auto [it, inserted] = folderIndex.try_emplace(name, level.folders.size());
-        if (inserted)
-            level.folders.push_back(ArchiveLevelFolder{name.toString(), hasChildren});
-        lastFolder = it->second;
-        lastName = name;
-        level.folders[lastFolder].hasChildren |= hasChildren;
-    };
-
-    for (const ListedEntry& e : entries) {
-        if (e.skip)
-            continue;
-        const QString& path = e.info.path;
-        if (prefixLength && !IsBelow(path, folder))
-            continue;
-        const QStringView rest = QStringView(path).mid(prefixLength);
-        const qsizetype slash = rest.indexOf(QLatin1Char('/'));
-        if (slash < 0) {
-            if (e.info.isFolder)
-                addFolder(rest, false);
-            else
-                level.files << rest.toString();
-        } else {
-            addFolder(rest.left(slash), true);
-        }
     }
-    std::stable_sort(level.folders.begin(), level.folders.end(),
+    const auto it = m_index->folders.find(name);
+    if (it != m_index->folders.end()) {
+        m_lastFolder = it->second;
+    } else {
+        m_lastFolder = m_level.folders.size();
+        m_level.folders.push_back(ArchiveLevelFolder{name.toString(), false});
+        m_index->folders.emplace(QStringView(m_level.folders.back().name), m_lastFolder);
+    }
+    m_level.folders[m_lastFolder].hasChildren |= hasChildren;
+}
+
+void LevelBuilder::Add(QStringView path, bool isFolder) {
+    if (m_prefixLength && !IsBelow(path, m_folder))
+        return;
+    const QStringView rest = path.mid(m_prefixLength);
+    const qsizetype slash = rest.indexOf(QLatin1Char('/'));
+    if (slash < 0) {
+        if (isFolder)
+            AddFolder(rest, false);
+        else
+            m_level.files << rest.toString();
+    } else {
+        AddFolder(rest.left(slash), true);
+    }
+}
+
+ArchiveLevel LevelBuilder::Take() {
+    m_index->folders.clear();
+    m_lastFolder = SIZE_MAX;
+    std::stable_sort(m_level.folders.begin(), m_level.folders.end(),
                      [](const ArchiveLevelFolder& a, const ArchiveLevelFolder& b) {
                          return CompareNoCase(a.name, b.name) < 0;
                      });
-    std::stable_sort(level.files.begin(), level.files.end(),
+    std::stable_sort(m_level.files.begin(), m_level.files.end(),
                      [](const QString& a, const QString& b) { return CompareNoCase(a, b) < 0; });
-    return level;
+    return std::move(m_level);
+}
+
+ArchiveLevel ListLevel(const std::vector<ListedEntry>& entries, const QString& folder) {
+    LevelBuilder builder(folder);
+    for (const ListedEntry& e : entries)
+        if (!e.skip)
+            builder.Add(e.info.path, e.info.isFolder);
+    return builder.Take();
 }
 
 bool HasEntriesBelow(const std::vector<ListedEntry>& entries, const QString& folder) {

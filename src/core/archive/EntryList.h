@@ -4,6 +4,8 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "archive/ArchiveEntry.h"
@@ -27,6 +29,30 @@ struct ListedEntry {
     // A zip entry's position in the central directory (libzip's index); -1 when the entry
     // was not listed from the central directory.
     qint64 directoryIndex = -1;
+};
+
+// One level below `folder`, built from entries met one at a time (a reader that streams its
+// entries keeps only the level, never the listing). Names are copied as needed.
+class LevelBuilder {
+public:
+    explicit LevelBuilder(const QString& folder);
+    LevelBuilder(const LevelBuilder&) = delete;
+    LevelBuilder& operator=(const LevelBuilder&) = delete;
+    ~LevelBuilder();
+    // An entry's inner path and whether the archive records it as a folder; entries outside
+    // the folder are passed over.
+    void Add(QStringView path, bool isFolder);
+    // The level, sorted (see ArchiveLevel); the builder is spent.
+    ArchiveLevel Take();
+
+private:
+    void AddFolder(QStringView name, bool hasChildren);
+    struct Index;
+    std::unique_ptr<Index> m_index;
+    QString m_folder;
+    qsizetype m_prefixLength;
+    ArchiveLevel m_level;
+    size_t m_lastFolder = SIZE_MAX;
 };
 
 // One level below `folder` in one pass over the entries (see ArchiveLevel).

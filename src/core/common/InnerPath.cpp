@@ -85,11 +85,11 @@ QString JoinPath(const QString& folder, const QString& name) {
     return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
 }
 
-bool IsBelow(const QString& path, const QString& folder) {
+bool IsBelow(QStringView path, const QString& folder) {
     if (folder.isEmpty())
         return !path.isEmpty();
     return path.size() > folder.size() + 1 && path.at(folder.size()) == QLatin1Char('/') &&
-           QStringView(path).left(folder.size()).compare(folder, Qt::CaseInsensitive) == 0;
+           path.left(folder.size()).compare(folder, Qt::CaseInsensitive) == 0;
 }
 
 bool IsAtOrBelow(const QString& path, const QString& folder) {

@@ -43,7 +43,7 @@ QString JoinPath(const QString& folder, const QString& name);
 // Does `path` lie in `folder` (equal to it, or below it)? Case-insensitive; an empty folder
 // holds everything.
 bool IsAtOrBelow(const QString& path, const QString& folder);
-bool IsBelow(const QString& path, const QString& folder);
+bool IsBelow(QStringView path, const QString& folder);
 
 struct ArchivePathParts {
     QString archivePath;  // the existing file; empty when no prefix of the path is a file
