@@ -26,6 +26,9 @@ namespace {
 // Smaller archives are read in-process: starting the worker (about 9 ms) would cost more
 // than their whole listing.
 constexpr qint64 kIsolateFrom = 1 << 20;
+// The worker's resident memory is watched from here; its address space (where the build
+// allows a limit) is bounded more loosely, as a second line.
+constexpr qint64 kWorkerResident = qint64(512) << 20;
 constexpr rlim_t kWorkerAddressSpace = rlim_t(768) << 20;
 constexpr int kLimitsExit = 3;  // the worker ran out of memory
 const char kLimitsText[] = "it could not be read within the program's limits (memory/time)";
@@ -201,6 +204,7 @@ public:
     WorkerSource(QString program, QStringList args, std::function<bool()> stop)
         : m_program(std::move(program)), m_args(std::move(args)), m_stop(std::move(stop)) {}
     bool Open(QString* error) override {
+        m_child.SetMemoryCap(kWorkerResident);
         if (!m_child.Start(m_program.toLocal8Bit().constData(), m_args, QByteArray(), error))
             return false;
         FrameReader r = NextFrame();
@@ -272,7 +276,7 @@ private:
             m_buffer.resize(had + std::max<qint64>(n, 0));
             if (n > 0)
                 continue;
-            if (n < 0 && !m_child.TimedOut()) {
+            if (n < 0 && !m_child.TimedOut() && !m_child.OverMemory()) {
                 m_error = QStringLiteral("the listing was stopped");
             } else {
                 const int code = n < 0 ? -1 : m_child.Finish(m_stop);
@@ -298,8 +302,8 @@ private:
     QString m_error;
 };
 
-}  // namespace
-
+// Whether the worker can also limit its own address space. A build with AddressSanitizer
+// cannot: its shadow memory alone reserves far more address space than any such limit allows.
 bool WorkerMemoryLimited() {
 #if defined(__SANITIZE_ADDRESS__)
     return false;
@@ -313,6 +317,8 @@ bool WorkerMemoryLimited() {
     return true;
 #endif
 }
+
+}  // namespace
 
 int RunListWorker(int argc, char** argv) {
     if (WorkerMemoryLimited()) {

@@ -2,8 +2,9 @@
 // Listing in a child process. libarchive parses an untrusted archive's headers in a worker
 // (the hidden mode "velazip-cli --list-worker FAMILY HEX-VOLUME..."), under a memory limit,
 // and streams each header back; the parent reads them through the one child runner
-// (ToolChild.h), which kills a worker that stays silent too long or that the user stops. A
-// worker that dies on a limit ends the listing with an error and nothing listed. Where no
+// (ToolChild.h), which kills a worker that holds more than 512 MiB, that neither writes nor
+// reads for 10 s, or that the user stops. A worker that dies on a limit ends the listing
+// with an error and nothing listed. Where no
 // worker program is found beside the running program (VELAZIP_LIST_WORKER names another;
 // an empty value keeps the parsing in this process), and for archives smaller than 1 MiB
 // (VELAZIP_LIST_ISOLATE_FROM sets another size in bytes), the headers are read in-process.
@@ -21,9 +22,6 @@ constexpr char kListWorkerSwitch[] = "--list-worker";
 // The worker's main: `argv` holds the family code and the volumes' path bytes in
 // hexadecimal. Its exit code.
 int RunListWorker(int argc, char** argv);
-// Whether the worker limits its address space. A build with AddressSanitizer cannot: its
-// shadow memory alone reserves far more address space than any such limit allows.
-bool WorkerMemoryLimited();
 
 // The headers of one listing pass, in archive order, from wherever they are parsed.
 class HeaderSource {

@@ -1,6 +1,7 @@
 #pragma once
 // The one runner of child processes: a program read through QProcess's blocking calls on the
-// calling thread, killed when the caller stops it or when it is silent for too long.
+// calling thread, killed when the caller stops it, when it is idle for too long (no output
+// and no input read), or when it holds more memory than its cap.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,6 +11,8 @@
 #include <QStandardPaths>
 #include <QString>
 #include <QStringList>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 
@@ -17,14 +20,20 @@
 
 namespace vz {
 
-constexpr int kPollMs = 100;                 // Stop is noticed within this
-constexpr qint64 kSilenceLimitMs = 120'000;  // a child that says nothing for so long
-constexpr int kErrorCap = 64 << 10;          // bytes of error output kept
+constexpr int kPollMs = 100;             // Stop is noticed within this
+constexpr qint64 kIdleLimitMs = 10'000;  // a child that neither writes nor reads for so long
+// ... is hung. Where its reading cannot be seen, only silence this long counts.
+constexpr qint64 kSilenceLimitMs = 120'000;
+constexpr int kErrorCap = 64 << 10;  // bytes of error output kept
 
 // A child process read through QProcess's blocking calls on the calling thread.
 class ToolChild {
 public:
     ~ToolChild() { Kill(); }
+
+    // Kills the child when its resident memory exceeds `bytes` (checked every poll, whatever
+    // the child's own limits; a build with AddressSanitizer can set no other).
+    void SetMemoryCap(qint64 bytes) { m_memoryCap = bytes; }
 
     bool Start(const char* program, const QStringList& args, const QByteArray& input,
                QString* error) {
@@ -67,8 +76,10 @@ public:
         silent.start();
         for (;;) {
             const qint64 n = m_process.read(buffer, max);
-            if (n > 0)
+            if (n > 0 && !OverMemoryCap())
                 return n;
+            if (m_overMemory)
+                return -1;
             KeepErrors();
             if (m_process.state() == QProcess::NotRunning)
                 return 0;
@@ -76,7 +87,7 @@ public:
                 Kill();
                 return -1;
             }
-            if (silent.elapsed() > kSilenceLimitMs) {
+            if (Hung(silent)) {
                 m_timedOut = true;
                 Kill();
                 return -1;
@@ -90,8 +101,9 @@ public:
         QElapsedTimer silent;
         silent.start();
         while (m_process.state() != QProcess::NotRunning) {
-            if ((stop && stop()) || silent.elapsed() > kSilenceLimitMs) {
-                m_timedOut = !(stop && stop());
+            const bool stopped = stop && stop();
+            if (stopped || OverMemoryCap() || Hung(silent)) {
+                m_timedOut = !stopped && !m_overMemory;
                 Kill();
                 return -1;
             }
@@ -111,6 +123,7 @@ public:
     }
 
     bool TimedOut() const { return m_timedOut; }
+    bool OverMemory() const { return m_overMemory; }
     QString Errors() {
         KeepErrors();
         return QString::fromUtf8(m_errors);
@@ -128,6 +141,52 @@ public:
     }
 
 private:
+    // A number from the child's /proc file (`file`, the line starting with `key`), -1 when
+    // it cannot be read.
+    qint64 ProcField(const char* file, const char* key) const {
+        const qint64 pid = m_process.processId();
+        if (pid <= 0)
+            return -1;
+        char path[64];
+        snprintf(path, sizeof path, "/proc/%lld/%s", static_cast<long long>(pid), file);
+        const int fd = open(path, O_RDONLY | O_CLOEXEC);
+        if (fd < 0)
+            return -1;
+        char text[2048];
+        const ssize_t n = read(fd, text, sizeof text - 1);
+        close(fd);
+        if (n <= 0)
+            return -1;
+        text[n] = 0;
+        const char* at = strstr(text, key);
+        return at ? strtoll(at + strlen(key), nullptr, 10) : -1;
+    }
+    // Checked once per poll interval: over the cap, the child is killed.
+    bool OverMemoryCap() {
+        if (m_memoryCap <= 0 || m_overMemory)
+            return m_overMemory;
+        if (m_memoryChecked.isValid() && m_memoryChecked.elapsed() < kPollMs)
+            return false;
+        m_memoryChecked.start();
+        const qint64 residentKiB = ProcField("status", "VmRSS:");
+        if (residentKiB > m_memoryCap / 1024) {
+            m_overMemory = true;
+            Kill();
+        }
+        return m_overMemory;
+    }
+    // Silent since `silent` started and reading nothing either: a child that still reads its
+    // input is working (a long entry skipped, a big block decoded) and its silence restarts.
+    bool Hung(QElapsedTimer& silent) {
+        const qint64 readBytes = ProcField("io", "rchar:");
+        if (readBytes < 0)
+            return silent.elapsed() > kSilenceLimitMs;
+        if (readBytes != m_readBytes) {
+            m_readBytes = readBytes;
+            silent.restart();
+        }
+        return silent.elapsed() > kIdleLimitMs;
+    }
     void KeepErrors() {
         const QByteArray more = m_process.readAllStandardError();
         if (m_errors.size() < kErrorCap)
@@ -136,6 +195,10 @@ private:
     QProcess m_process;
     QByteArray m_errors;
     bool m_timedOut = false;
+    qint64 m_memoryCap = 0;
+    bool m_overMemory = false;
+    QElapsedTimer m_memoryChecked;
+    qint64 m_readBytes = -1;
 };
 
 }  // namespace vz

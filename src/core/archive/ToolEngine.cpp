@@ -58,9 +58,11 @@ private:
 };
 
 QString SilenceError(const char* program) {
-    return QStringLiteral("%1 stopped answering for %2 seconds and was ended")
+    return QStringLiteral(
+               "%1 stopped working (it wrote and read nothing for %2 seconds) and was "
+               "ended")
         .arg(QLatin1String(program))
-        .arg(kSilenceLimitMs / 1000);
+        .arg(kIdleLimitMs / 1000);
 }
 
 // Hands all of a child's output to `sink`, reading on to the end when the sink refused so
