@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QMutex>
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <ctime>
 #include <limits>
@@ -445,18 +446,34 @@ namespace {
 // NormaliseEntryName (every character it looks for is ASCII, and no byte of a longer UTF-8
 // sequence is).
 bool CleanName(const uchar* name, int length) {
+    // 1: never in a clean name; 2: "/"; 3: ".".
+    static const auto kinds = [] {
+        std::array<uchar, 256> k{};
+        for (int c = 0; c < 0x20; ++c)
+            k[c] = 1;
+        k[0x7F] = k['\\'] = k[':'] = 1;
+        k['/'] = 2;
+        k['.'] = 3;
+        return k;
+    }();
     if (length == 0 || name[0] == '/')
         return false;
     for (int i = 0; i < length; ++i) {
-        const uchar c = name[i];
-        if (c < 0x20 || c == 0x7F || c == '\\' || c == ':')
-            return false;
-        if (c == '/' && i + 1 < length && name[i + 1] == '/')
-            return false;
-        if (c == '.' && (i == 0 || name[i - 1] == '/')) {
-            const uchar next = i + 1 < length ? name[i + 1] : '/';
-            if (next == '/' || (next == '.' && (i + 2 >= length || name[i + 2] == '/')))
+        switch (kinds[name[i]]) {
+            case 0:
+                break;
+            case 1:
                 return false;
+            case 2:
+                if (i + 1 < length && name[i + 1] == '/')
+                    return false;
+                break;
+            default:
+                if (i == 0 || name[i - 1] == '/') {
+                    const uchar next = i + 1 < length ? name[i + 1] : '/';
+                    if (next == '/' || (next == '.' && (i + 2 >= length || name[i + 2] == '/')))
+                        return false;
+                }
         }
     }
     return true;
@@ -503,26 +520,24 @@ public:
     }
     // False when a name's code page is to be decided.
     static bool Add(ZipPathIndex& index, const uchar* p) {
-        const quint16 flags = U16(p + 8);
         const int nameLength = U16(p + 28);
         const uchar* name = p + kCentralSize;
         const quint32 external = U32(p + 38);
-        const bool utf8 = flags & 0x0800;
-        const bool ascii =
-            utf8 || std::none_of(name, name + nameLength, [](uchar c) { return c & 0x80; });
-        QString rawName;
         bool trailingSlash = false;
-        if (!ascii) {
-            if (!UnicodePathName(name, nameLength, name + nameLength, U16(p + 30), &rawName))
-                return false;
-        } else if (CleanName(name, nameLength)) {
+        // UTF-8 (flagged, or ASCII) and clean: the name's own bytes.
+        if (((U16(p + 8) & 0x0800) ||
+             std::none_of(name, name + nameLength, [](uchar c) { return c & 0x80; })) &&
+            CleanName(name, nameLength)) {
             trailingSlash = name[nameLength - 1] == '/';
             index.m_names.append(reinterpret_cast<const char*>(name),
                                  nameLength - (trailingSlash ? 1 : 0));
         } else {
-            rawName = QString::fromUtf8(reinterpret_cast<const char*>(name), nameLength);
-        }
-        if (!ascii || !CleanName(name, nameLength)) {
+            QString rawName;
+            if (U16(p + 8) & 0x0800 ||
+                std::none_of(name, name + nameLength, [](uchar c) { return c & 0x80; }))
+                rawName = QString::fromUtf8(reinterpret_cast<const char*>(name), nameLength);
+            else if (!UnicodePathName(name, nameLength, name + nameLength, U16(p + 30), &rawName))
+                return false;
             const NormalisedName nn = NormaliseEntryName(rawName);
             if (nn.Unsafe() || nn.path.isEmpty())
                 return true;  // left out, as the listing leaves it out
@@ -530,12 +545,71 @@ public:
             trailingSlash = nn.trailingSlash;
         }
         const mode_t unixMode = p[5] == kHostUnix ? external >> 16 : 0;
+        const auto entry = static_cast<quint32>(index.m_ends.size());
         index.m_ends.push_back(static_cast<quint32>(index.m_names.size()));
         index.m_folders.push_back(trailingSlash || (external & kDosDirectory) ||
                                   S_ISDIR(unixMode & S_IFMT));
+        // A run goes on while the entries lie in the same top folder.
+        const QByteArrayView path = index.Path(entry);
+        const qsizetype slash = path.indexOf('/');
+        if (slash >= 0 && !index.m_runs.empty()) {
+            const ZipPathIndex::Run& last = index.m_runs.back();
+            if (last.topLength == slash && path.first(slash) == index.Path(last.first).first(slash))
+                return true;
+        }
+        index.m_runs.push_back(
+            {entry, slash < 0 ? ZipPathIndex::kNoTop : static_cast<quint32>(slash)});
         return true;
     }
 };
+
+namespace {
+
+// `to` set to the UTF-8 bytes as text.
+void DecodeInto(QByteArrayView bytes, QString& to) {
+    if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return !(c & 0x80); })) {
+        to.resize(bytes.size());
+        QChar* out = to.data();
+        for (const char c : bytes)
+            *out++ = QLatin1Char(c);
+    } else {
+        to = QString::fromUtf8(bytes);
+    }
+}
+
+// Case-insensitive equality of UTF-8 bytes and a text: ASCII byte by byte, else as text.
+bool EqualNoCase(QByteArrayView bytes, QStringView text) {
+    const bool ascii =
+        std::all_of(bytes.begin(), bytes.end(), [](char c) { return !(c & 0x80); }) &&
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+    if (!ascii)
+        return QString::fromUtf8(bytes).compare(text, Qt::CaseInsensitive) == 0;
+    if (bytes.size() != text.size())
+        return false;
+    for (qsizetype k = 0; k < bytes.size(); ++k)
+        if (LowerAscii(static_cast<uchar>(bytes[k])) != LowerAscii(uchar(text.at(k).unicode())))
+            return false;
+    return true;
+}
+
+}  // namespace
+
+template <typename Visit>
+void ZipPathIndex::ForEachCandidate(const QString& path, Visit&& visit) const {
+    // Only the entries of runs in the path's top folder can lie at or below it, and those
+    // alone at the top.
+    const qsizetype slash = path.indexOf(QLatin1Char('/'));
+    const QStringView top = slash < 0 ? QStringView(path) : QStringView(path).first(slash);
+    for (size_t r = 0; r < m_runs.size(); ++r) {
+        const Run& run = m_runs[r];
+        if (run.topLength != kNoTop && !EqualNoCase(Path(run.first).first(run.topLength), top))
+            continue;
+        const size_t end = r + 1 < m_runs.size() ? m_runs[r + 1].first : m_ends.size();
+        for (size_t i = run.first; i < end; ++i)
+            if (!visit(i))
+                return;
+    }
+}
 
 template <typename Visit>
 void ZipPathIndex::ForEachBelow(const QString& folder, Visit&& visit) const {
@@ -544,58 +618,51 @@ void ZipPathIndex::ForEachBelow(const QString& folder, Visit&& visit) const {
     const bool asciiFolder = m == folder.size();
     const auto* f = reinterpret_cast<const uchar*>(wanted.constData());
     QByteArray rest;
-    for (size_t i = 0; i < m_ends.size(); ++i) {
+    ForEachCandidate(folder, [&](size_t i) {
         const QByteArrayView path = Path(i);
         const auto* b = reinterpret_cast<const uchar*>(path.data());
-        // The path below `folder`, or none; its bytes, when they are compared one by one.
-        bool slow = !asciiFolder, below = !folder.isEmpty() || !path.isEmpty();
-        if (!folder.isEmpty() && asciiFolder) {
-            // A UTF-16 path is at most as long as its UTF-8 bytes.
-            below = path.size() >= m + 2;
-            for (qsizetype k = 0; below && k < m; ++k) {
-                if (b[k] & 0x80)
-                    slow = true, below = false;
-                else
-                    below = LowerAscii(b[k]) == LowerAscii(f[k]);
-            }
-            below = below && b[m] == '/';
+        // Compared byte by byte while both are ASCII; as text otherwise.
+        bool slow = !asciiFolder;
+        bool below = path.size() >= m + 2;  // a UTF-16 path is at most as long as its UTF-8
+        for (qsizetype k = 0; !slow && below && k < m; ++k) {
+            if (b[k] & 0x80)
+                slow = true;
+            else
+                below = LowerAscii(b[k]) == LowerAscii(f[k]);
         }
         if (slow) {
             const QString text = QString::fromUtf8(path);
             if (!IsBelow(text, folder))
-                continue;
-            rest = QStringView(text).mid(folder.size() + 1).toUtf8();
-            if (!visit(i, QByteArrayView(rest)))
-                return;
-        } else if (below) {
-            if (!visit(i, folder.isEmpty() ? path : path.sliced(m + 1)))
-                return;
+                return true;
+            rest = QStringView(text).sliced(folder.size() + 1).toUtf8();
+            return visit(i, QByteArrayView(rest));
         }
-    }
+        return below && b[m] == '/' ? visit(i, path.sliced(m + 1)) : true;
+    });
 }
 
 ArchiveLevel ZipPathIndex::Level(const QString& folder) const {
     LevelBuilder builder(folder);
     QString text;
+    if (folder.isEmpty()) {
+        // A run makes one folder; an entry alone at the top, itself.
+        for (const Run& run : m_runs) {
+            const QByteArrayView path = Path(run.first);
+            DecodeInto(run.topLength == kNoTop ? path : path.first(run.topLength + 1), text);
+            builder.AddBelow(text, run.topLength != kNoTop || m_folders[run.first]);
+        }
+        return builder.Take();
+    }
     QByteArray lastDeeper;  // the first component of the last entry below a deeper folder
     ForEachBelow(folder, [&](size_t i, QByteArrayView rest) {
         const qsizetype slash = rest.indexOf('/');
-        const QByteArrayView first = slash < 0 ? rest : rest.first(slash);
         if (slash >= 0) {
             // Entries of one folder follow each other: its name is made once.
-            if (first == QByteArrayView(lastDeeper))
+            if (rest.first(slash) == QByteArrayView(lastDeeper))
                 return true;
-            lastDeeper = first.toByteArray();
+            lastDeeper = rest.first(slash).toByteArray();
         }
-        const QByteArrayView name = slash < 0 ? rest : rest.first(slash + 1);
-        if (std::all_of(name.begin(), name.end(), [](char c) { return !(c & 0x80); })) {
-            text.resize(name.size());
-            QChar* out = text.data();
-            for (const char c : name)
-                *out++ = QLatin1Char(c);
-        } else {
-            text = QString::fromUtf8(name);
-        }
+        DecodeInto(slash < 0 ? rest : rest.first(slash + 1), text);
         builder.AddBelow(text, m_folders[i]);
         return true;
     });
@@ -603,6 +670,8 @@ ArchiveLevel ZipPathIndex::Level(const QString& folder) const {
 }
 
 bool ZipPathIndex::HasEntriesBelow(const QString& folder) const {
+    if (folder.isEmpty())
+        return !m_ends.empty();
     bool found = false;
     ForEachBelow(folder, [&](size_t, QByteArrayView) { return !(found = true); });
     return found;
@@ -611,24 +680,12 @@ bool ZipPathIndex::HasEntriesBelow(const QString& folder) const {
 bool ZipPathIndex::IsFolder(const QString& innerPath) const {
     if (innerPath.isEmpty() || HasEntriesBelow(innerPath))
         return true;
-    const QByteArray wanted = innerPath.toUtf8();
-    for (size_t i = 0; i < m_ends.size(); ++i) {
-        if (!m_folders[i])
-            continue;
-        const QByteArrayView path = Path(i);
-        // Case-insensitive: ASCII is compared byte by byte, anything else as text.
-        const bool ascii =
-            std::all_of(path.begin(), path.end(), [](char c) { return !(c & 0x80); });
-        if (ascii ? path.size() == wanted.size() &&
-                        std::equal(path.begin(), path.end(), wanted.begin(),
-                                   [](char a, char b) {
-                                       return LowerAscii(static_cast<uchar>(a)) ==
-                                              LowerAscii(static_cast<uchar>(b));
-                                   })
-                  : EqualsNoCase(QString::fromUtf8(path), innerPath))
-            return true;
-    }
-    return false;
+    bool found = false;
+    ForEachCandidate(innerPath, [&](size_t i) {
+        found = m_folders[i] && EqualNoCase(Path(i), innerPath);
+        return !found;
+    });
+    return found;
 }
 
 std::shared_ptr<const ZipPathIndex> ZipPathIndexOf(const QString& path, QString* error,

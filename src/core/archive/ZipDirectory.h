@@ -41,11 +41,23 @@ private:
         const quint32 begin = i ? m_ends[i - 1] : 0;
         return QByteArrayView(m_names.constData() + begin, m_ends[i] - begin);
     }
+    // The entries that may lie at or below `path`, and each entry below `folder` with its path
+    // after the folder's "/"; `visit` returns false to end.
+    template <typename Visit>
+    void ForEachCandidate(const QString& path, Visit&& visit) const;
     template <typename Visit>
     void ForEachBelow(const QString& folder, Visit&& visit) const;
     QByteArray m_names;
-    std::vector<quint32> m_ends;
+    std::vector<quint32> m_ends;  // where each entry's path ends in m_names
     std::vector<bool> m_folders;
+    // Consecutive entries below one top folder (whose name is `topLength` bytes long); an
+    // entry at the top is a run of its own (kNoTop).
+    static constexpr quint32 kNoTop = 0xFFFFFFFF;
+    struct Run {
+        quint32 first;
+        quint32 topLength;
+    };
+    std::vector<Run> m_runs;
 };
 
 // The path index of the zip at `path`. An index made earlier is reused while the file's size
