@@ -376,8 +376,9 @@ void DecodeRecord(const uchar* p, quint64 n, const QString& encoding, DosTimeCon
     out->directoryIndex = static_cast<qint64>(n);
 }
 
-// Both passes over the directory: the names whose code page is to be decided, then the
-// entries, each passed to `visit` (which may move from it).
+// Both passes over the directory: the names whose code page is to be decided (unless
+// `names` is null: none is), then the entries, each passed to `visit` (which may move from
+// it).
 bool WalkDirectory(const QString& path, const std::function<bool()>& stop, QString* error,
                    EntryNameDecoding* names, quint64* countHint,
                    const std::function<bool(ListedEntry&)>& visit) {
@@ -389,7 +390,8 @@ bool WalkDirectory(const QString& path, const std::function<bool()>& stop, QStri
     // are: such names keep their bytes (shown escaped where they are not UTF-8), so a name
     // comes out of the archive as it went in. Names written elsewhere are in a code page.
     bool fromUnix = true;
-    if (!ForEachRecord(file, place, stop, error, [&](const uchar* p, quint64) {
+    EntryNameDecoding none;
+    if (names && !ForEachRecord(file, place, stop, error, [&](const uchar* p, quint64) {
             if (Undecided(p)) {
                 names->codePageNames.insert(
                     QByteArray(reinterpret_cast<const char*>(p + kCentralSize), U16(p + 28)));
@@ -398,8 +400,11 @@ bool WalkDirectory(const QString& path, const std::function<bool()>& stop, QStri
             return true;
         }))
         return false;
-    names->encoding = NameEncodings::Resolve(path, names->codePageNames.values(),
-                                             fromUnix ? QStringLiteral("UTF-8") : QString());
+    if (names)
+        names->encoding = NameEncodings::Resolve(path, names->codePageNames.values(),
+                                                 fromUnix ? QStringLiteral("UTF-8") : QString());
+    else
+        names = &none;
     if (countHint)
         *countHint =
             std::min<quint64>(place.count, static_cast<quint64>(place.size) / kCentralSize);
@@ -435,8 +440,7 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
 
 bool VisitZipDirectory(const QString& path, const std::function<bool(const ListedEntry&)>& visit,
                        QString* error, const std::function<bool()>& stop) {
-    EntryNameDecoding names;
-    return WalkDirectory(path, stop, error, &names, nullptr,
+    return WalkDirectory(path, stop, error, nullptr, nullptr,
                          [&](ListedEntry& e) { return visit(e); });
 }
 

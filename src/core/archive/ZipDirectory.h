@@ -22,7 +22,8 @@ bool ListZipDirectory(const QString& path, std::vector<ListedEntry>* entries, QS
                       const std::function<bool()>& stop = {},
                       EntryNameDecoding* decoding = nullptr);
 // The same entries passed to `visit` one at a time (the record is reused); nothing is kept.
-// `visit` returns false to end the pass (still a success).
+// `visit` returns false to end the pass (still a success). For an archive whose names need
+// no code page (one whose ZipPathIndex was made): a name that would is shown by its bytes.
 bool VisitZipDirectory(const QString& path, const std::function<bool(const ListedEntry&)>& visit,
                        QString* error, const std::function<bool()>& stop = {});
 
