@@ -448,9 +448,9 @@ namespace {
 
 // Whether a name needs no change to be an inner path: the byte-wise form of the test in
 // NormaliseEntryName (every character it looks for is ASCII, and no byte of a longer UTF-8
-// sequence is).
-bool CleanName(const uchar* name, int length) {
-    // 1: never in a clean name; 2: "/"; 3: ".".
+// sequence is). `ascii` tells whether every byte of a clean name is ASCII.
+bool CleanName(const uchar* name, int length, bool* ascii) {
+    // 1: never in a clean name; 2: "/"; 3: "."; 4: not ASCII.
     static const auto kinds = [] {
         std::array<uchar, 256> k{};
         for (int c = 0; c < 0x20; ++c)
@@ -458,13 +458,19 @@ bool CleanName(const uchar* name, int length) {
         k[0x7F] = k['\\'] = k[':'] = 1;
         k['/'] = 2;
         k['.'] = 3;
+        for (int c = 0x80; c < 0x100; ++c)
+            k[c] = 4;
         return k;
     }();
+    *ascii = true;
     if (length == 0 || name[0] == '/')
         return false;
     for (int i = 0; i < length; ++i) {
         switch (kinds[name[i]]) {
             case 0:
+                break;
+            case 4:
+                *ascii = false;
                 break;
             case 1:
                 return false;
@@ -472,7 +478,7 @@ bool CleanName(const uchar* name, int length) {
                 if (i + 1 < length && name[i + 1] == '/')
                     return false;
                 break;
-            default:
+            case 3:
                 if (i == 0 || name[i - 1] == '/') {
                     const uchar next = i + 1 < length ? name[i + 1] : '/';
                     if (next == '/' || (next == '.' && (i + 2 >= length || name[i + 2] == '/')))
@@ -528,17 +534,16 @@ public:
         const uchar* name = p + kCentralSize;
         const quint32 external = U32(p + 38);
         bool trailingSlash = false;
+        const bool utf8 = U16(p + 8) & 0x0800;
+        bool ascii = true;
         // UTF-8 (flagged, or ASCII) and clean: the name's own bytes.
-        if (((U16(p + 8) & 0x0800) ||
-             std::none_of(name, name + nameLength, [](uchar c) { return c & 0x80; })) &&
-            CleanName(name, nameLength)) {
+        if (CleanName(name, nameLength, &ascii) && (utf8 || ascii)) {
             trailingSlash = name[nameLength - 1] == '/';
             index.m_names.append(reinterpret_cast<const char*>(name),
                                  nameLength - (trailingSlash ? 1 : 0));
         } else {
             QString rawName;
-            if (U16(p + 8) & 0x0800 ||
-                std::none_of(name, name + nameLength, [](uchar c) { return c & 0x80; }))
+            if (utf8 || std::none_of(name, name + nameLength, [](uchar c) { return c & 0x80; }))
                 rawName = QString::fromUtf8(reinterpret_cast<const char*>(name), nameLength);
             else if (!UnicodePathName(name, nameLength, name + nameLength, U16(p + 30), &rawName))
                 return false;
