@@ -1371,10 +1371,17 @@ bool CArchiveUnpacker::VisitEntries(const std::function<bool(const ARCHIVEFILEFU
     // A zip not listed yet is read from its central directory as it is visited.
     if (!d->listed && d->zipIndex) {
         QString err;
-        if (VisitZipDirectory(d->volumes.first(), visitOne, &err, d->StopPoll()))
+        bool visited = false;
+        const auto visitNoted = [&](const ListedEntry& e) {
+            visited = true;
+            return visitOne(e);
+        };
+        if (VisitZipDirectory(d->volumes.first(), visitNoted, &err, d->StopPoll()))
             return true;
         if (d->stopped)
             return d->Fail(QStringLiteral("The listing was stopped."));
+        if (visited)  // the entries met are not passed twice
+            return d->Fail(QStringLiteral("Cannot read the archive %1: %2.").arg(d->Where(), err));
         d->zipIndex.reset();  // changed on disk since: the listing tells what it holds now
     }
     if (!d->EnsureListed())
