@@ -40,7 +40,8 @@ struct Expansion {
     double firstRoot = 0;  // the first expansion: the archive's directory is read
     double root = 0;       // the median of all
     double folder = 0;
-    qint64 longestGap = 0;
+    qint64 firstGap = 0;    // the longest gap while the first expansions ran
+    qint64 longestGap = 0;  // ... while the others ran
     int rootRows = 0;
     int folderRows = 0;
 };
@@ -89,7 +90,11 @@ Expansion Expand(const QString& archivePath, const QString& folder, int runs) {
         QCoreApplication::processEvents();
         folderTimes.push_back(t.nsecsElapsed() / 1e6);
         result.folderRows = model->rowCount(below);
-        result.longestGap = std::max(result.longestGap, gaps.Finish());
+        const qint64 gap = gaps.Finish();
+        if (r == 0)
+            result.firstGap = gap;
+        else
+            result.longestGap = std::max(result.longestGap, gap);
     }
     result.firstRoot = rootTimes.front();
     result.root = Median(rootTimes);
@@ -150,7 +155,7 @@ int main(int argc, char** argv) {
     std::printf("ratio expand root / 7zz l:          %8.2f\n", big.root / list);
     std::printf("ratio expand 'big' / 7zz l:         %8.2f\n", big.folder / list);
     std::printf("longest gap between 2 ms timer ticks while expanding: %lld ms\n",
-                static_cast<long long>(big.longestGap));
+                static_cast<long long>(std::max(big.firstGap, big.longestGap)));
 
     // A million entries (1,000 folders of 1,000 files), made by bench/common.sh.
     if (argc > 2) {
@@ -163,8 +168,10 @@ int main(int argc, char** argv) {
                     m.root);
         std::printf("expand 'folder500' (%d rows):          %8.1f ms   (target <= 100 ms)\n",
                     m.folderRows, m.folder);
-        std::printf("longest gap between 2 ms timer ticks:   %8lld ms   (target < 50 ms)\n",
-                    static_cast<long long>(m.longestGap));
+        std::printf(
+            "longest gap between 2 ms timer ticks, first expansions: %lld ms, the "
+            "others: %lld ms   (target < 50 ms)\n",
+            static_cast<long long>(m.firstGap), static_cast<long long>(m.longestGap));
     }
     return 0;
 }
