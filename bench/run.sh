@@ -16,6 +16,7 @@ bash "$BENCH_ROOT/bench/pack_bench.sh"
 echo "#### copying"
 "$B/copy_bench"
 echo "#### Archive Browser expansion"
-QT_QPA_PLATFORM=offscreen "$B/gui_expand_bench"
+make_million_zip
+QT_QPA_PLATFORM=offscreen "$B/gui_expand_bench" 5 "$MILLION_ZIP"
 echo "#### File Browser expansion"
 QT_QPA_PLATFORM=offscreen "$B/gui_filetree_bench"

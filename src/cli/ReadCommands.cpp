@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <charconv>
 #include <cstdio>
 #include <ctime>
 
@@ -123,6 +124,18 @@ void AppendTime(QByteArray& out, vz::FileTime t) {
     out += cached;
 }
 
+// `text` right-aligned in a column of 14, and a space.
+void AppendColumn(QByteArray& out, QByteArrayView text) {
+    out.append(std::max<qsizetype>(14 - text.size(), 0), ' ');
+    out.append(text.data(), text.size());
+    out += ' ';
+}
+void AppendSizeColumn(QByteArray& out, quint64 size) {
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof digits, size).ptr;
+    AppendColumn(out, QByteArrayView(digits, end - digits));
+}
+
 // Prints every hit as it comes (size, modified time, path); Ctrl+C stops the search.
 class FindPrinter : public vz::search::IFindObserver {
 public:
@@ -130,9 +143,7 @@ public:
     ~FindPrinter() override { Flush(); }
     void Processing(const QString&) override {}
     void Found(const vz::search::CFileInfo& record) override {
-        char size[24];
-        snprintf(size, sizeof size, "%14llu ", static_cast<unsigned long long>(record.size));
-        m_out += size;
+        AppendSizeColumn(m_out, record.size);
         AppendTime(m_out, record.modified);
         m_out += ' ';
         // The path's own bytes, as a script's next command needs them.
@@ -193,15 +204,13 @@ int List(Args args) {
         // Written in blocks as the entries come, so a huge listing is never held twice.
         QByteArray out;
         out.reserve(1 << 20);
-        char size[24];
         const bool listed = a.unpacker->VisitEntries([&](const ARCHIVEFILEFULLINFO& e) {
             out += e.isFolder ? 'd' : e.isSymlink ? 'l' : 'f';
             out += e.refused ? "! " : "  ";
             if (e.isFolder || !e.sizeKnown)
-                snprintf(size, sizeof size, "%14s ", e.isFolder ? "-" : "?");
+                AppendColumn(out, e.isFolder ? "-" : "?");
             else
-                snprintf(size, sizeof size, "%14llu ", static_cast<unsigned long long>(e.size));
-            out += size;
+                AppendSizeColumn(out, e.size);
             AppendTime(out, e.modified);
             out += ' ';
             out += vz::platform::DisplayPath(e.path).toUtf8();

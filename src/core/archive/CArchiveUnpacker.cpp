@@ -237,6 +237,8 @@ struct CArchiveUnpacker::Impl {
     // this archive lists it again.
     EntryNameDecoding names;
     quint64 choicesSeen = 0;
+    // A zip's entry paths, while its listing is not read: enough for levels and folders.
+    std::shared_ptr<const ZipPathIndex> zipIndex;
 
     explicit Impl(CArchiveUnpacker* owner) : q(owner) {}
 
@@ -1195,14 +1197,20 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     for (const QString& v : d->volumes)
         d->compressedTotal += platform::ReadFacts(v).size;
     d->open = true;
-    // A zip archive is listed from its central directory at once; that also proves it is
-    // one. Other families (and zips that libzip rejects) read their first header.
+    // A zip archive's central directory is read at once; that also proves it is one. Its
+    // paths are enough for the levels (the listing is read on first need); names in a code
+    // page are decided by the listing. Other families (and zips that libzip rejects) read
+    // their first header.
     d->stopped = false;
     d->names = EntryNameDecoding{};
     d->choicesSeen = NameEncodings::ChoiceSerial();
-    bool ok = d->traits->listWithLibzip && d->volumes.size() == 1 &&
-              ListZipDirectory(path, &d->entries, &err, d->StopPoll(), &d->names);
-    d->listed = ok;
+    bool ok = false;
+    if (d->traits->listWithLibzip && d->volumes.size() == 1) {
+        d->zipIndex = ZipPathIndexOf(path, &err, d->StopPoll());
+        ok = d->zipIndex ||
+             (!d->stopped && ListZipDirectory(path, &d->entries, &err, d->StopPoll(), &d->names));
+        d->listed = ok && !d->zipIndex;
+    }
     if (!ok && d->stopped) {
         d->Fail(QStringLiteral("The listing was stopped."));
     } else if (!ok) {
@@ -1249,6 +1257,8 @@ bool CArchiveUnpacker::GetFileFullInfo(ARCHIVEFILEFULLINFO& info) const {
 }
 
 bool CArchiveUnpacker::IsFolder(const QString& innerPath) {
+    if (!d->listed && d->zipIndex)
+        return d->zipIndex->IsFolder(innerPath);
     return d->EnsureListed() && IsFolderPath(d->entries, innerPath);
 }
 
@@ -1318,12 +1328,19 @@ bool CArchiveUnpacker::CloseArchive() {
     d->listedByLsar = false;
     d->entries.clear();
     d->entries.shrink_to_fit();
+    d->zipIndex.reset();
     d->volumes.clear();
     d->cursor = -1;
     return wasOpen;
 }
 
 bool CArchiveUnpacker::ListLevel(const QString& innerFolder, ArchiveLevel& level) {
+    if (!d->listed && d->zipIndex) {
+        if (d->StopNow())
+            return d->Fail(QStringLiteral("The listing was stopped."));
+        level = d->zipIndex->Level(innerFolder);
+        return true;
+    }
     if (!d->EnsureListed())
         return false;
     // A Stop pressed while the entries were read ends the listing before its level is made.
@@ -1334,25 +1351,44 @@ bool CArchiveUnpacker::ListLevel(const QString& innerFolder, ArchiveLevel& level
 }
 
 bool CArchiveUnpacker::HasEntriesBelow(const QString& innerFolder) {
+    if (!d->listed && d->zipIndex)
+        return d->zipIndex->HasEntriesBelow(innerFolder);
     return d->EnsureListed() && vz::HasEntriesBelow(d->entries, innerFolder);
 }
 
 bool CArchiveUnpacker::VisitEntries(const std::function<bool(const ARCHIVEFILEFULLINFO&)>& visit) {
+    ARCHIVEFILEFULLINFO refused;
+    const auto visitOne = [&](const ListedEntry& e) {
+        if (!e.skip)
+            return visit(e.info);
+        if (e.refusedName.isEmpty())
+            return true;
+        refused = e.info;
+        refused.path = e.refusedName;
+        refused.refused = true;
+        return visit(refused);
+    };
+    // A zip not listed yet is read from its central directory as it is visited.
+    if (!d->listed && d->zipIndex) {
+        QString err;
+        bool visited = false;
+        const auto visitNoted = [&](const ListedEntry& e) {
+            visited = true;
+            return visitOne(e);
+        };
+        if (VisitZipDirectory(d->volumes.first(), visitNoted, &err, d->StopPoll()))
+            return true;
+        if (d->stopped)
+            return d->Fail(QStringLiteral("The listing was stopped."));
+        if (visited)  // the entries met are not passed twice
+            return d->Fail(QStringLiteral("Cannot read the archive %1: %2.").arg(d->Where(), err));
+        d->zipIndex.reset();  // changed on disk since: the listing tells what it holds now
+    }
     if (!d->EnsureListed())
         return false;
-    ARCHIVEFILEFULLINFO refused;
-    for (const ListedEntry& e : d->entries) {
-        if (!e.skip) {
-            if (!visit(e.info))
-                break;
-        } else if (!e.refusedName.isEmpty()) {
-            refused = e.info;
-            refused.path = e.refusedName;
-            refused.refused = true;
-            if (!visit(refused))
-                break;
-        }
-    }
+    for (const ListedEntry& e : d->entries)
+        if (!visitOne(e))
+            break;
     return true;
 }
 

@@ -63,7 +63,10 @@ void LevelBuilder::AddFolder(QStringView name, bool hasChildren) {
 void LevelBuilder::Add(QStringView path, bool isFolder) {
     if (m_prefixLength && !IsBelow(path, m_folder))
         return;
-    const QStringView rest = path.mid(m_prefixLength);
+    AddBelow(path.mid(m_prefixLength), isFolder);
+}
+
+void LevelBuilder::AddBelow(QStringView rest, bool isFolder) {
     const qsizetype slash = rest.indexOf(QLatin1Char('/'));
     if (slash < 0) {
         if (isFolder)

@@ -42,6 +42,9 @@ public:
     // An entry's inner path and whether the archive records it as a folder; entries outside
     // the folder are passed over.
     void Add(QStringView path, bool isFolder);
+    // An entry known to lie below the folder, by its path after the folder's "/" (only its
+    // first component and whether more follows count).
+    void AddBelow(QStringView rest, bool isFolder);
     // The level, sorted (see ArchiveLevel); the builder is spent.
     ArchiveLevel Take();
 

@@ -1,9 +1,13 @@
 // Every archive family, made by the real tools: listing one level, descriptions, and
 // extraction under each of the unpack settings, byte for byte.
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "ArchiveWriters.h"
 #include "FamilyFixtures.h"
 #include "TestObserver.h"
 #include "TestSupport.h"
@@ -49,6 +53,34 @@ std::pair<QString, QString> ExpectedLastFields(const QString& kind) {
     if (kind == "cab-stored")
         return {"Store", "Unknown"};
     return {"Unknown", "Unknown"};  // 7z, split 7z and RAR
+}
+
+// One line per entry, every field a listing shows.
+QStringList Lines(const std::vector<ARCHIVEFILEFULLINFO>& entries) {
+    QStringList lines;
+    for (const ARCHIVEFILEFULLINFO& e : entries)
+        lines << QString("%1 %2%3 %4 %5 %6 %7")
+                     .arg(e.path)
+                     .arg(e.refused)
+                     .arg(e.isFolder)
+                     .arg(e.size)
+                     .arg(e.crc)
+                     .arg(e.method)
+                     .arg(e.modified.seconds);
+    return lines;
+}
+
+// A zip of stored entries named by `names` (a name ending in "/" a folder).
+bool WriteZip(const QString& path, const QByteArrayList& names, bool utf8Flag) {
+    std::vector<vzt::ZipItem> items;
+    for (const QByteArray& name : names) {
+        vzt::ZipItem item{name, name.endsWith('/') ? QByteArray() : name};
+        item.utf8Flag = utf8Flag;
+        if (name.endsWith('/'))
+            item.externalAttributes = (040755u << 16) | 0x10;
+        items.push_back(item);
+    }
+    return vzt::WriteAll(path, vzt::StoredZip(items));
 }
 
 }  // namespace
@@ -355,6 +387,102 @@ if len(sys.argv) > 1:
             QCOMPARE(vzt::ReadAll(dir.filePath("one/a.txt")), newer);
             QVERIFY(o.reports.isEmpty());
         }
+    }
+
+    // Until a zip's listing is read, its levels and folders come from an index of its paths
+    // and every entry from its directory read as it is visited: each says what the listing
+    // says.
+    void zipIndex_data() {
+        QTest::addColumn<QByteArrayList>("names");
+        QTest::addColumn<bool>("utf8Flag");
+        QTest::newRow("folders only as paths")
+            << QByteArrayList{"a/b/c.txt", "a/d.txt", "e.txt", "a/b/f.txt", "g/h.txt"} << true;
+        QTest::newRow("folder entries")
+            << QByteArrayList{"a/", "a/b/", "a/b/c.txt", "empty/", "x.txt"} << true;
+        QTest::newRow("repeated names, any case")
+            << QByteArrayList{"A/x.txt", "a/x.txt", "a/X.txt", "b.txt", "B.txt", "a/x.txt", "A/"}
+            << true;
+        QTest::newRow("refused and untidy names")
+            << QByteArrayList{"../evil.txt", "/abs.txt",  "d\x01ir/x", "ok/y.txt",  "./ok/z.txt",
+                              "ok//w.txt",   "ok\\v.txt", "ok/./u/",   "C:\\c.txt", "ok/../t"}
+            << true;
+        // U+212A KELVIN SIGN folds to "k".
+        QTest::newRow("non-ASCII, case folded") << QByteArrayList{"\xe2\x84\xaa/x.txt", "k/y.txt",
+                                                                  "\xc3\x9c"
+                                                                  "ber/a.txt",
+                                                                  "\xc3\xbc"
+                                                                  "ber/b/c.txt"}
+                                                << true;
+        QTest::newRow("names in a code page")
+            << QByteArrayList{"caf\x82/x.txt", "plain/y.txt"} << false;
+    }
+    void zipIndex() {
+        QFETCH(QByteArrayList, names);
+        QFETCH(bool, utf8Flag);
+        QTemporaryDir dir;
+        const QString zip = dir.filePath("t.zip");
+        QVERIFY(WriteZip(zip, names, utf8Flag));
+        vzt::FamilyArchive a{zip, {}, false, true, {}};
+        auto listed = Open(a);
+        auto indexed = Open(a);
+        QVERIFY(listed && indexed && listed->FindFile());  // the listing is read
+        std::vector<ARCHIVEFILEFULLINFO> all, visited;
+        const auto collect = [](std::vector<ARCHIVEFILEFULLINFO>& to) {
+            return [&to](const ARCHIVEFILEFULLINFO& e) {
+                to.push_back(e);
+                return true;
+            };
+        };
+        QVERIFY(indexed->VisitEntries(collect(visited)));
+        QVERIFY(listed->VisitEntries(collect(all)));
+        QCOMPARE(Lines(visited), Lines(all));
+        // Every path, every folder above one, in another case too.
+        QStringList paths{QString()};
+        for (const ARCHIVEFILEFULLINFO& e : all)
+            for (QString p = e.path; !e.refused && !p.isEmpty(); p = vz::ParentPath(p))
+                paths << p << p.toUpper();
+        for (const QString& p : paths) {
+            ArchiveLevel fromIndex, fromListing;
+            QVERIFY(indexed->ListLevel(p, fromIndex) && listed->ListLevel(p, fromListing));
+            QCOMPARE(Names(fromIndex.folders), Names(fromListing.folders));
+            QCOMPARE(fromIndex.files, fromListing.files);
+            QCOMPARE(indexed->IsFolder(p), listed->IsFolder(p));
+            QCOMPARE(indexed->HasEntriesBelow(p), listed->HasEntriesBelow(p));
+        }
+    }
+
+    // The index of a zip is made again when the file changed: its size or its time.
+    void zipIndexSeesChanges_data() {
+        QTest::addColumn<QByteArray>("newName");
+        QTest::addColumn<bool>("sameTime");
+        QTest::newRow("same size, new time") << QByteArray("b.txt") << false;
+        QTest::newRow("same time, new size") << QByteArray("bb.txt") << true;
+    }
+    void zipIndexSeesChanges() {
+        QFETCH(QByteArray, newName);
+        QFETCH(bool, sameTime);
+        QTemporaryDir dir;
+        const QString zip = dir.filePath("t.zip");
+        const QByteArray zipName = QFile::encodeName(zip);
+        vzt::FamilyArchive a{zip, {}, false, true, {}};
+        QVERIFY(WriteZip(zip, {"a.txt"}, true));
+        struct stat before;
+        QVERIFY(stat(zipName.constData(), &before) == 0);
+        ArchiveLevel level;
+        QVERIFY(Open(a)->ListLevel(QString(), level));
+        QCOMPARE(level.files, QStringList{"a.txt"});
+
+        QVERIFY(WriteZip(zip, {newName}, true));
+        timespec times[2] = {before.st_atim, before.st_mtim};
+        if (!sameTime)
+            times[1].tv_sec += 2;
+        QVERIFY(utimensat(AT_FDCWD, zipName.constData(), times, 0) == 0);
+        struct stat after;
+        QVERIFY(stat(zipName.constData(), &after) == 0);
+        QCOMPARE(after.st_size == before.st_size, !sameTime);
+        QCOMPARE(after.st_mtim.tv_sec == before.st_mtim.tv_sec, sameTime);
+        QVERIFY(Open(a)->ListLevel(QString(), level));
+        QCOMPARE(level.files, QStringList{QString(newName)});
     }
 
     // Sparse entries (GNU tar, pax 1.0, zisofs blocks of zeros, a hole at the end) and a hard
