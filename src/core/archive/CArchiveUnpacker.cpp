@@ -1262,17 +1262,32 @@ bool CArchiveUnpacker::IsFolder(const QString& innerPath) {
     return d->EnsureListed() && IsFolderPath(d->entries, innerPath);
 }
 
+// The totals come from a visit of the entries: a huge zip is not listed whole for them.
+static bool VisitTotals(CArchiveUnpacker& u, const QString& folder, ArchiveTotals* totals) {
+    vz::TotalsBuilder builder(folder);
+    if (!u.VisitEntries([&](const ARCHIVEFILEFULLINFO& e) {
+            if (!e.refused)
+                builder.Add(e);
+            return true;
+        }))
+        return false;
+    *totals = builder.Take();
+    return true;
+}
+
 QString CArchiveUnpacker::GetArchiveOutputInfo() {
-    if (!d->EnsureListed())
+    ArchiveTotals totals;
+    if (!VisitTotals(*this, QString(), &totals))
         return QStringLiteral("Invalid archive");
-    return DescribeArchive(ArchiveFamily::DisplayName(m_family), Totals(d->entries, QString()),
+    return DescribeArchive(ArchiveFamily::DisplayName(m_family), totals,
                            static_cast<quint64>(d->compressedTotal));
 }
 
 QString CArchiveUnpacker::GetFolderOutputInfo(const QString& innerPath) {
-    if (!d->EnsureListed())
+    ArchiveTotals totals;
+    if (!VisitTotals(*this, innerPath, &totals))
         return QStringLiteral("Invalid archive");
-    return DescribeFolder(Totals(d->entries, innerPath));
+    return DescribeFolder(totals);
 }
 
 QString CArchiveUnpacker::GetFileOutputInfo(const QString& innerPath) {

@@ -119,33 +119,41 @@ bool IsFolderPath(const std::vector<ListedEntry>& entries, const QString& innerP
     return false;
 }
 
-ArchiveTotals Totals(const std::vector<ListedEntry>& entries, const QString& folder) {
-    ArchiveTotals t;
-    QHash<QString, bool> folders;  // every folder below, entries and implied ones
-    for (const ListedEntry& e : entries) {
-        if (e.skip || !IsBelow(e.info.path, folder))
-            continue;
-        const QString rest = folder.isEmpty() ? e.info.path : e.info.path.mid(folder.size() + 1);
-        // Each "/" in the rest ends one folder that holds this entry.
-        for (int i = rest.indexOf(QLatin1Char('/')); i >= 0;
-             i = rest.indexOf(QLatin1Char('/'), i + 1))
-            folders.insert(rest.left(i).toLower(), true);
-        if (e.info.isFolder) {
-            folders.insert(rest.toLower(), true);
-            continue;
-        }
-        ++t.files;
-        if (e.info.sizeKnown)
-            t.size += e.info.size;
-        else
-            t.sizeKnown = false;
-        if (e.info.packedSizeKnown)
-            t.packed += e.info.packedSize;
-        else
-            t.packedKnown = false;
+void TotalsBuilder::Add(const ARCHIVEFILEFULLINFO& e) {
+    if (!IsBelow(e.path, m_folder))
+        return;
+    const QString rest = m_folder.isEmpty() ? e.path : e.path.mid(m_folder.size() + 1);
+    // Each "/" in the rest ends one folder that holds this entry.
+    for (int i = rest.indexOf(QLatin1Char('/')); i >= 0; i = rest.indexOf(QLatin1Char('/'), i + 1))
+        m_folders.insert(rest.left(i).toLower());
+    if (e.isFolder) {
+        m_folders.insert(rest.toLower());
+        return;
     }
-    t.folders = static_cast<quint64>(folders.size());
-    return t;
+    ArchiveTotals& t = m_totals;
+    ++t.files;
+    if (e.sizeKnown)
+        t.size += e.size;
+    else
+        t.sizeKnown = false;
+    if (e.packedSizeKnown)
+        t.packed += e.packedSize;
+    else
+        t.packedKnown = false;
+}
+
+ArchiveTotals TotalsBuilder::Take() {
+    m_totals.folders = static_cast<quint64>(m_folders.size());
+    m_folders.clear();
+    return m_totals;
+}
+
+ArchiveTotals Totals(const std::vector<ListedEntry>& entries, const QString& folder) {
+    TotalsBuilder totals(folder);
+    for (const ListedEntry& e : entries)
+        if (!e.skip)
+            totals.Add(e.info);
+    return totals.Take();
 }
 
 QString RatioText(quint64 size, quint64 packed) {

@@ -2,6 +2,7 @@
 // Pure functions over an archive's entry list: one level of the Archive Browser, and the
 // description texts. No archive access here. Inner paths are those of common/InnerPath.h.
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <cstdint>
@@ -83,6 +84,18 @@ struct ArchiveTotals {
     bool packedKnown = true;
     quint64 files = 0;
     quint64 folders = 0;
+};
+// The totals below `folder`, from entries met one at a time.
+class TotalsBuilder {
+public:
+    explicit TotalsBuilder(const QString& folder) : m_folder(folder) {}
+    void Add(const ARCHIVEFILEFULLINFO& entry);
+    ArchiveTotals Take();
+
+private:
+    QString m_folder;
+    ArchiveTotals m_totals;
+    QSet<QString> m_folders;  // every folder below, entries and implied ones, lower-case
 };
 ArchiveTotals Totals(const std::vector<ListedEntry>& entries, const QString& folder);
 QString DescribeFolder(const ArchiveTotals& totals);
