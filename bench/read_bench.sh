@@ -4,12 +4,15 @@
 #    against `7zz l` (target <= 0.5);
 #  - `list --all` of that archive against the fastest of `7zz l`, `unzip -l`, `bsdtar -tf`
 #    (target <= 1.0);
+#  - `list --all` of the same entries in a 7z against `7zz l`, time and peak memory
+#    (target <= 1.0 each);
 #  - extracting a ~300 MB zip against the fastest of `7zz x`, `unzip`, `bsdtar -x`
 #    (target <= 1.1).
 # Usage: bash bench/read_bench.sh   (data is made once under $BENCH_DATA, /tmp/velazip-bench)
 source "$(dirname "$0")/common.sh"
 build_release
 make_big_listing_zip
+make_big_listing_7z
 make_mixed_zip
 
 echo "== listing $(basename "$BIG_ZIP") (100,000 entries, 1,000 folders)"
@@ -22,6 +25,14 @@ bt=$(best_time "bsdtar -tf '$BIG_ZIP'")
 fastest=$(printf '%s\n' "$sz" "$uz" "$bt" | sort -g | head -1)
 echo "every entry: velazip-cli list --all ${all}s   7zz l ${sz}s   unzip -l ${uz}s   bsdtar -tf ${bt}s"
 echo "             ratio to the fastest $(ratio "$all" "$fastest") (target <= 1.0)"
+
+echo "== listing $(basename "$BIG_7Z") (the same entries)"
+ours=$(best_time "$VZ list --all '$BIG_7Z'")
+sz=$(best_time "7zz l '$BIG_7Z'")
+ours_rss=$(peak_rss "$VZ list --all '$BIG_7Z'")
+sz_rss=$(peak_rss "7zz l '$BIG_7Z'")
+echo "every entry: velazip-cli list --all ${ours}s ${ours_rss} MiB   7zz l ${sz}s ${sz_rss} MiB"
+echo "             time ratio $(ratio "$ours" "$sz"), memory ratio $(ratio "$ours_rss" "$sz_rss") (target <= 1.0 each)"
 
 echo "== extracting $(basename "$MIXED_ZIP") ($(du -sh "$MIXED_ZIP" | cut -f1), $(du -sh --exclude=.done "$MIXED" | cut -f1) unpacked)"
 out="$BENCH_DATA/out"
