@@ -129,6 +129,8 @@ const uchar* DefinedVector(Cursor& c, quint64 n, bool* all) {
 quint64 CountDefined(const uchar* bits, bool all, quint64 n) {
     if (all)
         return n;
+    if (!bits)
+        return 0;  // the vector was cut short: the cursor that read it is bad
     quint64 count = 0;
     for (quint64 i = 0; i < n; ++i)
         count += Bit(bits, i);
@@ -563,8 +565,12 @@ SevenZipHeaderStatus DecodeHeader(Source& src, Parser& parser, const StreamsInfo
 struct FileTable {
     quint64 count = 0;
     const uchar* emptyStream = nullptr;
+    // Over the files without data: as many bits as their properties hold (the properties may
+    // come in any order).
     const uchar* emptyFile = nullptr;
+    quint64 emptyFileBits = 0;
     const uchar* anti = nullptr;
+    quint64 antiBits = 0;
     const uchar* names = nullptr;
     size_t namesSize = 0;
     struct Values {
@@ -601,9 +607,11 @@ bool ReadFilesInfo(Cursor& c, Parser& parser, FileTable* t) {
                 break;
             case kEmptyFile:
                 t->emptyFile = prop.Take((empties + 7) / 8);
+                t->emptyFileBits = empties;
                 break;
             case kAnti:
                 t->anti = prop.Take((empties + 7) / 8);
+                t->antiBits = empties;
                 break;
             case kName:
                 if (prop.Byte() != 0)
@@ -690,8 +698,8 @@ SevenZipHeaderStatus VisitFiles(const FileTable& t, const StreamsInfo& s,
         const bool hasData = !t.emptyStream || !Bit(t.emptyStream, i);
         bool emptyFile = false, anti = false;
         if (!hasData) {
-            emptyFile = t.emptyFile && Bit(t.emptyFile, empty);
-            anti = t.anti && Bit(t.anti, empty);
+            emptyFile = t.emptyFile && empty < t.emptyFileBits && Bit(t.emptyFile, empty);
+            anti = t.anti && empty < t.antiBits && Bit(t.anti, empty);
             ++empty;
         }
         quint64 attr = 0;
