@@ -1,7 +1,11 @@
 #include "archive/SevenZipHeaders.h"
 
+// The key hashing and the header's decryption call OpenSSL's block functions directly: its
+// EVP interface loads providers first, which costs more than hashing one key.
+#define OPENSSL_SUPPRESS_DEPRECATED
 #include <lzma.h>
-#include <openssl/evp.h>
+#include <openssl/aes.h>
+#include <openssl/sha.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -460,8 +464,8 @@ bool DecryptAes(const Coder& coder, const QByteArray& password, const QByteArray
         QByteArray block;
         for (quint64 i = 0; i < std::min(rounds, kRoundsPerBlock); ++i)
             block += salt + utf16 + QByteArray(8, '\0');
-        std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> md(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-        if (!md || EVP_DigestInit_ex(md.get(), EVP_sha256(), nullptr) != 1)
+        SHA256_CTX md;
+        if (SHA256_Init(&md) != 1)
             return false;
         for (quint64 done = 0; done < rounds;) {
             const quint64 n = std::min(rounds - done, kRoundsPerBlock);
@@ -471,28 +475,20 @@ bool DecryptAes(const Coder& coder, const QByteArray& password, const QByteArray
                 for (int b = 0; b < 8; ++b, v >>= 8)
                     counter[b] = static_cast<char>(v & 0xFF);
             }
-            if (EVP_DigestUpdate(md.get(), block.constData(), static_cast<size_t>(n * round)) != 1)
+            if (SHA256_Update(&md, block.constData(), static_cast<size_t>(n * round)) != 1)
                 return false;
             done += n;
         }
-        unsigned int len = 0;
-        if (EVP_DigestFinal_ex(md.get(), key, &len) != 1)
+        if (SHA256_Final(key, &md) != 1)
             return false;
     }
-    std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> ctx(EVP_CIPHER_CTX_new(),
-                                                                   EVP_CIPHER_CTX_free);
-    out->resize(in.size());
-    int n1 = 0, n2 = 0;
-    if (!ctx ||
-        EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_cbc(), nullptr, key,
-                           reinterpret_cast<const unsigned char*>(iv.constData())) != 1 ||
-        EVP_CIPHER_CTX_set_padding(ctx.get(), 0) != 1 ||
-        EVP_DecryptUpdate(ctx.get(), reinterpret_cast<unsigned char*>(out->data()), &n1,
-                          reinterpret_cast<const unsigned char*>(in.constData()),
-                          static_cast<int>(in.size())) != 1 ||
-        EVP_DecryptFinal_ex(ctx.get(), reinterpret_cast<unsigned char*>(out->data()) + n1, &n2) !=
-            1)
+    AES_KEY aes;
+    if (AES_set_decrypt_key(key, 256, &aes) != 0)
         return false;
+    out->resize(in.size());
+    AES_cbc_encrypt(reinterpret_cast<const unsigned char*>(in.constData()),
+                    reinterpret_cast<unsigned char*>(out->data()), static_cast<size_t>(in.size()),
+                    &aes, reinterpret_cast<unsigned char*>(iv.data()), AES_DECRYPT);
     out->truncate(static_cast<qsizetype>(outSize));
     return true;
 }
