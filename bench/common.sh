@@ -93,6 +93,24 @@ PY
     mv "$MILLION_ZIP.part" "$MILLION_ZIP"
 }
 
+# The same 100,000 entries in a 7z (made from the zip's files).
+make_big_listing_7z() {
+    make_big_listing_zip
+    BIG_7Z="$BENCH_DATA/entries100k.7z"
+    [ -f "$BIG_7Z" ] && return
+    local tree="$BENCH_DATA/entries100k-7z"
+    rm -rf "$tree" && mkdir -p "$tree"
+    (cd "$tree" && unzip -q "$BIG_ZIP" && 7zz a -bso0 -bsp0 "$BIG_7Z" . >/dev/null)
+    rm -rf "$tree"
+}
+
+# peak_rss "command ...": prints the peak resident memory of the command in MiB.
+peak_rss() {
+    local kib
+    kib=$( { /usr/bin/time -f %M bash -c "$1" >/dev/null 2>/dev/null; } 2>&1 | tail -n 1)
+    echo "scale=1; $kib / 1024" | bc
+}
+
 # About 300 MB of mixed files: random (incompressible), base64 text, source-like text, many
 # small files; and its zip made by `zip -6 -r`.
 make_mixed_tree() {

@@ -11,7 +11,7 @@ seconds=${1:-}
 
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DVELAZIP_BUILD_FUZZ=ON -DVELAZIP_BUILD_GUI=OFF -DVELAZIP_BUILD_TESTS=OFF >/dev/null
-cmake --build build-fuzz -j2 --target fuzz_archive_read
+cmake --build build-fuzz -j2 --target fuzz_archive_read fuzz_7z_headers
 
 # Seeds: one small archive of each family, prefixed by the byte that picks its extension
 # (the order of kExtensions in fuzz_archive_read.cpp).
@@ -26,6 +26,8 @@ touch -d '2020-01-01 00:00:00 UTC' "$work/src/a.txt" "$work/src/d/b.txt" "$work/
     cd "$work/src"
     export TZ=UTC
     zip -qrX ../s.zip . && gcab -c -z ../s.cab a.txt d/b.txt && 7zz a -bso0 -bsp0 ../s.7z . >/dev/null
+    7zz a -bso0 -bsp0 -mhe=on -pSECRET ../e.7z . >/dev/null
+    7zz a -bso0 -bsp0 -m0=lzma -ms=off ../l.7z . >/dev/null
     tar cf ../s.tar --mtime=@1577836800 --owner=0 --group=0 --numeric-owner --sort=name .
     gzip -nc ../s.tar > ../s.tgz && bzip2 -c ../s.tar > ../s.tbz2
     gzip -nc a.txt > ../s.gz && bzip2 -c a.txt > ../s.bz2
@@ -49,4 +51,13 @@ fi
 # is not a crash.
 ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 ./build-fuzz/fuzz/fuzz_archive_read \
     "$corpus" "${limits[@]}" -rss_limit_mb=2048 -timeout=20 -print_final_stats=1 2>&1 | tail -n 15
+# Our own 7z header reader: plain, LZMA and encrypted headers (the first byte: 1 gives the
+# password).
+corpus7z=build-fuzz/corpus-7z
+rm -rf "$corpus7z" && mkdir -p "$corpus7z"
+{ printf '\000'; cat "$work/s.7z"; } > "$corpus7z/s.7z"
+{ printf '\000'; cat "$work/l.7z"; } > "$corpus7z/l.7z"
+{ printf '\001'; cat "$work/e.7z"; } > "$corpus7z/e.7z"
+ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 ./build-fuzz/fuzz/fuzz_7z_headers \
+    "$corpus7z" "${limits[@]}" -rss_limit_mb=2048 -timeout=20 -print_final_stats=1 2>&1 | tail -n 15
 echo "fuzz smoke run: no crash (${limits[*]})"

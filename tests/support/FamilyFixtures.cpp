@@ -69,6 +69,7 @@ FamilyArchive MakeFamilyArchive(const QString& kind, const QString& source, cons
                   .arg(kind == "7z-split" ? QStringLiteral("-v20k") : QString(), Quote(a.path));
         if (kind == "7z-split")
             a.path += ".001";
+        a.hasCrc = kind == "7z";  // our own header reader gives them; libarchive does not
     } else if (kind == "cab" || kind == "cab-stored") {
         a.path = out + "/x.cab";
         cmd = QStringLiteral("gcab -c %1 %2 %3")

@@ -23,6 +23,7 @@
 #include "archive/LibarchiveSession.h"
 #include "archive/ListWorker.h"
 #include "archive/NameEncoding.h"
+#include "archive/SevenZipHeaders.h"
 #include "archive/ToolEngine.h"
 #include "archive/ZipDirectory.h"
 #include "archive/ZipEntryData.h"
@@ -232,7 +233,10 @@ struct CArchiveUnpacker::Impl {
     std::unique_ptr<SevenZipTool> sevenZip;
     std::unique_ptr<UnarEntryReader> unar;
     bool headersEncrypted = false;  // libarchive's first header failed on encryption
-    bool listedByLsar = false;      // a RAR archive whose headers are encrypted
+    // A 7z whose headers our own reader lists (SevenZipHeaders.h); libarchive or 7zz take over
+    // when it cannot.
+    bool ownHeaders = false;
+    bool listedByLsar = false;  // a RAR archive whose headers are encrypted
     // How the names were decoded, and the count of the user's choices then: a new choice for
     // this archive lists it again.
     EntryNameDecoding names;
@@ -369,6 +373,20 @@ struct CArchiveUnpacker::Impl {
         if (!open)
             return Fail(QStringLiteral("No archive is open."));
         choicesSeen = NameEncodings::ChoiceSerial();
+        if (ownHeaders) {
+            entries.clear();
+            const OwnListing r = ListWithOwnReader([this](ListedEntry& e) {
+                entries.push_back(std::move(e));
+                return true;
+            });
+            if (r != OwnListing::NotRead)
+                return listed = r == OwnListing::Ok;
+            entries.clear();
+            if (!OpenSevenZipAsBefore())
+                return false;
+            if (listed)
+                return true;
+        }
         if (sevenZip)
             return ListWithSevenZipTool();
         if (listedByLsar)
@@ -386,6 +404,57 @@ struct CArchiveUnpacker::Impl {
     bool Is7z() const {
         return traits->family == ArchiveFamily::SevenZip ||
                traits->family == ArchiveFamily::SevenZipVolumes;
+    }
+    // A 7z as it was opened before our own header reader: 7zz for encrypted headers, else
+    // libarchive's first header, else 7zz.
+    bool OpenSevenZipAsBefore() {
+        ownHeaders = false;
+        return (headersEncrypted && OpenWithSevenZipTool()) || Probe() || OpenWithSevenZipTool();
+    }
+    // Reads a 7z's headers with our own reader, asking for the password of encrypted ones as
+    // 7zz's listing does (those known first, then the user, again after a wrong one).
+    enum class OwnListing { Ok, Failed, NotRead };
+    OwnListing ListWithOwnReader(const std::function<bool(ListedEntry&)>& visit) {
+        passwords.SetObserver(observer, q->m_path);
+        std::deque<std::string> tries = passwords.Known();
+        QString err;
+        for (;;) {
+            QByteArray password;
+            if (headersEncrypted) {
+                if (!tries.empty()) {
+                    password = QByteArray::fromStdString(tries.front());
+                    tries.pop_front();
+                } else if (const char* answer = passwords.Ask()) {
+                    password = answer;
+                } else {
+                    q->m_cancelled = passwords.Cancelled();
+                    Fail(q->m_cancelled ? QStringLiteral("The listing was cancelled.")
+                                        : QStringLiteral("Cannot open the archive %1: its headers "
+                                                         "are encrypted, and a password is "
+                                                         "required.")
+                                              .arg(Where()));
+                    return OwnListing::Failed;
+                }
+            }
+            switch (ReadSevenZipHeaders(volumes.first(), headersEncrypted ? &password : nullptr,
+                                        visit, StopPoll(), &err)) {
+                case SevenZipHeaderStatus::Ok:
+                    if (headersEncrypted)
+                        passwords.Remember(QString::fromUtf8(password));
+                    return OwnListing::Ok;
+                case SevenZipHeaderStatus::NeedsPassword:
+                    headersEncrypted = true;
+                    continue;
+                case SevenZipHeaderStatus::WrongPassword:
+                    passwords.Forget();
+                    continue;
+                case SevenZipHeaderStatus::Stopped:
+                    Fail(QStringLiteral("The listing was stopped."));
+                    return OwnListing::Failed;
+                case SevenZipHeaderStatus::NotRead:
+                    return OwnListing::NotRead;
+            }
+        }
     }
     // Opens a 7z archive that libarchive did not open (encrypted headers, a layout or a
     // codec it does not know) through 7zz, when 7zz reads it.
@@ -443,7 +512,8 @@ struct CArchiveUnpacker::Impl {
         if (!Is7z() || !MissingTool("7zz").isEmpty())
             return false;
         sevenZip = std::make_unique<SevenZipTool>(volumes.first());
-        listed = false;
+        // Our own reader's listing is 7zz's, in 7zz's order; libarchive's is read again.
+        listed = listed && ownHeaders;
         return true;
     }
     bool ListWithSevenZipTool() {
@@ -1113,10 +1183,11 @@ struct CArchiveUnpacker::Impl {
             (sel.kind == Selection::Kind::Archive || sel.kind == Selection::Kind::Test))
             gzipCheck = std::async(std::launch::async, CheckGzipMembers, volumes.first(),
                                    [&endCheck] { return endCheck.load(); });
-        // 7z entries that libarchive cannot decrypt: 7zz reads the archive.
+        // 7z headers or entries that libarchive cannot decrypt: 7zz reads the archive.
         if (Is7z() && !sevenZip && EnsureListed() &&
-            std::any_of(entries.begin(), entries.end(),
-                        [](const ListedEntry& e) { return e.info.encrypted; }))
+            (headersEncrypted ||
+             std::any_of(entries.begin(), entries.end(),
+                         [](const ListedEntry& e) { return e.info.encrypted; })))
             SwitchToSevenZipTool();
         q->m_error.clear();
         PassState st;
@@ -1214,10 +1285,14 @@ bool CArchiveUnpacker::Open(const QString& path, bool numberedVolumes) {
     if (!ok && d->stopped) {
         d->Fail(QStringLiteral("The listing was stopped."));
     } else if (!ok) {
-        // A 7z whose headers are encrypted goes to 7zz at once: libarchive cannot read them.
-        d->headersEncrypted =
-            d->Is7z() && d->volumes.size() == 1 && SevenZipHeadersEncrypted(d->volumes.first());
-        ok = (d->headersEncrypted && d->OpenWithSevenZipTool()) || d->Probe() ||
+        // A 7z is listed by our own header reader (its headers are read on first need); one
+        // whose headers are encrypted goes to 7zz when that reader cannot read it, since
+        // libarchive cannot either.
+        d->ownHeaders = d->Is7z() && d->volumes.size() == 1 &&
+                        ProbeSevenZipHeaders(d->volumes.first(), &d->headersEncrypted);
+        if (!d->ownHeaders && d->Is7z() && d->volumes.size() == 1)
+            d->headersEncrypted = SevenZipHeadersEncrypted(d->volumes.first());
+        ok = d->ownHeaders || (d->headersEncrypted && d->OpenWithSevenZipTool()) || d->Probe() ||
              d->ProbeLocalHeaders() || d->OpenWithSevenZipTool() || d->OpenWithUnar();
     }
     if (!ok) {
@@ -1340,6 +1415,7 @@ bool CArchiveUnpacker::CloseArchive() {
     d->sevenZip.reset();
     d->unar.reset();
     d->headersEncrypted = false;
+    d->ownHeaders = false;
     d->listedByLsar = false;
     d->entries.clear();
     d->entries.shrink_to_fit();
@@ -1355,6 +1431,21 @@ bool CArchiveUnpacker::ListLevel(const QString& innerFolder, ArchiveLevel& level
             return d->Fail(QStringLiteral("The listing was stopped."));
         level = d->zipIndex->Level(innerFolder);
         return true;
+    }
+    // A 7z not listed yet: the level is built as the headers are read, nothing else is kept.
+    if (!d->listed && d->ownHeaders) {
+        LevelBuilder builder(innerFolder);
+        const auto r = d->ListWithOwnReader([&builder](ListedEntry& e) {
+            if (!e.skip)
+                builder.Add(e.info.path, e.info.isFolder);
+            return true;
+        });
+        if (r == Impl::OwnListing::Ok) {
+            level = builder.Take();
+            return true;
+        }
+        if (r == Impl::OwnListing::Failed)
+            return false;
     }
     if (!d->EnsureListed())
         return false;
@@ -1373,7 +1464,7 @@ bool CArchiveUnpacker::HasEntriesBelow(const QString& innerFolder) {
 
 bool CArchiveUnpacker::VisitEntries(const std::function<bool(const ARCHIVEFILEFULLINFO&)>& visit) {
     ARCHIVEFILEFULLINFO refused;
-    const auto visitOne = [&](const ListedEntry& e) {
+    auto visitOne = [&](const ListedEntry& e) {
         if (!e.skip)
             return visit(e.info);
         if (e.refusedName.isEmpty())
@@ -1398,6 +1489,12 @@ bool CArchiveUnpacker::VisitEntries(const std::function<bool(const ARCHIVEFILEFU
         if (visited)  // the entries met are not passed twice
             return d->Fail(QStringLiteral("Cannot read the archive %1: %2.").arg(d->Where(), err));
         d->zipIndex.reset();  // changed on disk since: the listing tells what it holds now
+    }
+    // A 7z not listed yet: its entries are visited as its headers are read, and not kept.
+    if (!d->listed && d->ownHeaders) {
+        const auto r = d->ListWithOwnReader(visitOne);
+        if (r != Impl::OwnListing::NotRead)
+            return r == Impl::OwnListing::Ok;
     }
     if (!d->EnsureListed())
         return false;

@@ -3,6 +3,8 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <archive.h>
+#include <archive_entry.h>
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -14,6 +16,9 @@
 #include "archive/ArchiveClassifier.h"
 #include "archive/CArchiveUnpacker.h"
 #include "archive/DescriptionFields.h"
+#include "archive/LibarchiveSession.h"
+#include "archive/SevenZipHeaders.h"
+#include "archive/ToolEngine.h"
 
 namespace {
 
@@ -326,6 +331,106 @@ private Q_SLOTS:
         QTemporaryDir dest;
         QVERIFY2(u->UnpackArchive(dest.path()), qPrintable(u->LastError()));
         QVERIFY(vzt::ListTree(dest.path()).isEmpty());
+    }
+
+    // Our own 7z header reader gives the entries that libarchive's listing gives (plain
+    // headers) and 7zz's (any headers), in the same order; damage and a wrong password are
+    // told apart and nothing is visited.
+    void sevenZipHeaders_data() {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QByteArray>("password");  // null: none given
+        QTest::addColumn<int>("status");           // SevenZipHeaderStatus
+        using S = vz::SevenZipHeaderStatus;
+        const QByteArray none, secret("SECRET");
+        const auto row = [](const char* name, const char* command, const QByteArray& pw, S st) {
+            QTest::newRow(name) << QString::fromLatin1(command) << pw << int(st);
+        };
+        row("solid LZMA2, modes, empty file and folder, link", "7zz a -snl x.7z .", none, S::Ok);
+        row("LZMA header, not solid", "7zz a -m0=lzma -ms=off x.7z .", none, S::Ok);
+        row("plain header", "7zz a -mhc=off x.7z .", none, S::Ok);
+        row("data encrypted", "7zz a -pSECRET x.7z .", none, S::Ok);
+        row("names encrypted", "7zz a -mhe=on -pSECRET x.7z .", secret, S::Ok);
+        row("names encrypted, no password", "7zz a -mhe=on -pSECRET x.7z .", none,
+            S::NeedsPassword);
+        row("names encrypted, wrong password", "7zz a -mhe=on -pSECRET x.7z .", QByteArray("bad"),
+            S::WrongPassword);
+        row("name leading outside, refused", "7zz a -spf x.7z ../out.txt a.txt", none, S::Ok);
+        row("truncated", "7zz a x.7z . && truncate -s -40 x.7z", none, S::NotRead);
+        row("header byte changed",
+            "7zz a -mhc=off x.7z . && printf X | dd of=x.7z bs=1 seek=$(($(stat -c %s x.7z) - 30)) "
+            "conv=notrunc status=none",
+            none, S::NotRead);
+    }
+    void sevenZipHeaders() {
+        QFETCH(QString, command);
+        QFETCH(QByteArray, password);
+        QFETCH(int, status);
+        QTemporaryDir dir;
+        const QString src = dir.filePath("src");
+        QVERIFY(vzt::MakeTree(
+            src, {{"a.txt", "a\n"}, {"d/run.sh", "echo\n"}, {"zero", {}}, {"empty/", {}}}));
+        QVERIFY(vzt::MakeTree(dir.path(), {{"out.txt", "o"}}));
+        const auto r =
+            vzt::Shell("chmod 0751 d/run.sh && chmod 0444 a.txt && ln -s a.txt link && { " +
+                           command + "; } >/dev/null",
+                       src);
+        QVERIFY2(r.Ok(), r.output.constData());
+        const QString path = src + "/x.7z";
+        std::vector<vz::ListedEntry> ours;
+        QString error;
+        const auto got = vz::ReadSevenZipHeaders(
+            path, password.isNull() ? nullptr : &password,
+            [&ours](vz::ListedEntry& e) {
+                ours.push_back(e);
+                return true;
+            },
+            {}, &error);
+        QCOMPARE(int(got), status);
+        if (got != vz::SevenZipHeaderStatus::Ok) {
+            QVERIFY(ours.empty() && !error.isEmpty());
+            return;
+        }
+        QVERIFY(!ours.empty());
+        const auto same = [&ours](const std::vector<vz::ListedEntry>& today, bool libarchive) {
+            QCOMPARE(ours.size(), today.size());
+            for (size_t i = 0; i < ours.size(); ++i) {
+                const ARCHIVEFILEFULLINFO &a = ours[i].info, &b = today[i].info;
+                QCOMPARE(a.path, b.path);
+                QCOMPARE(ours[i].skip, today[i].skip);
+                QCOMPARE(ours[i].refusedName, today[i].refusedName);
+                QCOMPARE(a.isFolder, b.isFolder);
+                QCOMPARE(a.isSymlink, b.isSymlink);
+                QCOMPARE(a.modified.seconds, b.modified.seconds);
+                QCOMPARE(a.encrypted, b.encrypted);
+                if (libarchive) {  // which keeps a link's target, not its size
+                    QCOMPARE(a.unixMode, b.unixMode);
+                    QCOMPARE(a.attributes, b.attributes);
+                    if (!a.isSymlink)
+                        QCOMPARE(a.size, b.size);
+                } else {
+                    QCOMPARE(a.size, b.size);
+                    QCOMPARE(a.crcKnown, b.crcKnown);
+                    QCOMPARE(a.crc, b.crc);
+                    if (b.unixMode)
+                        QCOMPARE(a.unixMode, b.unixMode);
+                }
+            }
+        };
+        vz::PasswordBook book;
+        book.Add(QString::fromUtf8(password));
+        vz::SevenZipTool tool(path);
+        QCOMPARE(tool.Open(book, {}), vz::SevenZipTool::Probe::Readable);
+        same(tool.Listing(), false);
+        if (!password.isNull())
+            return;  // libarchive cannot read encrypted headers
+        const vz::FamilyTraits& traits = *vz::TraitsFor(ArchiveFamily::SevenZip);
+        vz::LibarchiveSession session;
+        QVERIFY(session.Open({path}, traits, nullptr, &error));
+        std::vector<vz::ListedEntry> libarchive;
+        archive_entry* h = nullptr;
+        while (archive_read_next_header(session.Handle(), &h) == ARCHIVE_OK)
+            libarchive.push_back(vz::ConvertHeader(h, traits, vz::EntryNameDecoding{}).entry);
+        same(libarchive, true);
     }
 
     // A zip archive may hold two entries of one name (an appending tool writes the newer one
