@@ -467,13 +467,16 @@ bool DecryptAes(const Coder& coder, const QByteArray& password, const QByteArray
         SHA256_CTX md;
         if (SHA256_Init(&md) != 1)
             return false;
+        // At most 2^24 rounds: only the counter's three low bytes ever change.
+        static_assert(kMaxCyclesPower <= 24);
+        uchar* const base = reinterpret_cast<uchar*>(block.data());
         for (quint64 done = 0; done < rounds;) {
             const quint64 n = std::min(rounds - done, kRoundsPerBlock);
-            for (quint64 i = 0; i < n; ++i) {
-                char* counter = block.data() + i * round + round - 8;
-                quint64 v = done + i;
-                for (int b = 0; b < 8; ++b, v >>= 8)
-                    counter[b] = static_cast<char>(v & 0xFF);
+            uchar* counter = base + round - 8;
+            for (quint64 i = 0, v = done; i < n; ++i, ++v, counter += round) {
+                counter[0] = static_cast<uchar>(v);
+                counter[1] = static_cast<uchar>(v >> 8);
+                counter[2] = static_cast<uchar>(v >> 16);
             }
             if (SHA256_Update(&md, block.constData(), static_cast<size_t>(n * round)) != 1)
                 return false;
