@@ -203,7 +203,8 @@ int List(Args args) {
     if (all) {
         // Written in blocks as the entries come, so a huge listing is never held twice.
         QByteArray out;
-        out.reserve(1 << 20);
+        constexpr int kBlock = 128 << 10;
+        out.reserve(kBlock);
         const bool listed = a.unpacker->VisitEntries([&](const ARCHIVEFILEFULLINFO& e) {
             out += e.isFolder ? 'd' : e.isSymlink ? 'l' : 'f';
             out += e.refused ? "! " : "  ";
@@ -215,7 +216,7 @@ int List(Args args) {
             out += ' ';
             out += vz::platform::DisplayPath(e.path).toUtf8();
             out += '\n';
-            if (out.size() >= (1 << 20) - 4096) {
+            if (out.size() >= kBlock - 4096) {
                 fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stdout);
                 out.resize(0);  // keeps the block
             }
