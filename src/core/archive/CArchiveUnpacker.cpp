@@ -709,7 +709,7 @@ struct CArchiveUnpacker::Impl {
                 sel.Selects(i.path, false))
                 chosen.push_back(&e);
         }
-        if (chosen.size() < 2)
+        if (chosen.empty())
             return nullptr;
         std::stable_sort(
             chosen.begin(), chosen.end(),
