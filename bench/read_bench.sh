@@ -8,8 +8,10 @@
 #    (target <= 0.5);
 #  - `list --all` of the same entries in a 7z against `7zz l`, time and peak memory
 #    (target <= 1.0 each);
-#  - extracting a ~300 MB zip against the fastest of `7zz x`, `unzip`, `bsdtar -x`
-#    (target <= 1.1).
+#  - extracting a ~300 MB zip against `bsdtar -x` (target <= 0.6), the others beside. Every
+#    try unpacks into a new folder and the folders are removed only after the row: on ext4
+#    without a journal, files made within minutes of removing many others cost several times
+#    as much (the allocator passes over recently freed inodes), whatever program makes them.
 # Usage: bash bench/read_bench.sh   (data is made once under $BENCH_DATA, /tmp/velazip-bench)
 source "$(dirname "$0")/common.sh"
 build_release
@@ -45,12 +47,13 @@ echo "             time ratio $(ratio "$ours" "$sz"), memory ratio $(ratio "$our
 
 echo "== extracting $(basename "$MIXED_ZIP") ($(du -sh "$MIXED_ZIP" | cut -f1), $(du -sh --exclude=.done "$MIXED" | cut -f1) unpacked)"
 out="$BENCH_DATA/out"
-clean="rm -rf '$out' && mkdir -p '$out' && sync"
+rm -rf "$out" "$out.tries" && mkdir -p "$out.tries"
+clean="ln -sfn \"\$(mktemp -d '$out.tries/XXXXXX')\" '$out' && sync"
 ours=$(best_time "$VZ extract --overwrite always '$MIXED_ZIP' '$out'" "$clean")
 sz=$(best_time "7zz x -y -o'$out' '$MIXED_ZIP'" "$clean")
 uz=$(best_time "unzip -q -o '$MIXED_ZIP' -d '$out'" "$clean")
 bt=$(best_time "bsdtar -xf '$MIXED_ZIP' -C '$out'" "$clean")
 fastest=$(printf '%s\n' "$sz" "$uz" "$bt" | sort -g | head -1)
 echo "velazip-cli extract ${ours}s   7zz x ${sz}s   unzip ${uz}s   bsdtar -x ${bt}s"
-echo "ratio to the fastest $(ratio "$ours" "$fastest") (target <= 1.1)"
-rm -rf "$out"
+echo "ratio to bsdtar -x $(ratio "$ours" "$bt") (target <= 0.6), to the fastest $(ratio "$ours" "$fastest")"
+rm -rf "$out" "$out.tries"

@@ -27,6 +27,7 @@
 #include "archive/ToolEngine.h"
 #include "archive/ZipDirectory.h"
 #include "archive/ZipEntryData.h"
+#include "archive/ZipParallelReader.h"
 #include "platform/FileSystem.h"
 
 namespace vz {
@@ -762,6 +763,39 @@ struct CArchiveUnpacker::Impl {
         st.cancelled = st.cancelled || job.cancelled;
     }
 
+    // The reader that inflates the selected plain entries of a zip listed from its central
+    // directory ahead of the pass (null when there is nothing for it), with the job of each
+    // entry by its central directory index. A single file is read by the pass alone, and so
+    // is a pass that resumes after a password was asked again.
+    std::unique_ptr<ZipParallelReader> ReadAhead(const Selection& sel, const PassState& st,
+                                                 QHash<qint64, size_t>* jobOf) const {
+        if (!listed || !traits->listWithLibzip || volumes.size() != 1 ||
+            sel.kind == Selection::Kind::File || st.resumeAt > 0)
+            return nullptr;
+        std::vector<const ListedEntry*> chosen;
+        for (const ListedEntry& e : entries) {
+            const ARCHIVEFILEFULLINFO& i = e.info;
+            if (!e.skip && !i.isFolder && !i.isSymlink && !i.encrypted && e.directoryIndex >= 0 &&
+                i.sizeKnown && i.size > 0 && i.packedSizeKnown && i.crcKnown &&
+                (i.method == QLatin1String("Store") || i.method == QLatin1String("Deflate")) &&
+                sel.Selects(i.path, false))
+                chosen.push_back(&e);
+        }
+        if (chosen.empty())
+            return nullptr;
+        std::stable_sort(
+            chosen.begin(), chosen.end(),
+            [](const ListedEntry* a, const ListedEntry* b) { return a->passOrder < b->passOrder; });
+        std::vector<ZipParallelReader::Job> jobs;
+        jobs.reserve(chosen.size());
+        for (const ListedEntry* e : chosen) {
+            jobOf->insert(e->directoryIndex, jobs.size());
+            jobs.push_back({e->passOrder, e->info.packedSize, e->info.size, e->info.crc,
+                            e->info.method == QLatin1String("Deflate")});
+        }
+        return std::make_unique<ZipParallelReader>(volumes.first(), std::move(jobs));
+    }
+
     // One pass over the archive: unpacks (or, without a writer, tests) the selected entries.
     PassEnd RunPass(const Selection& sel, DestinationWriter* writer, PassState& st) {
         LibarchiveSession s;
@@ -791,6 +825,11 @@ struct CArchiveUnpacker::Impl {
         };
 
         const ZipFactBook zipFacts = ExpectedZipFacts();
+        // Plain zip entries are inflated ahead on every core; the pass takes their data in
+        // its order and decides everything else as for any entry.
+        QHash<qint64, size_t> jobOf;  // central directory index -> job
+        const std::unique_ptr<ZipParallelReader> ahead = ReadAhead(sel, st, &jobOf);
+        QByteArray piece;
         QHash<QString, int> seen;  // entries of each name met so far
         int fileMatches = 0;       // entries met so far that carry the one file's name
         ZipEntryData viaLibzip;
@@ -942,6 +981,9 @@ struct CArchiveUnpacker::Impl {
                     : nullptr;
             const bool checkCrc = facts && facts->crcKnown;
             const bool fromLibzip = facts && facts->viaLibzip;
+            const auto job =
+                ahead && facts ? jobOf.constFind(facts->directoryIndex) : jobOf.constEnd();
+            bool fromAhead = job != jobOf.constEnd();
             uLong crc = crc32(0L, Z_NULL, 0);
             bool wrongPassword = false;
             bool libzipOpenFailed = false;  // not for the password: the method, say
@@ -997,7 +1039,29 @@ struct CArchiveUnpacker::Impl {
                 const void* buffer = nullptr;
                 size_t size = 0;
                 la_int64_t offset = 0;
-                if (fromLibzip) {
+                if (fromAhead) {
+                    const auto got = ahead->Next(job.value(), &piece);
+                    if (got == ZipParallelReader::Piece::End) {
+                        crc = facts->crc;  // the reader checked it
+                        break;
+                    }
+                    if (got == ZipParallelReader::Piece::Unavailable) {
+                        // Read it here, from its start, with the checks and messages of
+                        // every entry.
+                        fromAhead = false;
+                        if (writer && written > 0 && !writer->Rewind()) {
+                            writer->AbortFile();
+                            Report(st, writer->Error());
+                            return PassEnd::Done;
+                        }
+                        st.bytesDone -= static_cast<quint64>(written);
+                        written = 0;
+                        continue;
+                    }
+                    buffer = piece.constData();
+                    size = static_cast<size_t>(piece.size());
+                    offset = written;
+                } else if (fromLibzip) {
                     const qint64 n = viaLibzip.Read(libzipBuffer.data(), libzipBuffer.size());
                     if (n == 0)
                         break;
@@ -1045,7 +1109,7 @@ struct CArchiveUnpacker::Impl {
                     // A full disk or an unwritable folder fails every further file as well.
                     return PassEnd::Done;
                 }
-                if (checkCrc && size > 0)  // zlib answers 0 for a null buffer
+                if (checkCrc && size > 0 && !fromAhead)  // zlib answers 0 for a null buffer
                     crc = crc32_z(crc, static_cast<const Bytef*>(buffer), size);
                 written = std::max<qint64>(written, offset + static_cast<qint64>(size));
                 st.bytesDone += size;

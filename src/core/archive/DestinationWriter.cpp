@@ -58,6 +58,8 @@ void SetTimes(int dirFd, const QByteArray& name, FileTime mtime, int flags) {
 
 DestinationWriter::~DestinationWriter() {
     AbortFile();
+    if (m_lastFolderFd >= 0)
+        close(m_lastFolderFd);
     if (m_root >= 0)
         close(m_root);
 }
@@ -174,24 +176,38 @@ DestinationWriter::Result DestinationWriter::BeginFile(const QStringList& compon
     AbortFile();
     if (components.isEmpty() || !ValidComponent(components.last()))
         return Fail(QStringLiteral("The name %1 is not allowed.").arg(FullPath(components)));
-    const int dirFd = OpenFolder(components, components.size() - 1, true);
+    const int dirFd = FileFolder(components);
     if (dirFd < 0)
         return Result::Failed;
     const Result r = PrepareTarget(dirFd, components.last(), components, incoming);
-    if (r != Result::Ok) {
-        close(dirFd);
+    if (r != Result::Ok)
         return r;
-    }
     m_finalName = Encode(components.last());
     // A new file has nothing to lose in a crash; only one that replaces another is synced.
     m_file.SetSync(platform::AtomicReplace::Sync::WhenReplacing);
-    const bool begun = m_file.Begin(dirFd, m_finalName);
-    close(dirFd);
-    if (!begun)
+    if (!m_file.Begin(dirFd, m_finalName))
         return Fail(
             QStringLiteral("Cannot write %1: %2.").arg(FullPath(components), m_file.Reason()));
     m_written = 0;
+    m_holeAtEnd = false;
     return Result::Ok;
+}
+
+// The folder of a file (its components but the last), made when missing. Files come in runs
+// from one folder, so the last one stays open: the writer never removes or replaces a folder,
+// and one that is open stays the folder it was when it was opened without following links.
+int DestinationWriter::FileFolder(const QStringList& components) {
+    const QStringList folder = components.mid(0, components.size() - 1);
+    if (m_lastFolderFd >= 0 && folder == m_lastFolder)
+        return m_lastFolderFd;
+    const int fd = OpenFolder(components, components.size() - 1, true);
+    if (fd < 0)
+        return -1;
+    if (m_lastFolderFd >= 0)
+        close(m_lastFolderFd);
+    m_lastFolderFd = fd;
+    m_lastFolder = folder;
+    return fd;
 }
 
 bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
@@ -202,7 +218,10 @@ bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
         if (lseek(fd, offset, SEEK_SET) < 0)
             return false;
         m_written = offset;
+        m_holeAtEnd = true;
     }
+    if (size > 0)
+        m_holeAtEnd = false;
     while (size > 0) {
         const ssize_t n = write(fd, data, size);
         if (n < 0) {
@@ -220,13 +239,24 @@ bool DestinationWriter::Write(const char* data, size_t size, qint64 offset) {
     return true;
 }
 
+bool DestinationWriter::Rewind() {
+    const int fd = m_file.Fd();
+    if (fd < 0 || ftruncate(fd, 0) != 0 || lseek(fd, 0, SEEK_SET) != 0) {
+        m_error = platform::DisplayPath(QStringLiteral("Cannot write %1: %2.")
+                                            .arg(platform::DecodePath(m_finalName), Reason(errno)));
+        return false;
+    }
+    m_written = 0;
+    m_holeAtEnd = false;
+    return true;
+}
+
 DestinationWriter::Result DestinationWriter::CommitFile(quint32 mode, FileTime mtime) {
     const int fd = m_file.Fd();
     if (fd < 0)
         return Result::Failed;
     // A sparse entry that ends in a hole still has its full length.
-    const off_t end = lseek(fd, 0, SEEK_CUR);
-    if (end > 0 && ftruncate(fd, end) != 0) {
+    if (m_holeAtEnd && ftruncate(fd, m_written) != 0) {
         AbortFile();
         return Fail(QStringLiteral("Cannot write %1.").arg(platform::DecodePath(m_finalName)));
     }

@@ -50,6 +50,8 @@ public:
     // A file: BeginFile, then Write blocks, then CommitFile (or AbortFile).
     Result BeginFile(const QStringList& components, const ItemFacts& incoming);
     bool Write(const char* data, size_t size, qint64 offset);
+    // Empties the file begun last, to write it again from its start.
+    bool Rewind();
     Result CommitFile(quint32 mode, FileTime mtime);
     void AbortFile();
     // A symbolic link whose target must stay inside the destination.
@@ -70,6 +72,7 @@ private:
     // outside).
     bool LinkStaysInside(const QStringList& linkComponents, const QString& target) const;
     int OpenFolder(const QStringList& components, int count, bool create);
+    int FileFolder(const QStringList& components);  // borrowed: the writer closes it
     Result PrepareTarget(int dirFd, const QString& name, const QStringList& components,
                          const ItemFacts& incoming);
     Result Fail(const QString& message);
@@ -84,6 +87,9 @@ private:
     platform::AtomicReplace m_file;
     QByteArray m_finalName;
     qint64 m_written = 0;
+    bool m_holeAtEnd = false;  // the file's last bytes are a hole not yet written
+    QStringList m_lastFolder;  // the folder of the last file, kept open
+    int m_lastFolderFd = -1;
     struct FolderTime {
         QStringList components;
         quint32 mode;
