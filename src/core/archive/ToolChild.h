@@ -76,10 +76,10 @@ public:
         silent.start();
         for (;;) {
             const qint64 n = m_process.read(buffer, max);
-            if (n > 0 && !OverMemoryCap())
-                return n;
-            if (m_overMemory)
+            if (OverMemoryCap())
                 return -1;
+            if (n > 0)
+                return n;
             KeepErrors();
             if (m_process.state() == QProcess::NotRunning)
                 return 0;
