@@ -106,9 +106,9 @@ make_big_listing_7z() {
 
 # peak_rss "command ...": prints the peak resident memory of the command in MiB.
 peak_rss() {
-    local kib
-    kib=$( { /usr/bin/time -f %M bash -c "$1" >/dev/null 2>/dev/null; } 2>&1 | tail -n 1)
-    echo "scale=1; $kib / 1024" | bc
+    local out="$BENCH_DATA/peak-rss"
+    /usr/bin/time -f %M -o "$out" bash -c "$1" >/dev/null 2>&1 || true
+    echo "scale=1; $(tail -n 1 "$out") / 1024" | bc
 }
 
 # About 300 MB of mixed files: random (incompressible), base64 text, source-like text, many
